@@ -1,0 +1,22 @@
+# tw_add_library(<subsystem> DEPS <libs...>): the static library tw_<subsystem> from every
+# .cpp of src/<subsystem>. Headers are included as "<subsystem>/Header.h" from src/.
+function(tw_add_library subsystem)
+    cmake_parse_arguments(ARG "" "" "DEPS" ${ARGN})
+    file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*.cpp)
+    add_library(tw_${subsystem} STATIC ${sources})
+    target_include_directories(tw_${subsystem} PUBLIC ${PROJECT_SOURCE_DIR}/src)
+    target_link_libraries(tw_${subsystem} PUBLIC ${ARG_DEPS})
+endfunction()
+
+# tw_add_test(<subsystem> DEPS <libs...>): one GoogleTest binary per library from every .cpp of
+# tests/<subsystem>, registered with ctest.
+function(tw_add_test subsystem)
+    cmake_parse_arguments(ARG "" "" "DEPS" ${ARGN})
+    file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*.cpp)
+    add_executable(test_${subsystem} ${sources})
+    target_link_libraries(test_${subsystem} PRIVATE ${ARG_DEPS} GTest::gtest GTest::gtest_main
+                                                    GTest::gmock)
+    target_include_directories(test_${subsystem} PRIVATE ${PROJECT_SOURCE_DIR}/tests)
+    gtest_discover_tests(test_${subsystem} DISCOVERY_TIMEOUT 60
+                         PROPERTIES ENVIRONMENT "LC_ALL=C.UTF-8")
+endfunction()

@@ -1,0 +1,59 @@
+#include "services/CommandLine.h"
+#include "services/Format.h"
+#include "services/RuntimeSettings.h"
+#include "services/Strings.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+
+using namespace tw;
+
+TEST(CommandLine, SplitsPositionalAndNamedParameters) {
+    TCommandLine line(std::vector<std::string>{"/tmp/in put.xml", "2", "-AppServerPort=8001",
+                                               "--USE_LEGACY_MATERIALS", "-Flag=off", "Host 1.0"});
+    EXPECT_EQ(line.PositionalCount(), 3u);
+    EXPECT_EQ(line.Positional(1), "/tmp/in put.xml");
+    EXPECT_EQ(line.Positional(3), "Host 1.0");
+    EXPECT_EQ(line.Positional(4), "");
+    EXPECT_EQ(line.Named("appserverport").value(), "8001");
+    EXPECT_EQ(line.NamedBool("USE_LEGACY_MATERIALS"), std::optional<bool>(true));
+    EXPECT_EQ(line.NamedBool("Flag"), std::optional<bool>(false));
+    EXPECT_FALSE(line.NamedBool("Missing").has_value());
+}
+
+TEST(RuntimeSettings, CommandLineFirstThenTogglesFileAndCached) {
+    auto folder = std::filesystem::temp_directory_path() / "tw_toggles_test";
+    std::filesystem::create_directories(folder);
+    std::ofstream(folder / "FROM_FILE").put('x');
+    std::ofstream(folder / "OVERRIDDEN").put('x');
+    TCommandLine::SetProgram(TCommandLine(std::vector<std::string>{"-OVERRIDDEN=false"}));
+    TRuntimeSettings::SetTogglesFolder(folder);
+
+    EXPECT_TRUE(TRuntimeSettings::Get("FROM_FILE"));
+    EXPECT_FALSE(TRuntimeSettings::Get("OVERRIDDEN"));
+    EXPECT_FALSE(TRuntimeSettings::Get("ABSENT"));
+    // Resolved once: a file that appears later changes nothing.
+    std::ofstream(folder / "ABSENT").put('x');
+    EXPECT_FALSE(TRuntimeSettings::Get("ABSENT"));
+    TRuntimeSettings::ClearCache();
+    EXPECT_TRUE(TRuntimeSettings::Get("ABSENT"));
+
+    std::filesystem::remove_all(folder);
+    TCommandLine::SetProgram(TCommandLine());
+}
+
+TEST(Strings, NumbersAndTrimming) {
+    int i = 0;
+    EXPECT_TRUE(TryStrToInt("-12", i));
+    EXPECT_EQ(i, -12);
+    EXPECT_FALSE(TryStrToInt("12a", i));
+    EXPECT_FALSE(TryStrToInt("", i));
+    EXPECT_EQ(Trim(" \t a b \r\n"), "a b");
+    EXPECT_EQ(FloatToStr(0.1), "0.1");
+    EXPECT_EQ(FloatToStr(-100000.0), "-100000");
+    EXPECT_EQ(FloatToStr(1e-20), "1E-20");
+    EXPECT_EQ(FloatToStr(1.0 / 3.0), "0.333333333333333");
+    EXPECT_EQ(Utf16Length("kN/m²"), 5u);
+}
