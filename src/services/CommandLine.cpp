@@ -30,7 +30,9 @@ std::string TCommandLine::Positional(size_t position) const {
                                                            : std::string();
 }
 
-bool TCommandLine::HasNamed(const std::string& name) const { return Named(name).has_value(); }
+bool TCommandLine::HasNamed(const std::string& name) const {
+    return Named(name).has_value();
+}
 
 std::optional<std::string> TCommandLine::Named(const std::string& name) const {
     const std::string key = LowerCase(name);
@@ -56,7 +58,9 @@ TCommandLine& ProgramCommandLine() {
 }
 } // namespace
 
-const TCommandLine& TCommandLine::Program() { return ProgramCommandLine(); }
+const TCommandLine& TCommandLine::Program() {
+    return ProgramCommandLine();
+}
 void TCommandLine::SetProgram(TCommandLine commandLine) {
     ProgramCommandLine() = std::move(commandLine);
 }

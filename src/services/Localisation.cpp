@@ -14,6 +14,8 @@ std::string Translate(const std::string& text) {
     return translator ? translator(text) : text;
 }
 
-void SetTranslator(TTranslator translator) { Translator() = std::move(translator); }
+void SetTranslator(TTranslator translator) {
+    Translator() = std::move(translator);
+}
 
 } // namespace tw

@@ -29,8 +29,9 @@ bool TRuntimeSettings::Get(const std::string& name) {
     if (auto named = TCommandLine::Program().NamedBool(name))
         value = *named;
     else {
-        auto folder = cache.TogglesFolder ? *cache.TogglesFolder
-                                          : std::filesystem::path(ApplicationDirectory()) / "Toggles";
+        auto folder = cache.TogglesFolder
+                          ? *cache.TogglesFolder
+                          : std::filesystem::path(ApplicationDirectory()) / "Toggles";
         std::error_code ec;
         value = std::filesystem::exists(folder / name, ec);
     }

@@ -21,7 +21,9 @@ TConsoleUserMessages& Console() {
 IUserMessages* current = nullptr;
 } // namespace
 
-IUserMessages& UserMessages() { return current ? *current : Console(); }
+IUserMessages& UserMessages() {
+    return current ? *current : Console();
+}
 
 IUserMessages* SetUserMessages(IUserMessages* messages) {
     IUserMessages* previous = current ? current : &Console();

@@ -1,0 +1,693 @@
+#pragma once
+// Intrinsic properties: typed, named, observable, undoable values owned by an observable object,
+// and their per-class declarations. Every write goes the same way: check the owner, mark the
+// property initialised, apply the limit, stop on an equal value, back the property up in an undo
+// snapshot, store, tell the owner, close the snapshot.
+
+#include "objects/KovBaseClasses.h"
+#include "objects/QuantityType.h"
+
+#include <functional>
+#include <limits>
+#include <map>
+#include <memory>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+namespace tw {
+
+TW_DECLARE_EXCEPTION(EIntrinsicPropertyException, EKovException)
+TW_DECLARE_EXCEPTION(EIntrinsicPropertyAssignError, EIntrinsicPropertyException)
+TW_DECLARE_EXCEPTION(EIntrinsicPropertyDeclarationError, EIntrinsicPropertyException)
+
+enum TKovIntrinsicPropertyKind : unsigned {
+    ipkReadOnly = 1,
+    ipkStaged = 2,
+    ipkDebugOnly = 4,
+    ipkNotPublished = 8,
+    ipkAdvanced = 16,
+    ipkAdvancedInStaged = 32,
+};
+using TKovIntrinsicPropertyConfig = unsigned;
+
+// ---------------------------------------------------------------------------------------------
+// Declarations
+
+class TKovIntrinsicPropertyDeclaration {
+public:
+    using TCreate = TKovIntrinsicProperty* (*)(TKovObservableObject*,
+                                               const TKovIntrinsicPropertyDeclaration*);
+
+    TKovIntrinsicPropertyDeclaration(const std::string& name, const TKovClass& propertyClass,
+                                     TCreate create, TKovIntrinsicPropertyConfig configuration = 0,
+                                     const std::string& caption = "");
+    virtual ~TKovIntrinsicPropertyDeclaration() = default;
+
+    virtual const char* DeclarationTypeName() const { return "Declaration"; }
+    virtual std::unique_ptr<TKovIntrinsicPropertyDeclaration> Clone() const;
+    // Same class of declaration, property class, associated class, configuration, caption and
+    // subclass rule; names are deliberately not compared.
+    virtual bool IsIdentical(const TKovIntrinsicPropertyDeclaration& other) const;
+    // Copies another declaration of the same class.
+    virtual void Assign(const TKovIntrinsicPropertyDeclaration& source);
+    std::unique_ptr<TKovIntrinsicPropertyDeclaration>
+    CreateDuplicate(const std::string& name, const std::string& caption) const;
+
+    // Makes the property for `owner` (may be nullptr) with its default value.
+    TKovIntrinsicProperty* CreateInstanceOfProperty(TKovObservableObject* owner) const;
+
+    const std::string& CleanName() const { return FCleanName; }
+    const std::string& OriginalName() const { return FOriginalName; }
+    const TKovClass& PropertyClass() const { return *FClass; }
+    const TKovClass* AssociatedClass() const { return FAssociatedClass; }
+    void SetAssociatedClass(const TKovClass* cls, bool allowSubclass) {
+        FAssociatedClass = cls;
+        FAllowSubclass = allowSubclass;
+    }
+    bool AllowSubclass() const { return FAllowSubclass; }
+    TKovIntrinsicPropertyConfig Configuration() const { return FConfiguration; }
+    void SetConfiguration(TKovIntrinsicPropertyConfig configuration) {
+        FConfiguration = configuration;
+    }
+    bool Has(TKovIntrinsicPropertyKind kind) const { return (FConfiguration & kind) != 0; }
+    const std::string& Caption() const { return FCaption; }
+
+protected:
+    void SetNames(const std::string& name);
+
+    std::string FCleanName;
+    std::string FOriginalName;
+    const TKovClass* FClass;
+    TCreate FCreate;
+    const TKovClass* FAssociatedClass = nullptr;
+    TKovIntrinsicPropertyConfig FConfiguration;
+    std::string FCaption;
+    bool FAllowSubclass = false;
+};
+
+// Declarations of limited numbers: no limit when minimum and maximum are both 0, or when the
+// minimum exceeds the maximum.
+template <typename V> struct TLimits {
+    V Min = 0;
+    V Max = 0;
+    bool Active() const { return !(Min == 0 && Max == 0) && !(Min > Max); }
+    V Apply(V value) const {
+        if (!Active())
+            return value;
+        return value < Min ? Min : value > Max ? Max : value;
+    }
+};
+
+class TIPIntegerDeclaration : public TKovIntrinsicPropertyDeclaration {
+public:
+    using TKovIntrinsicPropertyDeclaration::TKovIntrinsicPropertyDeclaration;
+    const char* DeclarationTypeName() const override { return "DeclarationInteger"; }
+    std::unique_ptr<TKovIntrinsicPropertyDeclaration> Clone() const override;
+    bool IsIdentical(const TKovIntrinsicPropertyDeclaration& other) const override;
+    void Assign(const TKovIntrinsicPropertyDeclaration& source) override;
+    TLimits<int32_t> Limits;
+};
+
+class TIPDoubleDeclaration : public TKovIntrinsicPropertyDeclaration {
+public:
+    using TKovIntrinsicPropertyDeclaration::TKovIntrinsicPropertyDeclaration;
+    const char* DeclarationTypeName() const override { return "DeclarationDouble"; }
+    std::unique_ptr<TKovIntrinsicPropertyDeclaration> Clone() const override;
+    bool IsIdentical(const TKovIntrinsicPropertyDeclaration& other) const override;
+    void Assign(const TKovIntrinsicPropertyDeclaration& source) override;
+    TLimits<double> Limits;
+    int NrAccurateDigits = 0;
+};
+
+class TIPDoubleWithUnitDeclaration : public TIPDoubleDeclaration {
+public:
+    using TIPDoubleDeclaration::TIPDoubleDeclaration;
+    const char* DeclarationTypeName() const override { return "DeclarationDoubleWithUnit"; }
+    std::unique_ptr<TKovIntrinsicPropertyDeclaration> Clone() const override;
+    bool IsIdentical(const TKovIntrinsicPropertyDeclaration& other) const override;
+    void Assign(const TKovIntrinsicPropertyDeclaration& source) override;
+    TQuantityType QuantityType = qtDummy;
+};
+
+class TIPEnumerationDeclaration : public TKovIntrinsicPropertyDeclaration {
+public:
+    // Validates the strings and captions; raises on a declaration that can't work.
+    TIPEnumerationDeclaration(const std::string& name, const TKovClass& propertyClass,
+                              TCreate create, TKovIntrinsicPropertyConfig configuration,
+                              const std::string& caption, std::vector<std::string> strings,
+                              std::vector<std::string> captions = {});
+    const char* DeclarationTypeName() const override { return "DeclarationEnumeration"; }
+    std::unique_ptr<TKovIntrinsicPropertyDeclaration> Clone() const override;
+    bool IsIdentical(const TKovIntrinsicPropertyDeclaration& other) const override;
+    void Assign(const TKovIntrinsicPropertyDeclaration& source) override;
+
+    int Count() const { return static_cast<int>(FEnumerationStrings.size()); }
+    const std::vector<std::string>& Strings() const { return FEnumerationStrings; }
+    const std::vector<std::string>& CompactStrings() const { return FEnumerationCompactStrings; }
+    // The display caption of a value: its caption if given, else its string.
+    std::string CaptionOf(int index) const;
+    // Maps a cleaned old value to its new value on reading.
+    void AddLegacyMapping(const std::string& oldValue, const std::string& newValue);
+    const std::map<std::string, std::string>& LegacyMappings() const {
+        return FLegacyStringsMappings;
+    }
+
+    std::vector<std::string> VisualOrderStrings;
+    std::function<bool(int index)> IsHiddenFromVisualization;
+    std::function<bool(int index)> IsValidChangeByUser;
+
+private:
+    std::vector<std::string> FEnumerationStrings;
+    std::vector<std::string> FEnumerationCompactStrings;
+    std::vector<std::string> FEnumerationCaptionStrings;
+    std::map<std::string, std::string> FLegacyStringsMappings;
+};
+
+// Getter and setter of a derived property, whose value lives in the owner.
+template <typename V> struct TDerivedAccessors {
+    std::function<V(const TKovIntrinsicProperty&)> Getter;
+    std::function<void(TKovIntrinsicProperty&, const V&)> Setter;
+};
+
+template <typename V, typename BaseDeclaration>
+class TDerivedDeclaration : public BaseDeclaration, public TDerivedAccessors<V> {
+public:
+    using BaseDeclaration::BaseDeclaration;
+    std::unique_ptr<TKovIntrinsicPropertyDeclaration> Clone() const override {
+        return std::make_unique<TDerivedDeclaration>(*this);
+    }
+};
+
+// The declarations of one class, in declaration order, with a name index.
+class TKovIntrinsicPropertyDeclarationList {
+public:
+    explicit TKovIntrinsicPropertyDeclarationList(const TKovClass* ownerClass = nullptr)
+        : FOwnerClass(ownerClass) {}
+
+    TKovIntrinsicPropertyDeclaration& Add(std::unique_ptr<TKovIntrinsicPropertyDeclaration> item);
+    void Insert(int index, std::unique_ptr<TKovIntrinsicPropertyDeclaration> item);
+    std::unique_ptr<TKovIntrinsicPropertyDeclaration> Extract(const std::string& name);
+    bool Remove(const std::string& name);
+
+    // Declaring helpers for the kinds of the framework.
+    TKovIntrinsicPropertyDeclaration& AddBoolean(const std::string& name,
+                                                 TKovIntrinsicPropertyConfig config = 0,
+                                                 const std::string& caption = "");
+    TIPIntegerDeclaration& AddInteger(const std::string& name,
+                                      TKovIntrinsicPropertyConfig config = 0,
+                                      const std::string& caption = "", int32_t min = 0,
+                                      int32_t max = 0);
+    TIPDoubleDeclaration& AddDouble(const std::string& name, TKovIntrinsicPropertyConfig config = 0,
+                                    const std::string& caption = "", double min = 0,
+                                    double max = 0);
+    TIPDoubleWithUnitDeclaration& AddDoubleWithUnit(const std::string& name, TQuantityType quantity,
+                                                    TKovIntrinsicPropertyConfig config = 0,
+                                                    const std::string& caption = "", double min = 0,
+                                                    double max = 0);
+    TKovIntrinsicPropertyDeclaration& AddText(const std::string& name,
+                                              TKovIntrinsicPropertyConfig config = 0,
+                                              const std::string& caption = "");
+    // A property of a given text kind (large text, free text, name, ...).
+    template <typename P>
+    TKovIntrinsicPropertyDeclaration& AddOfKind(const std::string& name,
+                                                TKovIntrinsicPropertyConfig config = 0,
+                                                const std::string& caption = "");
+    TIPEnumerationDeclaration& AddEnumeration(const std::string& name,
+                                              std::vector<std::string> strings,
+                                              TKovIntrinsicPropertyConfig config = 0,
+                                              const std::string& caption = "",
+                                              std::vector<std::string> captions = {});
+    // An enumeration whose property is a TIPEnumerationTyped<E>.
+    template <typename E>
+    TIPEnumerationDeclaration&
+    AddTypedEnumeration(const std::string& name, std::vector<std::string> strings,
+                        TKovIntrinsicPropertyConfig config = 0, const std::string& caption = "",
+                        std::vector<std::string> captions = {});
+    TKovIntrinsicPropertyDeclaration& AddObject(const std::string& name,
+                                                const TKovClass& associatedClass,
+                                                TKovIntrinsicPropertyConfig config = 0,
+                                                const std::string& caption = "",
+                                                bool allowSubclass = true);
+    // Derived kinds: the value is read and written through the owner.
+    TDerivedDeclaration<double, TIPDoubleWithUnitDeclaration>&
+    AddDerivedDoubleWithUnit(const std::string& name, TQuantityType quantity,
+                             TDerivedAccessors<double> accessors,
+                             TKovIntrinsicPropertyConfig config = 0,
+                             const std::string& caption = "", double min = 0, double max = 0);
+    TDerivedDeclaration<double, TIPDoubleDeclaration>&
+    AddDerivedDouble(const std::string& name, TDerivedAccessors<double> accessors,
+                     TKovIntrinsicPropertyConfig config = 0, const std::string& caption = "",
+                     double min = 0, double max = 0);
+    TDerivedDeclaration<int32_t, TIPIntegerDeclaration>&
+    AddDerivedInteger(const std::string& name, TDerivedAccessors<int32_t> accessors,
+                      TKovIntrinsicPropertyConfig config = 0, const std::string& caption = "",
+                      int32_t min = 0, int32_t max = 0);
+    TDerivedDeclaration<bool, TKovIntrinsicPropertyDeclaration>&
+    AddDerivedBoolean(const std::string& name, TDerivedAccessors<bool> accessors,
+                      TKovIntrinsicPropertyConfig config = 0, const std::string& caption = "");
+    TDerivedDeclaration<std::string, TKovIntrinsicPropertyDeclaration>&
+    AddDerivedText(const std::string& name, TDerivedAccessors<std::string> accessors,
+                   TKovIntrinsicPropertyConfig config = 0, const std::string& caption = "");
+
+    int Count() const { return static_cast<int>(FItems.size()); }
+    TKovIntrinsicPropertyDeclaration& operator[](int index) const { return *FItems[index]; }
+    TKovIntrinsicPropertyDeclaration* GetDeclarationFor(const std::string& name) const;
+    int GetIndexOfDeclarationFor(const std::string& name) const;
+    bool HasDeclarationFor(const std::string& name) const {
+        return GetIndexOfDeclarationFor(name) >= 0;
+    }
+    // Publishes or hides a property, and makes it writable or read-only, for all later instances
+    // of the class.
+    void SetDeclarationVisibleAndEditableFor(const std::string& name, bool flag);
+    // Raises on two declarations with the same clean name.
+    void CheckUnique() const;
+    const TKovClass* OwnerClass() const { return FOwnerClass; }
+
+private:
+    void Reindex();
+
+    const TKovClass* FOwnerClass;
+    std::vector<std::unique_ptr<TKovIntrinsicPropertyDeclaration>> FItems;
+    std::unordered_map<std::string, int> FNameToIndex;
+};
+
+// ---------------------------------------------------------------------------------------------
+// The property base
+
+class TKovIntrinsicProperty : public TKovObject {
+    TW_KOV_CLASS(TKovIntrinsicProperty, TKovObject)
+public:
+    TKovIntrinsicProperty(TKovObservableObject* owner,
+                          const TKovIntrinsicPropertyDeclaration* declaration);
+
+    std::string Name() const override;
+    std::string CleanName() const;
+    std::string Caption() const override { return FCaption; }
+    void SetCaption(const std::string& caption) { FCaption = caption; }
+    std::string OwnerName() const;
+    std::string GetObjectTypeName() const override { return "Property"; }
+
+    TKovObservableObject* Owner() const { return FOwner; }
+    const TKovIntrinsicPropertyDeclaration* Declaration() const { return FDeclaration; }
+
+    // Advice to editors and commands; writes are not refused here.
+    bool ReadOnly() const { return FReadOnly || !AllowModification(); }
+    bool ReadOnly_Internal() const { return FReadOnly; }
+    void SetReadOnly(bool readOnly);
+    bool IsPublished() const { return FPublished; }
+    bool NotPublished() const { return !FPublished; }
+    void SetPublished(bool published);
+    // Published, and read-only exactly when not.
+    void SetPublishedAndEditable(bool flag);
+    TKovIntrinsicPropertyConfig Configuration() const;
+    bool DebugOnly() const { return DeclarationHas(ipkDebugOnly); }
+    bool SupportsStages() const { return DeclarationHas(ipkStaged); }
+    bool IsAdvanced() const { return DeclarationHas(ipkAdvanced); }
+    bool IsAdvancedInStaged() const { return DeclarationHas(ipkAdvancedInStaged); }
+    bool Initialized() const { return FInitialized; }
+    virtual bool IsDerived() const { return false; }
+    virtual bool AlternativesArePossible() const { return false; }
+    // A derived property answers its plain form; a plain one itself.
+    virtual TKovIntrinsicProperty* GetStaticEquivalent() { return this; }
+
+    bool AllowModification(std::string* reason = nullptr) const override;
+    bool RevertEnabled() const override;
+
+    // Values as tagged records.
+    virtual bool SaveValue(TVarRec& value) const;
+    virtual bool LoadValue(const TVarRec& value);
+    TVarRec GetValueRecord() const {
+        TVarRec value;
+        SaveValue(value);
+        return value;
+    }
+    // Compares two records: numbers equal within 1e-30 absolute or 1e-15 relative; else 1 when
+    // b > a, -1 otherwise. Records that are not numbers compare 0.
+    virtual int CompareValues(const TVarRec& a, const TVarRec& b) const;
+    int CompareValue(const TVarRec& value) const { return CompareValues(GetValueRecord(), value); }
+    // Same kind (or a descendant), same value (numbers within 1e-12, absolute).
+    virtual bool HasSameValueAs(const TKovIntrinsicProperty& other) const;
+    virtual bool IsEmpty() const { return false; }
+    // The value as text, for captions and messages.
+    virtual std::string ValueAsText() const { return ""; }
+
+    void BeginUpdate() { ++FLockLevel; }
+    void EndUpdate();
+    void EndUpdateNoNotification();
+
+    // Copies value and state without recording undo and without notifying.
+    void AssignEssentialStateOnly_NoRevert(const TKovIntrinsicProperty& source);
+    // Copies the non-value state: read-only, published, caption, initialised state.
+    void CopyConfigurationFrom(const TKovIntrinsicProperty& source);
+
+    TKovObject* CreateBlankForRevert() const override;
+
+    // Sets the default value, as at construction: no notification, no undo.
+    void ResetToDefault();
+
+protected:
+    // The kind's default; called with FLocked set, inside an update that drops notifications.
+    virtual void SetDefault() {}
+    bool AssignsName() const override { return false; }
+    bool UsesNameRegistry() const override { return false; }
+    bool DeclarationHas(TKovIntrinsicPropertyKind kind) const {
+        return FDeclaration && FDeclaration->Has(kind);
+    }
+
+    // Step 1 of a write: a permanently read-only owner refuses it.
+    void CheckOwnerWritable() const;
+    // Steps 5 to 8 of a write: back up, store, notify, close. `text` gives the new value as text
+    // for the undo caption; it is asked only when undo is recorded.
+    template <typename Text, typename Store> void CommitChange(Text&& text, Store&& store) {
+        if (WillRecordUndo()) {
+            TUndoSnapshot snapshot(*this, WriteCaption(text()));
+            store();
+            Changed();
+        } else {
+            store();
+            Changed();
+        }
+    }
+    // As CommitChange, but the owner is backed up (the state of a derived value lives there).
+    template <typename Text, typename Store> void CommitDerivedChange(Text&& text, Store&& store);
+    std::string WriteCaption(const std::string& valueText) const;
+    // Step 7: tell the owner now, or queue the notification during an update.
+    void Changed();
+
+    bool FReadOnly = false;
+    bool FPublished = true;
+    std::string FCaption;
+    int FLockLevel = 0;
+    TKovObservableObject* FOwner = nullptr;
+    const TKovIntrinsicPropertyDeclaration* FDeclaration = nullptr;
+    bool FInitialized = false;
+    bool FNotificationsQueued = false;
+
+    friend class TKovIntrinsicPropertyDeclaration;
+    friend class TKovObservableObject;
+};
+
+template <typename Text, typename Store>
+void TKovIntrinsicProperty::CommitDerivedChange(Text&& text, Store&& store) {
+    if (FOwner && FOwner->WillRecordUndo()) {
+        TUndoSnapshot snapshot(*FOwner, WriteCaption(text()));
+        store();
+        Changed();
+    } else {
+        store();
+        Changed();
+    }
+}
+
+// ---------------------------------------------------------------------------------------------
+// The plain kinds
+
+class TIPBoolean : public TKovIntrinsicProperty {
+    TW_KOV_CLASS(TIPBoolean, TKovIntrinsicProperty)
+public:
+    using TKovIntrinsicProperty::TKovIntrinsicProperty;
+    std::string GetObjectTypeName() const override { return "Boolean"; }
+    // With true disabled the value reads false; with false disabled (and true not), true.
+    virtual bool Value() const;
+    // A write of a disabled value is ignored.
+    virtual void SetValue(bool value);
+    bool TrueDisabled() const { return FTrueDisabled; }
+    bool FalseDisabled() const { return FFalseDisabled; }
+    void SetTrueDisabled(bool disabled);
+    void SetFalseDisabled(bool disabled);
+    bool IsEditable() const { return !FTrueDisabled && !FFalseDisabled; }
+
+    bool SaveValue(TVarRec& value) const override;
+    bool LoadValue(const TVarRec& value) override;
+    bool HasSameValueAs(const TKovIntrinsicProperty& other) const override;
+    std::string ValueAsText() const override { return Value() ? "True" : "False"; }
+
+protected:
+    void SetDefault() override { FValue = false; }
+    void AssignEssentialState(const TKovObject& source) override;
+
+private:
+    bool FValue = false;
+    bool FTrueDisabled = false;
+    bool FFalseDisabled = false;
+};
+
+class TIPInteger : public TKovIntrinsicProperty {
+    TW_KOV_CLASS(TIPInteger, TKovIntrinsicProperty)
+public:
+    using TKovIntrinsicProperty::TKovIntrinsicProperty;
+    std::string GetObjectTypeName() const override { return "Integer"; }
+    virtual int32_t Value() const { return FValue; }
+    virtual void SetValue(int32_t value);
+    int32_t MinValue() const;
+    int32_t MaxValue() const;
+
+    bool SaveValue(TVarRec& value) const override;
+    bool LoadValue(const TVarRec& value) override;
+    bool HasSameValueAs(const TKovIntrinsicProperty& other) const override;
+    std::string ValueAsText() const override { return std::to_string(Value()); }
+
+protected:
+    int32_t Limit(int32_t value) const;
+    void SetDefault() override { FValue = Limit(0); }
+    void AssignEssentialState(const TKovObject& source) override;
+
+private:
+    int32_t FValue = 0;
+};
+
+class TIPDouble : public TKovIntrinsicProperty {
+    TW_KOV_CLASS(TIPDouble, TKovIntrinsicProperty)
+public:
+    using TKovIntrinsicProperty::TKovIntrinsicProperty;
+    std::string GetObjectTypeName() const override { return "Number"; }
+    virtual double Value() const { return _FValue; }
+    virtual void SetValue(double value);
+    double MinValue() const;
+    double MaxValue() const;
+    double Limit(double value) const;
+
+    bool SaveValue(TVarRec& value) const override;
+    bool LoadValue(const TVarRec& value) override;
+    bool HasSameValueAs(const TKovIntrinsicProperty& other) const override;
+    std::string ValueAsText() const override;
+
+protected:
+    void SetDefault() override { _FValue = Limit(0.0); }
+    void AssignEssentialState(const TKovObject& source) override;
+
+    double _FValue = 0.0;
+};
+
+class TIPDoubleWithUnit : public TIPDouble {
+    TW_KOV_CLASS(TIPDoubleWithUnit, TIPDouble)
+public:
+    using TIPDouble::TIPDouble;
+    std::string GetObjectTypeName() const override { return "NumberWithUnit"; }
+    TQuantityType QuantityType() const;
+    // The value in the presentation unit of `presenter`; the stored value without one.
+    double GetPresentationValue(const IQuantityPresenter* presenter) const;
+    // Writes a value given in the presentation unit of `presenter`.
+    void SetPresentationValue(const IQuantityPresenter* presenter, double value);
+};
+
+class TIPText : public TKovIntrinsicProperty {
+    TW_KOV_CLASS(TIPText, TKovIntrinsicProperty)
+public:
+    using TKovIntrinsicProperty::TKovIntrinsicProperty;
+    std::string GetObjectTypeName() const override { return "Text"; }
+    virtual std::string Value() const { return FValue; }
+    virtual void SetValue(const std::string& value);
+    // Trims blanks at both ends, turns each CR LF into one blank and every other control
+    // character into a blank.
+    virtual std::string CleanText(const std::string& text) const;
+
+    bool SaveValue(TVarRec& value) const override;
+    bool LoadValue(const TVarRec& value) override;
+    bool HasSameValueAs(const TKovIntrinsicProperty& other) const override;
+    bool IsEmpty() const override { return Value().empty(); }
+    std::string ValueAsText() const override { return Value(); }
+
+protected:
+    void SetDefault() override { FValue.clear(); }
+    void AssignEssentialState(const TKovObject& source) override;
+
+    std::string FValue;
+};
+
+class TIPEnumeration : public TKovIntrinsicProperty {
+    TW_KOV_CLASS(TIPEnumeration, TKovIntrinsicProperty)
+public:
+    using TKovIntrinsicProperty::TKovIntrinsicProperty;
+    std::string GetObjectTypeName() const override { return "Enumeration"; }
+    const TIPEnumerationDeclaration& EnumerationDeclaration() const;
+
+    virtual int IntValue() const { return FIntValue; }
+    virtual void SetIntValue(int value);
+    // Sets by text: an ordinal, or a value compared in compact form (legacy names mapped first).
+    void SetStrValue(const std::string& value);
+    std::string StrValueCompact() const;
+    std::string StrValueOriginal() const;
+    std::string ValueCaption() const;
+    // The index a text stands for, or -1. With `forUser`, a disabled value counts as no match.
+    int GetStrValueAsIndexIfValid(const std::string& value, bool forUser = false) const;
+    // All enabled compact strings, each in double quotes, joined by ", ".
+    std::string AllowedStringValues() const;
+    int Count() const { return EnumerationDeclaration().Count(); }
+    // Sets without telling the owner.
+    void SetValueWithoutNotification(int value);
+
+    // Visibility of values; each change is an undo step and must run inside a snapshot.
+    bool IsDisabled(int value) const;
+    void DisableIntValue(int value);
+    void EnableIntValue(int value);
+    void EnableAllValues();
+    void DisableAllValues();
+    void EnableValuesExclusively(const std::vector<int>& values);
+
+    bool SaveValue(TVarRec& value) const override;
+    bool LoadValue(const TVarRec& value) override;
+    bool HasSameValueAs(const TKovIntrinsicProperty& other) const override;
+    std::string ValueAsText() const override;
+
+protected:
+    void SetDefault() override { FIntValue = 0; }
+    void AssignEssentialState(const TKovObject& source) override;
+
+private:
+    void ChangeDisabled(const std::function<void()>& change);
+
+    int FIntValue = 0;
+    std::unique_ptr<std::vector<bool>> FDisabledIntValues; // made on first use
+};
+
+// An enumeration whose value is of the C++ enumerated type E.
+template <typename E> class TIPEnumerationTyped : public TIPEnumeration {
+public:
+    using TIPEnumeration::TIPEnumeration;
+    E Value() const { return static_cast<E>(IntValue()); }
+    void SetValue(E value) { SetIntValue(static_cast<int>(value)); }
+};
+
+// A reference to another object, stored as its GUID. Reading resolves the GUID through the
+// owner's register and answers nothing for a target that is unknown, freed or being destroyed.
+class TIPKovObject : public TKovIntrinsicProperty {
+    TW_KOV_CLASS(TIPKovObject, TKovIntrinsicProperty)
+public:
+    using TKovIntrinsicProperty::TKovIntrinsicProperty;
+    std::string GetObjectTypeName() const override { return "Object"; }
+    virtual TKovObject* Value() const;
+    virtual void SetValue(TKovObject* object);
+    const TUniqueID& ObjectID() const { return FObjectID; }
+    // Sets the GUID as read from a file; it resolves once its target is registered.
+    void SetObjectID(const TUniqueID& id);
+    virtual bool IsCompatibleValue(const TKovObject* object) const;
+
+    bool SaveValue(TVarRec& value) const override;
+    bool LoadValue(const TVarRec& value) override;
+    bool HasSameValueAs(const TKovIntrinsicProperty& other) const override;
+    bool IsEmpty() const override { return FObjectID.IsEmpty(); }
+    std::string ValueAsText() const override;
+
+protected:
+    void SetDefault() override { FObjectID = TUniqueID::Empty(); }
+    void AssignEssentialState(const TKovObject& source) override;
+
+private:
+    TUniqueID FObjectID;
+};
+
+// Text kinds with their own type names or cleaning.
+class TIPLargeText : public TIPText {
+    TW_KOV_CLASS(TIPLargeText, TIPText)
+public:
+    using TIPText::TIPText;
+    std::string GetObjectTypeName() const override { return "LargeText"; }
+};
+
+class TIPFreeText : public TIPLargeText {
+    TW_KOV_CLASS(TIPFreeText, TIPLargeText)
+public:
+    using TIPLargeText::TIPLargeText;
+    std::string GetObjectTypeName() const override { return "FreeText"; }
+    std::string CleanText(const std::string& text) const override { return text; }
+};
+
+// The object's name as a property: reads and writes the owner's name, and notifies the owner's
+// observers when the name changed.
+class TIPName : public TIPText {
+    TW_KOV_CLASS(TIPName, TIPText)
+public:
+    using TIPText::TIPText;
+    std::string Value() const override;
+    void SetValue(const std::string& value) override;
+    bool IsDerived() const override { return true; }
+};
+
+// ---------------------------------------------------------------------------------------------
+// Derived kinds: the value is computed by the owner through the declaration's accessors. A write
+// backs up the owner, calls the setter and notifies; a derived property without setter is
+// read-only.
+
+#define TW_DERIVED_PROPERTY(Class, Base, ValueType, ParamType, Getter, Setter)                     \
+    class Class : public Base {                                                                    \
+        TW_KOV_CLASS(Class, Base)                                                                  \
+    public:                                                                                        \
+        using Base::Base;                                                                          \
+        ValueType Getter() const override;                                                         \
+        void Setter(ParamType value) override;                                                     \
+        bool IsDerived() const override { return true; }                                           \
+        bool HasSetter() const;                                                                    \
+    };
+
+TW_DERIVED_PROPERTY(TIPBoolean_DerivedExternal, TIPBoolean, bool, bool, Value, SetValue)
+TW_DERIVED_PROPERTY(TIPInteger_DerivedExternal, TIPInteger, int32_t, int32_t, Value, SetValue)
+TW_DERIVED_PROPERTY(TIPDouble_DerivedExternal, TIPDouble, double, double, Value, SetValue)
+TW_DERIVED_PROPERTY(TIPDoubleWithUnit_DerivedExternal, TIPDoubleWithUnit, double, double, Value,
+                    SetValue)
+TW_DERIVED_PROPERTY(TIPText_DerivedExternal, TIPText, std::string, const std::string&, Value,
+                    SetValue)
+TW_DERIVED_PROPERTY(TIPEnumeration_DerivedExternal, TIPEnumeration, int, int, IntValue, SetIntValue)
+TW_DERIVED_PROPERTY(TIPKovObject_DerivedExternal, TIPKovObject, TKovObject*, TKovObject*, Value,
+                    SetValue)
+
+#undef TW_DERIVED_PROPERTY
+
+// ---------------------------------------------------------------------------------------------
+
+template <typename P>
+TKovIntrinsicPropertyDeclaration& TKovIntrinsicPropertyDeclarationList::AddOfKind(
+    const std::string& name, TKovIntrinsicPropertyConfig config, const std::string& caption) {
+    return Add(std::make_unique<TKovIntrinsicPropertyDeclaration>(
+        name, P::StaticClass(),
+        [](TKovObservableObject* owner, const TKovIntrinsicPropertyDeclaration* declaration)
+            -> TKovIntrinsicProperty* { return new P(owner, declaration); },
+        config, caption));
+}
+
+template <typename E>
+TIPEnumerationDeclaration& TKovIntrinsicPropertyDeclarationList::AddTypedEnumeration(
+    const std::string& name, std::vector<std::string> strings, TKovIntrinsicPropertyConfig config,
+    const std::string& caption, std::vector<std::string> captions) {
+    auto declaration = std::make_unique<TIPEnumerationDeclaration>(
+        name, TIPEnumeration::StaticClass(),
+        [](TKovObservableObject* owner, const TKovIntrinsicPropertyDeclaration* d)
+            -> TKovIntrinsicProperty* { return new TIPEnumerationTyped<E>(owner, d); },
+        config, caption, std::move(strings), std::move(captions));
+    return static_cast<TIPEnumerationDeclaration&>(Add(std::move(declaration)));
+}
+
+template <typename P> P& TKovObservableObject::Property(const std::string& name) const {
+    TKovIntrinsicProperty* property = GetIntrinsicPropertyByName(name);
+    if (!property)
+        throw EIntrinsicPropertyException(
+            Format("%s has no property %s", GetObjectTypeName(), name));
+    P* typed = dynamic_cast<P*>(property);
+    if (!typed)
+        throw EIntrinsicPropertyException(Format(
+            "Property %s of %s is a %s", name, GetObjectTypeName(), property->GetObjectTypeName()));
+    return *typed;
+}
+
+} // namespace tw

@@ -1,0 +1,416 @@
+#include "objects/RevertStacks.h"
+
+#include "objects/KovBaseClasses.h"
+#include "objects/ObjectManager.h"
+
+#include <algorithm>
+#include <iostream>
+
+namespace tw {
+
+// ---------------------------------------------------------------------------------------------
+// Entry
+
+TKovRevertObjectMap_Memento::TKovRevertObjectMap_Memento(TKovObject* newObject,
+                                                         TKovObject* oldObject)
+    : FNewObject(newObject), FOldObject(oldObject) {
+    Watch(FNewObject, FNewHandle);
+    Watch(FOldObject, FOldHandle);
+}
+
+TKovRevertObjectMap_Memento::~TKovRevertObjectMap_Memento() {
+    Unwatch(FNewObject, FNewHandle);
+    Unwatch(FOldObject, FOldHandle);
+    delete FOldObject;
+}
+
+void TKovRevertObjectMap_Memento::Watch(TKovObject* object, int& handle) {
+    handle = object ? object->AddPermanentDestroyCallback(
+                          [this](TKovObject* destroyed) { ObjectDestroyed(destroyed); })
+                    : 0;
+}
+
+void TKovRevertObjectMap_Memento::Unwatch(TKovObject* object, int& handle) {
+    if (object && handle)
+        object->RemovePermanentDestroyCallback(handle);
+    handle = 0;
+}
+
+void TKovRevertObjectMap_Memento::ObjectDestroyed(TKovObject* object) {
+    if (object == FOldObject) {
+        FOldObject = nullptr;
+        FOldHandle = 0;
+        if (FOnFreedOldObject)
+            FOnFreedOldObject();
+    } else if (object == FNewObject) {
+        FNewObject = nullptr;
+        FNewHandle = 0;
+        if (FOnFreedNewObject)
+            FOnFreedNewObject();
+    } else {
+        // Only our own subscriptions call here; anything else is a fault of the framework.
+        std::cerr << "Expected destroy event only from own old or new object!" << std::endl;
+    }
+}
+
+void TKovRevertObjectMap_Memento::Invert() {
+    if (FNewObject && FOldObject) {
+        // A changed object: swap the live state and the memento's, through a temporary.
+        const bool newLocked = FNewObject->Locked(), oldLocked = FOldObject->Locked();
+        FNewObject->SetLocked(true);
+        FOldObject->SetLocked(true);
+        struct TRestore {
+            TKovObject* New;
+            TKovObject* Old;
+            bool NewLocked, OldLocked;
+            ~TRestore() {
+                New->SetLocked(NewLocked);
+                Old->SetLocked(OldLocked);
+            }
+        } restore{FNewObject, FOldObject, newLocked, oldLocked};
+        FNewObject->MarkResurrecting();
+        FNewObject->MarkAsFreed();
+        std::unique_ptr<TKovObject> temporary(FOldObject->CreateBlankForRevert());
+        temporary->Assign(*FOldObject);
+        FOldObject->Assign(*FNewObject);
+        FNewObject->Assign(*temporary);
+        temporary.reset();
+        FNewObject->EndResurrecting();
+    } else if (FOldObject) {
+        // Undoing a deletion: the object comes back to life, and the entry lets go of it. A
+        // newer object that took its name in the meantime is marked freed.
+        TKovObject* object = FOldObject;
+        std::swap(FNewHandle, FOldHandle);
+        FNewObject = object;
+        FOldObject = nullptr;
+        if (TKovObjectManager* manager = object->ObjectManager()) {
+            TKovObject* other = manager->ObjectRegistry().GetObject(object->Name());
+            if (other && other != object)
+                other->MarkAsFreed();
+        }
+        object->MarkResurrecting();
+        object->EndResurrecting();
+    } else if (FNewObject) {
+        // Undoing a creation: the object leaves the model and the entry keeps it.
+        TKovObject* object = FNewObject;
+        const bool locked = object->Locked();
+        object->SetLocked(true);
+        object->MarkAsFreed();
+        object->SetLocked(locked);
+        std::swap(FNewHandle, FOldHandle);
+        FOldObject = object;
+        FNewObject = nullptr;
+    }
+}
+
+// ---------------------------------------------------------------------------------------------
+// Snapshot
+
+void TKovRevertObjectMapList_Memento::Add(std::unique_ptr<TKovRevertObjectMap_Memento> entry) {
+    if (entry->NewObject() && !entry->NewObject()->UniqueID().IsEmpty())
+        ++FCacheNewObject[entry->NewObject()->UniqueID()];
+    if (entry->OldObject() && !entry->OldObject()->UniqueID().IsEmpty())
+        ++FCacheOldObject[entry->OldObject()->UniqueID()];
+    FEntries.push_back(std::move(entry));
+}
+
+void TKovRevertObjectMapList_Memento::Clear(TRevertStackCleanMode mode) {
+    switch (mode) {
+    case rscmBackwards:
+        while (!FEntries.empty()) {
+            auto entry = std::move(FEntries.back());
+            FEntries.pop_back();
+        }
+        break;
+    case rscmForwards:
+        for (auto& entry : FEntries)
+            entry.reset();
+        FEntries.clear();
+        break;
+    default:
+        throw ERevertStackException(Format("Unexpected clean mode: %d", static_cast<int>(mode)));
+    }
+    FCacheNewObject.clear();
+    FCacheOldObject.clear();
+}
+
+void TKovRevertObjectMapList_Memento::Reverse() {
+    std::reverse(FEntries.begin(), FEntries.end());
+}
+
+// ---------------------------------------------------------------------------------------------
+// Stack
+
+void TKovRevertStack_Memento::Unlock() {
+    if (--FRevertLockedLevel < 0) {
+        FRevertLockedLevel = 0;
+        throw ERevertStackException("Did not expect to get revert lock < 0!");
+    }
+}
+
+std::unique_ptr<TKovRevertObjectMapList_Memento> TKovRevertStack_Memento::ExtractNewest() {
+    auto snapshot = std::move(FSnapshots.back());
+    FSnapshots.pop_back();
+    return snapshot;
+}
+
+void TKovRevertStack_Memento::TrimToMaxSize() {
+    if (Count() <= FMaxSize)
+        return;
+    const size_t excess = FSnapshots.size() - static_cast<size_t>(FMaxSize);
+    std::vector<std::unique_ptr<TKovRevertObjectMapList_Memento>> dropped(
+        std::make_move_iterator(FSnapshots.begin()),
+        std::make_move_iterator(FSnapshots.begin() + static_cast<long>(excess)));
+    FSnapshots.erase(FSnapshots.begin(), FSnapshots.begin() + static_cast<long>(excess));
+    for (auto& snapshot : dropped)
+        snapshot->Clear(rscmBackwards);
+}
+
+void TKovRevertStack_Memento::Clear(TRevertStackCleanMode mode) {
+    auto snapshots = std::move(FSnapshots);
+    FSnapshots.clear();
+    if (mode == rscmForwards)
+        std::reverse(snapshots.begin(), snapshots.end()); // newest first
+    for (auto& snapshot : snapshots)
+        snapshot->Clear(mode);
+}
+
+// ---------------------------------------------------------------------------------------------
+// Manager of the two stacks
+
+TKovRevertStacksManager::TKovRevertStacksManager() {
+    const auto address = static_cast<long long>(reinterpret_cast<uintptr_t>(this));
+    FUndoStack = std::make_unique<TKovRevertStack_Memento>(Format("Undo stack of \"%d\"", address));
+    FRedoStack = std::make_unique<TKovRevertStack_Memento>(Format("Redo stack of \"%d\"", address));
+}
+
+TKovRevertStacksManager::~TKovRevertStacksManager() {
+    FRedoStack->Clear(rscmBackwards);
+    FUndoStack->Clear(rscmForwards);
+}
+
+bool TKovRevertStacksManager::IsRevertingOrLocked() const {
+    return IsReverting() || FUndoStack->IsRevertLocked() || FRedoStack->IsRevertLocked();
+}
+
+bool TKovRevertStacksManager::RevertEnabled() const {
+    return !FUndoStack->IsRevertLocked() && !FRedoStack->IsRevertLocked();
+}
+
+void TKovRevertStacksManager::Changed() {
+    if (FOnRevertStackChange && FUndoStack->SnapshotLevel() == 0)
+        FOnRevertStackChange();
+}
+
+void TKovRevertStacksManager::BeginSnapshot(const std::string& caption) {
+    if (FUndoStack->IsRevertLocked())
+        return;
+    if (FUndoStack->FSnapshotLevel++ == 0)
+        FUndoStack->PushNewest(std::make_unique<TKovRevertObjectMapList_Memento>(caption));
+}
+
+void TKovRevertStacksManager::EndSnapshot() {
+    auto& stack = *FUndoStack;
+    if (stack.IsRevertLocked())
+        return;
+    if (--stack.FSnapshotLevel < 0) {
+        stack.FSnapshotLevel = 0;
+        throw ERevertStackException(
+            Format("Unbalanced call to TKovUndoStack.EndSnapshot for undo stack named \"%s\"",
+                   stack.Name()));
+    }
+    if (stack.FSnapshotLevel > 0 || stack.Count() == 0)
+        return;
+    stack.Lock();
+    if (stack.Snapshot(0).Count() == 0) {
+        // Nothing changed: no step for the user, and redo stays available.
+        stack.ExtractNewest();
+        stack.Unlock();
+        return;
+    }
+    stack.TrimToMaxSize();
+    stack.Unlock();
+    ClearRedoStack();
+    Changed();
+}
+
+void TKovRevertStacksManager::EndSnapshotWithRollback(bool onlyIfEmpty) {
+    auto& stack = *FUndoStack;
+    if (stack.IsRevertLocked())
+        return;
+    if (stack.FSnapshotLevel - 1 > 0 || stack.Count() == 0) {
+        EndSnapshot();
+        return;
+    }
+    if (onlyIfEmpty && stack.Snapshot(0).Count() > 0) {
+        EndSnapshot();
+        return;
+    }
+    stack.FSnapshotLevel = 0;
+    FIsUndoing = true;
+    try {
+        Revert(stack, nullptr);
+    } catch (...) {
+        FIsUndoing = false;
+        throw;
+    }
+    FIsUndoing = false;
+    Changed();
+}
+
+bool TKovRevertStacksManager::Add(TKovObject* newObject, TKovObject* oldObject,
+                                  const std::string& caption) {
+    auto& stack = *FUndoStack;
+    if (stack.SnapshotLevel() == 0) {
+        BeginSnapshot(caption);
+        bool added = Add(newObject, oldObject, caption);
+        EndSnapshot();
+        return added;
+    }
+    ClearRedoStack();
+    const bool rename = newObject && oldObject && newObject->Name() != oldObject->Name();
+    if (!rename && AlreadyContainsObject(newObject, oldObject)) {
+        if (newObject && oldObject)
+            delete oldObject;
+        return false;
+    }
+    stack.Snapshot(0).Add(std::make_unique<TKovRevertObjectMap_Memento>(newObject, oldObject));
+    Changed();
+    return true;
+}
+
+bool TKovRevertStacksManager::AlreadyContainsObject(const TKovObject* newObject,
+                                                    const TKovObject* oldObject) const {
+    auto& snapshot = FUndoStack->Snapshot(0);
+    if (!newObject && oldObject)
+        return snapshot.OldCacheHas(oldObject->UniqueID()) &&
+               snapshot.NewCacheHas(oldObject->UniqueID());
+    if (newObject && !oldObject)
+        return snapshot.NewCacheHas(newObject->UniqueID()) &&
+               !snapshot.OldCacheHas(newObject->UniqueID());
+    if (newObject && oldObject)
+        return snapshot.NewCacheHas(newObject->UniqueID()) ||
+               (newObject == oldObject && snapshot.OldCacheHas(oldObject->UniqueID()));
+    return false;
+}
+
+bool TKovRevertStacksManager::UndoSnapshotAlreadyContainsBackupOf(const TKovObject* object) const {
+    if (!object || FUndoStack->SnapshotLevel() == 0 || FUndoStack->Count() == 0)
+        return false;
+    return FUndoStack->Snapshot(0).NewCacheHas(object->UniqueID());
+}
+
+void TKovRevertStacksManager::Revert(TKovRevertStack_Memento& from, TKovRevertStack_Memento* to) {
+    if (&from == to)
+        throw ERevertStackException("Reverting cannot be performed on a single revert stack - two "
+                                    "separate stacks are necessary");
+    from.Lock();
+    if (to)
+        to->Lock();
+    struct TUnlock {
+        TKovRevertStack_Memento& From;
+        TKovRevertStack_Memento* To;
+        ~TUnlock() noexcept(false) {
+            if (To)
+                To->Unlock();
+            From.Unlock();
+        }
+    } unlock{from, to};
+    if (from.Count() == 0)
+        return;
+    auto snapshot = from.ExtractNewest();
+    for (int i = snapshot->Count() - 1; i >= 0; --i)
+        (*snapshot)[i].Invert();
+    if (to) {
+        snapshot->Reverse();
+        to->PushNewest(std::move(snapshot));
+    } else {
+        snapshot->Clear(rscmBackwards);
+    }
+}
+
+void TKovRevertStacksManager::Undo() {
+    if (FUndoStack->SnapshotLevel() > 0)
+        return; // an action is under way; its own step isn't complete yet
+    FIsUndoing = true;
+    try {
+        Revert(*FUndoStack, FRedoStack.get());
+    } catch (...) {
+        FIsUndoing = false;
+        throw;
+    }
+    FIsUndoing = false;
+    if (FOnRevertStackChange)
+        FOnRevertStackChange();
+}
+
+void TKovRevertStacksManager::Redo() {
+    if (FUndoStack->SnapshotLevel() > 0)
+        return;
+    FIsRedoing = true;
+    try {
+        Revert(*FRedoStack, FUndoStack.get());
+    } catch (...) {
+        FIsRedoing = false;
+        throw;
+    }
+    FIsRedoing = false;
+    if (FOnRevertStackChange)
+        FOnRevertStackChange();
+}
+
+void TKovRevertStacksManager::LockRevert() {
+    FUndoStack->Lock();
+    FRedoStack->Lock();
+}
+
+void TKovRevertStacksManager::UnlockRevert() {
+    FRedoStack->Unlock();
+    FUndoStack->Unlock();
+}
+
+void TKovRevertStacksManager::ClearRevertStacks() {
+    if (IsSnapshotOpened())
+        throw EKovException("Trying to clear revert stacks while in a snapshot state");
+    LockRevert();
+    FRedoStack->Clear(rscmBackwards);
+    FUndoStack->Clear(rscmForwards);
+    UnlockRevert();
+    if (FOnRevertStackChange)
+        FOnRevertStackChange();
+}
+
+void TKovRevertStacksManager::ClearRedoStack() {
+    if (FIsClearingRedoStack || FRedoStack->Count() == 0)
+        return;
+    FIsClearingRedoStack = true;
+    FRedoStack->Lock();
+    FRedoStack->Clear(rscmBackwards);
+    FRedoStack->Unlock();
+    FIsClearingRedoStack = false;
+}
+
+// ---------------------------------------------------------------------------------------------
+
+void TProjectRevertStackDiagnosis::PushCurrentStackState(const TKovObjectManager* manager) {
+    FManager = manager;
+    FUndoStackLevel = manager ? manager->UndoCount() : 0;
+    FRedoStackLevel = manager ? manager->RedoCount() : 0;
+}
+
+bool TProjectRevertStackDiagnosis::PopAndVerifyCurrentStackState(const std::string& context) {
+    const TKovObjectManager* manager = FManager;
+    FManager = nullptr;
+    if (!manager)
+        return true;
+    const bool match =
+        manager->UndoCount() == FUndoStackLevel && manager->RedoCount() == FRedoStackLevel;
+    if (!match)
+        std::cerr << Format("Revert stacks changed during %s: undo %d -> %d, redo %d -> %d",
+                            context, FUndoStackLevel, manager->UndoCount(), FRedoStackLevel,
+                            manager->RedoCount())
+                  << std::endl;
+    return match;
+}
+
+} // namespace tw
