@@ -1,0 +1,50 @@
+#include "labtest/QBDatatypes.h"
+
+namespace tw {
+
+const char* TestTypeName(TQBTestType type) {
+    static const char* const names[QBTestTypeCount] = {
+        "triaxial", "oedometer", "CRS", "DSS", "CDSS", "general", "pressuremeter", "cyctriaxial"};
+    int index = static_cast<int>(type);
+    return index >= 0 && index < QBTestTypeCount ? names[index] : "";
+}
+
+const char* LoadDirectionSuffix(TQBLoadDirection direction) {
+    static const char* const suffixes[QBLoadDirectionCount] = {"xx", "yy", "zz", "xy", "yz", "zx"};
+    return suffixes[static_cast<int>(direction)];
+}
+
+const std::vector<std::string>& BehaviorStrings() {
+    static const std::vector<std::string> values{"qbbhDrained", "qbbhUndrained"};
+    return values;
+}
+const std::vector<std::string>& BehaviorCaptions() {
+    static const std::vector<std::string> values{"Drained", "Undrained"};
+    return values;
+}
+const std::vector<std::string>& ConsolidationStrings() {
+    static const std::vector<std::string> values{"qbcIsotropic", "qbcK0"};
+    return values;
+}
+const std::vector<std::string>& DirectionStrings() {
+    static const std::vector<std::string> values{"qbdCompression", "qbdExtension"};
+    return values;
+}
+const std::vector<std::string>& DirectionCaptions() {
+    static const std::vector<std::string> values{"Compression", "Extension"};
+    return values;
+}
+const std::vector<std::string>& TestControlTypeStrings() {
+    static const std::vector<std::string> values{"tctStrain", "tctStress"};
+    return values;
+}
+const std::vector<std::string>& TestControlTypeCaptions() {
+    static const std::vector<std::string> values{"Strain", "Stress"};
+    return values;
+}
+const std::vector<std::string>& BoundaryConditionTypeStrings() {
+    static const std::vector<std::string> values{"bcFixedStrain", "bcFixedStress"};
+    return values;
+}
+
+} // namespace tw

@@ -1,0 +1,280 @@
+#include "labtest/QBPhase.h"
+
+#include "objects/ObjectManager.h"
+
+#include <cfloat>
+#include <climits>
+
+namespace tw {
+
+// ---------------------------------------------------------------------------------------------
+// TQBPhase
+
+TW_KOV_CLASS_IMPL(TQBPhase, TKovParentableObject, &TQBPhase::DeclareProperties)
+
+std::string TQBPhase::StressIncrementName(TQBLoadDirection direction) {
+    return std::string("Sig") + LoadDirectionSuffix(direction) + "inc";
+}
+
+std::string TQBPhase::StrainIncrementName(TQBLoadDirection direction) {
+    // Shear strains are engineering strains, named gamma.
+    const char* prefix = direction <= ldZZ ? "Eps" : "Gam";
+    return std::string(prefix) + LoadDirectionSuffix(direction) + "inc";
+}
+
+std::string TQBPhase::BoundaryConditionName(TQBLoadDirection direction) {
+    return std::string("BoundaryCondition") + LoadDirectionSuffix(direction);
+}
+
+void TQBPhase::DeclareProperties(TKovIntrinsicPropertyDeclarationList& list) {
+    list.AddInteger("Steps", ipkReadOnly, "Number of steps");
+    list.AddDoubleWithUnit("Duration", qtTime, ipkReadOnly, "", 0.0, DBL_MAX);
+    for (TQBLoadDirection d : AllLoadDirections) {
+        list.AddDoubleWithUnit(StressIncrementName(d), qtPressure, ipkReadOnly);
+        list.AddDoubleWithUnit(StrainIncrementName(d), qtPercentage, ipkReadOnly);
+        list.AddInteger(BoundaryConditionName(d), ipkReadOnly);
+    }
+    list.AddDoubleWithUnit("SuctionInc", qtPressure, ipkReadOnly | ipkNotPublished, "@D#s",
+                           -DBL_MAX, DBL_MAX);
+    list.AddDoubleWithUnit("TempInc", qtTemperatureInterval, ipkReadOnly | ipkNotPublished, "@D#T",
+                           -DBL_MAX, DBL_MAX);
+}
+
+std::unique_ptr<TQBPhase> TQBPhase::Clone() const {
+    auto phase = Make<TQBPhase>(ObjectManager());
+    phase->SetParent(Parent());
+    phase->CopyIntrinsicPropertiesFrom(*this, cipoIncludeReadonly);
+    return phase;
+}
+
+TKovIntrinsicProperty& TQBPhase::GetIncrementIP(int kind, TQBLoadDirection direction) const {
+    switch (kind) {
+    case 0:
+        return Property<TIPDoubleWithUnit>(StressIncrementName(direction));
+    case 1:
+        return Property<TIPDoubleWithUnit>(StrainIncrementName(direction));
+    case 4:
+        return Property<TIPInteger>(BoundaryConditionName(direction));
+    default:
+        throw EKovException(Format("Increment type is not implemented with direction: %d", kind));
+    }
+}
+
+TKovIntrinsicProperty& TQBPhase::GetIncrementIP(int kind) const {
+    switch (kind) {
+    case 2:
+        return Property<TIPDoubleWithUnit>("SuctionInc");
+    case 3:
+        return Property<TIPDoubleWithUnit>("TempInc");
+    default:
+        throw EKovException(
+            Format("Increment type is not implemented without direction: %d", kind));
+    }
+}
+
+int TQBPhase::Steps() const {
+    return Property<TIPInteger>("Steps").Value();
+}
+void TQBPhase::SetSteps(int steps) {
+    Property<TIPInteger>("Steps").SetValue(steps);
+}
+double TQBPhase::Duration() const {
+    return Property<TIPDouble>("Duration").Value();
+}
+void TQBPhase::SetDuration(double seconds) {
+    Property<TIPDouble>("Duration").SetValue(seconds);
+}
+
+double TQBPhase::GetStrainIncrement(TQBLoadDirection direction) const {
+    return Property<TIPDouble>(StrainIncrementName(direction)).Value();
+}
+void TQBPhase::SetStrainIncrement(TQBLoadDirection direction, double percent) {
+    Property<TIPDouble>(StrainIncrementName(direction)).SetValue(percent);
+}
+double TQBPhase::GetStressIncrement(TQBLoadDirection direction) const {
+    return Property<TIPDouble>(StressIncrementName(direction)).Value();
+}
+void TQBPhase::SetStressIncrement(TQBLoadDirection direction, double pascal) {
+    Property<TIPDouble>(StressIncrementName(direction)).SetValue(pascal);
+}
+TQBBoundaryConditionType TQBPhase::GetBoundaryCondition(TQBLoadDirection direction) const {
+    return static_cast<TQBBoundaryConditionType>(
+        Property<TIPInteger>(BoundaryConditionName(direction)).Value());
+}
+void TQBPhase::SetBoundaryCondition(TQBLoadDirection direction,
+                                    TQBBoundaryConditionType condition) {
+    Property<TIPInteger>(BoundaryConditionName(direction)).SetValue(condition);
+}
+double TQBPhase::SuctionIncrement() const {
+    return Property<TIPDouble>("SuctionInc").Value();
+}
+void TQBPhase::SetSuctionIncrement(double pascal) {
+    Property<TIPDouble>("SuctionInc").SetValue(pascal);
+}
+double TQBPhase::TemperatureIncrement() const {
+    return Property<TIPDouble>("TempInc").Value();
+}
+void TQBPhase::SetTemperatureIncrement(double kelvin) {
+    Property<TIPDouble>("TempInc").SetValue(kelvin);
+}
+
+TQBLoadDirectionDoubleArray TQBPhase::StrainIncrements() const {
+    TQBLoadDirectionDoubleArray values;
+    for (TQBLoadDirection d : AllLoadDirections)
+        values[d] = GetStrainIncrement(d);
+    return values;
+}
+void TQBPhase::SetStrainIncrements(const TQBLoadDirectionDoubleArray& values) {
+    for (TQBLoadDirection d : AllLoadDirections)
+        SetStrainIncrement(d, values[d]);
+}
+TQBLoadDirectionDoubleArray TQBPhase::StressIncrements() const {
+    TQBLoadDirectionDoubleArray values;
+    for (TQBLoadDirection d : AllLoadDirections)
+        values[d] = GetStressIncrement(d);
+    return values;
+}
+void TQBPhase::SetStressIncrements(const TQBLoadDirectionDoubleArray& values) {
+    for (TQBLoadDirection d : AllLoadDirections)
+        SetStressIncrement(d, values[d]);
+}
+TQBBoundaryConditions TQBPhase::BoundaryConditions() const {
+    TQBBoundaryConditions values;
+    for (TQBLoadDirection d : AllLoadDirections)
+        values[d] = GetBoundaryCondition(d);
+    return values;
+}
+void TQBPhase::SetBoundaryConditions(const TQBBoundaryConditions& values) {
+    for (TQBLoadDirection d : AllLoadDirections)
+        SetBoundaryCondition(d, values[d]);
+}
+
+void TQBPhase::SetStressIPReadOnly(TQBLoadDirection direction, bool readOnly) {
+    GetIncrementIP(0, direction).SetReadOnly(readOnly);
+}
+void TQBPhase::SetStrainIPReadOnly(TQBLoadDirection direction, bool readOnly) {
+    GetIncrementIP(1, direction).SetReadOnly(readOnly);
+}
+void TQBPhase::SetBoundaryConditionsIPReadOnly(TQBLoadDirection direction, bool readOnly) {
+    GetIncrementIP(4, direction).SetReadOnly(readOnly);
+}
+void TQBPhase::SetDurationReadOnly(bool readOnly) {
+    GetIntrinsicPropertyByName("Duration")->SetReadOnly(readOnly);
+}
+void TQBPhase::SetStepsReadOnly(bool readOnly) {
+    GetIntrinsicPropertyByName("Steps")->SetReadOnly(readOnly);
+}
+void TQBPhase::SetTemperatureVisibility(bool visible) {
+    GetIncrementIP(3).SetPublishedAndEditable(visible);
+}
+void TQBPhase::SetSuctionVisibility(bool visible) {
+    GetIncrementIP(2).SetPublishedAndEditable(visible);
+}
+void TQBPhase::UpdateTimeDependentProperties(bool enabled) {
+    GetIntrinsicPropertyByName("Duration")->SetPublished(enabled);
+    NotifyObservers();
+}
+
+std::string TQBPhase::ToString() const {
+    std::string body = Format("Steps=%d%sDuration=%f", Steps(), "/", Duration());
+    for (TQBLoadDirection d : AllLoadDirections)
+        body += Format("StrnInc=%f%sStrssInc=%f%s", GetStrainIncrement(d), "/",
+                       GetStressIncrement(d), "/");
+    return Format("%s[%s]", Name(), body);
+}
+
+// ---------------------------------------------------------------------------------------------
+// TQBPhaseList
+
+TW_KOV_CLASS_IMPL(TQBPhaseList, TKovObservableObjectList, nullptr)
+
+TQBPhase& TQBPhaseList::AddWithSettings(TKovObject* parent, int steps, double duration,
+                                        const TQBLoadDirectionDoubleArray& strainIncrements,
+                                        const TQBLoadDirectionDoubleArray& stressIncrements,
+                                        const TQBBoundaryConditions& boundaryConditions) {
+    auto phase = Make<TQBPhase>(ObjectManager());
+    phase->SetParent(parent);
+    phase->SetSteps(steps);
+    phase->SetDuration(duration);
+    phase->SetStrainIncrements(strainIncrements);
+    phase->SetStressIncrements(stressIncrements);
+    phase->SetBoundaryConditions(boundaryConditions);
+    TQBPhase* added = phase.release();
+    Add(added);
+    return *added;
+}
+
+void TQBPhaseList::CopyFrom(const TQBPhaseList& source) {
+    Clear();
+    for (int i = 0; i < source.Count(); ++i)
+        Add(source[i].Clone().release());
+}
+
+void TQBPhaseList::DeletePhase(int index) {
+    if (FOnDeletePhase)
+        FOnDeletePhase(index);
+    Delete(index);
+}
+
+std::string TQBPhaseList::ToString() const {
+    std::string body;
+    for (int i = 0; i < Count(); ++i)
+        body = Format("%s%s", body, (*this)[i].ToString());
+    return Format("%s[%s]", Name(), body);
+}
+
+// ---------------------------------------------------------------------------------------------
+// Cyclic definitions
+
+TW_KOV_CLASS_IMPL(TQBCyclicPhases, TKovParentableObject, &TQBCyclicPhases::DeclareProperties)
+
+void TQBCyclicPhases::DeclareProperties(TKovIntrinsicPropertyDeclarationList& list) {
+    list.AddInteger("Cycles", 0, "Cycles", 1, INT_MAX);
+    list.AddObject("FirstPhase", TQBPhase::StaticClass(), ipkReadOnly, "First phase");
+    list.AddObject("LastPhase", TQBPhase::StaticClass(), ipkReadOnly, "Last phase");
+}
+
+int TQBCyclicPhases::Cycles() const {
+    return Property<TIPInteger>("Cycles").Value();
+}
+void TQBCyclicPhases::SetCycles(int cycles) {
+    Property<TIPInteger>("Cycles").SetValue(cycles);
+}
+TQBPhase* TQBCyclicPhases::FirstPhase() const {
+    return static_cast<TQBPhase*>(Property<TIPKovObject>("FirstPhase").Value());
+}
+void TQBCyclicPhases::SetFirstPhase(TQBPhase* phase) {
+    Property<TIPKovObject>("FirstPhase").SetValue(phase);
+}
+TQBPhase* TQBCyclicPhases::LastPhase() const {
+    return static_cast<TQBPhase*>(Property<TIPKovObject>("LastPhase").Value());
+}
+void TQBCyclicPhases::SetLastPhase(TQBPhase* phase) {
+    Property<TIPKovObject>("LastPhase").SetValue(phase);
+}
+
+TW_KOV_CLASS_IMPL(TQBCyclicPhasesList, TKovObservableObjectList, nullptr)
+
+TQBCyclicPhases& TQBCyclicPhasesList::AddCyclicPhasesObject(TQBPhase* firstPhase,
+                                                            TQBPhase* lastPhase, int cycles) {
+    auto definition = Make<TQBCyclicPhases>(ObjectManager());
+    definition->SetFirstPhase(firstPhase);
+    definition->SetLastPhase(lastPhase);
+    definition->SetCycles(cycles);
+    TQBCyclicPhases* added = definition.release();
+    Add(added);
+    return *added;
+}
+
+void TQBCyclicPhasesList::CopyFrom(const TQBCyclicPhasesList& source,
+                                   const TQBPhaseList& sourcePhases, const TQBPhaseList& phases) {
+    Clear();
+    for (int i = 0; i < source.Count(); ++i) {
+        const TQBCyclicPhases& definition = *source.GetItems(i);
+        TQBPhase* first = phases.GetItems(sourcePhases.IndexOf(definition.FirstPhase()));
+        TQBPhase* last = phases.GetItems(sourcePhases.IndexOf(definition.LastPhase()));
+        AddCyclicPhasesObject(first, last, definition.Cycles());
+    }
+}
+
+} // namespace tw

@@ -1,0 +1,281 @@
+#include "labtest/QBProject.h"
+
+#include "labtest/QBKernelRun.h"
+#include "objects/ObjectManager.h"
+#include "services/Localisation.h"
+#include "services/RuntimeSettings.h"
+#include "services/Strings.h"
+#include "services/UserMessages.h"
+
+#include <charconv>
+#include <filesystem>
+#include <fstream>
+
+namespace tw {
+
+TW_KOV_CLASS_IMPL(TQBProject, TKovObservableObject, &TQBProject::DeclareProperties)
+
+void TQBProject::DeclareProperties(TKovIntrinsicPropertyDeclarationList& list) {
+    list.AddInteger("Version");
+}
+
+TQBProject::TQBProject(TKovObjectManager* manager)
+    : TKovObservableObject(manager), FApplicationDirectory(tw::ApplicationDirectory()) {
+    FLoadedTests = Make<TQBTestList>(nullptr);
+    FMainTests = Make<TQBTestList>(manager);
+    FMainTests->SetName("Tests");
+    FMaterialUpdateObserver.SetOnNotify([this](TNotifySender) { MainMaterialChanged(); });
+}
+
+TQBProject::TQBProject(TKovObjectManager* manager, std::unique_ptr<ITestMaterial> material,
+                       TQBTestMethod testMethod)
+    : TQBProject(manager) {
+    FMainMaterial = std::move(material);
+    if (FMainMaterial)
+        FMainMaterial->MaterialObservable().AttachObserver(&FMaterialUpdateObserver);
+    FTestMethod = testMethod;
+}
+
+TQBProject::~TQBProject() {
+    if (FMainMaterial)
+        FMainMaterial->MaterialObservable().DetachObserver(&FMaterialUpdateObserver);
+    // The stacks go first: they may hold deleted tests and phases.
+    if (TKovObjectManager* manager = ObjectManager())
+        if (!manager->IsUndoRedoSnapshotOpened())
+            manager->ClearRevertStacks();
+    FMainTests.reset();
+    FLoadedTests.reset();
+}
+
+void TQBProject::Initialize() {
+    Property<TIPInteger>("Version").SetValue(8);
+    if (FMainMaterial)
+        CreateTests();
+}
+
+void TQBProject::CreateTests() {
+    for (int type = 0; type < QBTestTypeCount; ++type) {
+        const auto testType = static_cast<TQBTestType>(type);
+        if (FTestMethod == tm3D && testType == ttPressuremeter)
+            continue; // a 3D project has no pressuremeter test
+        auto test = CreateTest(testType, ObjectManager(), FTestMethod);
+        test->SetOnGetMaterial([this] { return FMainMaterial.get(); });
+        FMainTests->Add(test.release());
+    }
+    for (int i = 0; i < FMainTests->Count(); ++i)
+        FMainTests->GetItems(i)->UpdateMaterialDependentProperties();
+}
+
+std::string TQBProject::MainMaterialIdentification() const {
+    return FMainMaterial ? FMainMaterial->Identification() : std::string();
+}
+
+void TQBProject::SetMainMaterial(std::unique_ptr<ITestMaterial> material) {
+    if (FMainMaterial) {
+        FMainMaterial->MaterialObservable().DetachObserver(&FMaterialUpdateObserver);
+        DeleteMaterial(FMainMaterial.get());
+    }
+    FMainMaterial = std::move(material);
+    if (FMainMaterial)
+        FMainMaterial->MaterialObservable().AttachObserver(&FMaterialUpdateObserver);
+    if (FMainTests->Count() == 0 && FMainMaterial)
+        CreateTests();
+    MainMaterialChanged();
+    for (int i = 0; i < FMainTests->Count(); ++i)
+        FMainTests->GetItems(i)->UpdateAllowedBehaviors();
+    if (FOnNewMainMaterial)
+        FOnNewMainMaterial();
+}
+
+void TQBProject::MainMaterialChanged() {
+    for (int i = 0; i < FMainTests->Count(); ++i) {
+        TQBTestBase* test = FMainTests->GetItems(i);
+        test->SetMaterialInSyncWithTest(false);
+        test->UpdateMaterialDependentProperties();
+    }
+}
+
+void TQBProject::SetApplicationDirectory(const std::string& directory) {
+    FApplicationDirectory = directory;
+    if (FApplicationDirectory.empty() || FApplicationDirectory.back() != '/')
+        FApplicationDirectory += '/';
+}
+
+bool TQBProject::IsSuctionEnabled() const {
+    for (int i = 0; i < FMainTests->Count(); ++i)
+        if (FMainTests->GetItems(i)->IsSuctionEnabled())
+            return true;
+    return false;
+}
+
+void TQBProject::SetIsSuctionEnabled(bool enabled) {
+    TUndoSnapshot snapshot(*this, enabled ? "Switch suction on" : "Switch suction off");
+    for (int i = 0; i < FMainTests->Count(); ++i) {
+        TQBTestBase* test = FMainTests->GetItems(i);
+        test->Property<TIPBoolean>("SuctionCondition")
+            .SetValue(enabled && test->CanHaveSuctionEnabled());
+    }
+}
+
+bool TQBProject::IsThermalEnabled() const {
+    for (int i = 0; i < FMainTests->Count(); ++i)
+        if (FMainTests->GetItems(i)->IsThermalEnabled())
+            return true;
+    return false;
+}
+
+void TQBProject::SetIsThermalEnabled(bool enabled) {
+    TUndoSnapshot snapshot(*this, enabled ? "Switch thermal on" : "Switch thermal off");
+    for (int i = 0; i < FMainTests->Count(); ++i) {
+        TQBTestBase* test = FMainTests->GetItems(i);
+        test->Property<TIPBoolean>("ThermalCondition")
+            .SetValue(enabled && test->CanHaveThermalEnabled());
+    }
+}
+
+void TQBProject::DeleteMaterial(ITestMaterial* material) {
+    for (const auto& callback : FDeleteCallbacks)
+        callback(material);
+    FLoadedTests->DeleteItemsWithMaterial(material);
+}
+
+void TQBProject::AddLoadedTest(std::unique_ptr<TQBTestBase> test) {
+    test->SetTitle(ComposeTitle(*test));
+    FLoadedTests->Add(test.release());
+}
+
+double TQBProject::PressureInProjectUnits(double pascal) const {
+    return FPresenter ? FPresenter->ToPresentation(qtPressure, pascal) : pascal;
+}
+
+std::string TQBProject::ComposeTitle(const TQBTestBase& test) const {
+    const std::string id = test.MaterialIdentification();
+    switch (test.TestType()) {
+    case ttTriaxial: {
+        const auto& triaxial = static_cast<const TQBTestTriaxial&>(test);
+        return Format(Translate("%s (sig3 = %.1f, eps;max = %.3e)"), id,
+                      PressureInProjectUnits(triaxial.CellPressure()), triaxial.MaximumStrain());
+    }
+    case ttOedometer:
+        return Format(Translate("%s (Oedometer)"), id);
+    case ttGeneral:
+        return Format(Translate("%s (General)"), id);
+    default:
+        return Format(Translate("%s (Unknown)"), id);
+    }
+}
+
+std::string TQBProject::KernelExecutableName() const {
+    switch (FTestMethod) {
+    case tm2D:
+        return "qbabc_2d";
+    case tm3D:
+        return "qbabc_3d";
+    }
+    throw EQBProjectException("Unknown test method");
+}
+
+std::string TQBProject::WriteQBC(TQBTestType testType) {
+    const std::string path = KernelWorkingDirectory() + "tokernel.qbc";
+    TQBTestBase* test = FMainTests->ByTestType(testType);
+    if (!test)
+        throw EQBProjectException(Format("Unknown test type: %d", static_cast<int>(testType)));
+    // Until the kernel input writer lands, the file holds the test's description only.
+    std::ofstream out(path, std::ios::binary | std::ios::trunc);
+    out << "; " << TestTypeName(testType) << "\n; " << test->ToString() << "\n";
+    if (!out)
+        throw EQBProjectException(Format("Cannot write the kernel input file %s", path));
+    return path;
+}
+
+namespace {
+// Reads the rows after "[testresults]": tab-separated numbers, one row per line.
+void ReadResultRows(const std::string& fileName, TQBResults& results) {
+    std::ifstream in(fileName, std::ios::binary);
+    if (!in)
+        throw EQBProjectException("TQBBaseFile.OpenRead: File not found:\n" + fileName);
+    std::string line;
+    bool inResults = false;
+    while (std::getline(in, line)) {
+        if (!line.empty() && line.back() == '\r')
+            line.pop_back();
+        if (!inResults) {
+            inResults = Trim(line) == "[testresults]";
+            continue;
+        }
+        std::vector<double> row;
+        for (const std::string& field : Split(line, '\t')) {
+            const std::string value = Trim(field);
+            if (value.empty())
+                continue;
+            double number;
+            if (!TryStrToFloat(value, number))
+                throw EQBProjectException(Format("Not a number in %s: \"%s\"", fileName, value));
+            row.push_back(number);
+        }
+        if (!row.empty())
+            results.AddRow(row);
+    }
+}
+} // namespace
+
+bool TQBProject::ReadQBR(const std::string& fileName, TQBTestType testType) {
+    TQBTestBase* test = FMainTests->ByTestType(testType);
+    if (!test)
+        throw EQBProjectException("TQBProject.ReadQBR: unknown testtype found.");
+    test->BeginUpdate();
+    try {
+        try {
+            ReadResultRows(fileName, test->Results());
+        } catch (...) {
+            test->Results().ClearRows();
+            throw;
+        }
+    } catch (...) {
+        test->EndUpdate();
+        throw;
+    }
+    test->EndUpdate();
+    return true;
+}
+
+bool TQBProject::DoTest(TQBTestType testType) {
+    bool result = true;
+    const std::string executable = KernelExecutableName();
+    const std::string inputFile = WriteQBC(testType);
+    const std::string resultFile =
+        std::filesystem::path(inputFile).replace_extension(".qbr").string();
+    // A stale result of an earlier run can never be read.
+    std::error_code ec;
+    std::filesystem::remove(resultFile, ec);
+    const std::string kernelPath = FApplicationDirectory + executable;
+    if (!std::filesystem::exists(kernelPath)) {
+        UserMessages().ShowMessage(Translate("Test kernel not available."), "Tarnwick");
+        return result;
+    }
+
+    bool success = false;
+    TQBTestBase& test = *FMainTests->ByTestType(testType);
+    test.Results().ClearRows();
+    test.BeginUpdate();
+    try {
+        RunKernelProcess(kernelPath, inputFile);
+        success = ReadQBR(resultFile, testType);
+    } catch (const std::exception&) {
+        success = false; // reported below, as any failed run
+    }
+    test.EndUpdate();
+    if (TKovObjectManager* manager = ObjectManager())
+        if (!manager->IsUndoRedoSnapshotOpened())
+            manager->ClearRevertStacks();
+    if (!success)
+        UserMessages().ShowMessage(
+            Translate("There was an error during the execution of the test."), "Tarnwick");
+    result = success;
+    test.UpdateAdvancedResultsVisibility();
+    test.SetMaterialInSyncWithTest(true);
+    test.EndCalculationObservable().NotifyObservers(&test);
+    return result;
+}
+
+} // namespace tw

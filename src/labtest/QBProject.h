@@ -1,0 +1,124 @@
+#pragma once
+// The root of what the running program holds: the soil material under test, one test of each
+// type, the tests loaded for comparison, and the choice of calculation kernel. DoTest writes the
+// kernel input for a test, runs the kernel, reads its result file back and tells the observers.
+
+#include "labtest/QBTestList.h"
+#include "materials/TestMaterial.h"
+#include "objects/IntrinsicProperty.h"
+
+#include <functional>
+#include <memory>
+#include <string>
+
+namespace tw {
+
+TW_DECLARE_EXCEPTION(EQBProjectException, EKovException)
+
+class TQBProject : public TKovObservableObject {
+    TW_KOV_CLASS(TQBProject, TKovObservableObject)
+public:
+    // A project without material and without tests, for the 3D kernel.
+    explicit TQBProject(TKovObjectManager* manager);
+    // A project on a material, with one main test per type (no pressuremeter in 3D).
+    TQBProject(TKovObjectManager* manager, std::unique_ptr<ITestMaterial> material,
+               TQBTestMethod testMethod);
+    ~TQBProject() override;
+    static void DeclareProperties(TKovIntrinsicPropertyDeclarationList& list);
+
+    TQBTestList& MainTests() const { return *FMainTests; }
+    TQBTestList& LoadedTests() const { return *FLoadedTests; }
+    TQBTestBase* TriaxialTest() const { return FMainTests->ByTestType(ttTriaxial); }
+    TQBTestBase* CycTriaxialTest() const { return FMainTests->ByTestType(ttCycTriaxial); }
+    TQBTestBase* OedometerTest() const { return FMainTests->ByTestType(ttOedometer); }
+    TQBTestBase* CRSTest() const { return FMainTests->ByTestType(ttCRS); }
+    TQBTestBase* DSSTest() const { return FMainTests->ByTestType(ttDSS); }
+    TQBTestBase* CDSSTest() const { return FMainTests->ByTestType(ttCDSS); }
+    TQBTestBase* GeneralTest() const { return FMainTests->ByTestType(ttGeneral); }
+    // nullptr in a 3D project.
+    TQBTestBase* PressuremeterTest() const { return FMainTests->ByTestType(ttPressuremeter); }
+
+    TQBTestMethod TestMethod() const { return FTestMethod; }
+    bool Is3D() const { return FTestMethod == tm3D; }
+    int Version() const { return Property<TIPInteger>("Version").Value(); }
+
+    // The material under test.
+    ITestMaterial* MainMaterial() const { return FMainMaterial.get(); }
+    std::string MainMaterialIdentification() const;
+    // Replaces the material under test: the delete callbacks run on the old one, the main tests
+    // follow the new one and are out of sync with their results.
+    void SetMainMaterial(std::unique_ptr<ITestMaterial> material);
+    void SetOnNewMainMaterial(std::function<void()> handler) {
+        FOnNewMainMaterial = std::move(handler);
+    }
+
+    // The folder of the kernel executables, with a trailing "/".
+    const std::string& ApplicationDirectory() const { return FApplicationDirectory; }
+    void SetApplicationDirectory(const std::string& directory);
+
+    // Suction and thermal switch every main test that can have them.
+    bool IsSuctionEnabled() const;
+    void SetIsSuctionEnabled(bool enabled);
+    bool IsThermalEnabled() const;
+    void SetIsThermalEnabled(bool enabled);
+
+    double LiquidThermalExpansion() const { return FLiquidThermalExpansion; }
+    void SetLiquidThermalExpansion(double value) { FLiquidThermalExpansion = value; }
+    double IceThermalExpansion() const { return FIceThermalExpansion; }
+    void SetIceThermalExpansion(double value) { FIceThermalExpansion = value; }
+
+    // Called, in order of registration, with a material before it is deleted.
+    using TDeleteCallback = std::function<void(ITestMaterial*)>;
+    void AddDeleteCallback(TDeleteCallback callback) {
+        FDeleteCallbacks.push_back(std::move(callback));
+    }
+    // Runs the callbacks, then deletes every loaded test that uses the material.
+    void DeleteMaterial(ITestMaterial* material);
+
+    // Adds a test loaded from a file for comparison; the title is composed here.
+    void AddLoadedTest(std::unique_ptr<TQBTestBase> test);
+    // The title of a loaded test, from its type and its material's identification.
+    std::string ComposeTitle(const TQBTestBase& test) const;
+    // Converts a pressure in pascal to the project's presentation unit (the identity until the
+    // project has a system of units).
+    double PressureInProjectUnits(double pascal) const;
+    void SetPresenter(const IQuantityPresenter* presenter) { FPresenter = presenter; }
+
+    // The calculation run. Answers false when the kernel ran but its result file could not be
+    // read; true also when the kernel is missing (the user has been told).
+    bool DoTest(TQBTestType testType);
+    // Writes the kernel input file of a main test into the working directory; answers its path.
+    std::string WriteQBC(TQBTestType testType);
+    // Reads a kernel result file into the main test of that type.
+    bool ReadQBR(const std::string& fileName, TQBTestType testType);
+    // The kernel executable for the project's method: "qbabc_2d" or "qbabc_3d".
+    std::string KernelExecutableName() const;
+
+    void Close() {
+        if (FOnCloseProject)
+            FOnCloseProject();
+    }
+    void SetOnCloseProject(std::function<void()> handler) { FOnCloseProject = std::move(handler); }
+
+protected:
+    void Initialize() override;
+
+private:
+    void CreateTests();
+    void MainMaterialChanged();
+
+    std::string FApplicationDirectory;
+    std::vector<TDeleteCallback> FDeleteCallbacks;
+    std::unique_ptr<ITestMaterial> FMainMaterial;
+    std::unique_ptr<TQBTestList> FLoadedTests;
+    std::unique_ptr<TQBTestList> FMainTests;
+    TQBTestMethod FTestMethod = tm3D;
+    double FLiquidThermalExpansion = 0.0;
+    double FIceThermalExpansion = 0.0;
+    TObserver FMaterialUpdateObserver;
+    std::function<void()> FOnNewMainMaterial;
+    std::function<void()> FOnCloseProject;
+    const IQuantityPresenter* FPresenter = nullptr;
+};
+
+} // namespace tw

@@ -1,0 +1,859 @@
+#include "labtest/QBTestBase.h"
+
+#include "objects/ObjectManager.h"
+#include "services/Strings.h"
+
+#include <cfloat>
+#include <climits>
+#include <cmath>
+
+namespace tw {
+
+namespace {
+constexpr double Tolerance = 1e-12;
+constexpr double OneDay = 86400.0;           // seconds
+constexpr double RoomTemperature = 293.15;   // kelvin
+constexpr double DefaultCellPressure = -1e5; // pascal, compression negative
+
+std::string TotalStressName(TQBLoadDirection d) {
+    return std::string("Sig") + LoadDirectionSuffix(d) + "TotInit";
+}
+std::string EffectiveStressName(TQBLoadDirection d) {
+    return std::string("Sig") + LoadDirectionSuffix(d) + "init";
+}
+bool IsNormal(TQBLoadDirection d) {
+    return d <= ldZZ;
+}
+
+template <typename T> T& OwnerAs(const TKovIntrinsicProperty& property) {
+    return *static_cast<T*>(property.Owner());
+}
+} // namespace
+
+// ---------------------------------------------------------------------------------------------
+// TQBTestBase
+
+TW_KOV_ABSTRACT_CLASS_IMPL(TQBTestBase, TKovObservableObject, &TQBTestBase::DeclareProperties)
+
+void TQBTestBase::DeclareProperties(TKovIntrinsicPropertyDeclarationList& list) {
+    list.AddText("Caption", ipkReadOnly);
+    list.AddDouble("Error", ipkReadOnly);
+    list.AddDouble("Relax", ipkReadOnly);
+    list.AddInteger("Iteration", ipkReadOnly);
+    list.AddBoolean("ArcLength", ipkReadOnly);
+    for (TQBLoadDirection d : AllLoadDirections)
+        list.AddDoubleWithUnit(TotalStressName(d), qtPressure, ipkReadOnly | ipkNotPublished);
+    // The effective initial stresses of each family are inserted here, before "Behaviour".
+    list.AddTypedEnumeration<TQBBehavior>("Behaviour", BehaviorStrings(),
+                                          ipkReadOnly | ipkNotPublished, "", BehaviorCaptions());
+    list.AddTypedEnumeration<TTestControlType>("TestControlType", TestControlTypeStrings(),
+                                               ipkReadOnly | ipkNotPublished, "Test control",
+                                               TestControlTypeCaptions());
+    list.AddBoolean("ApplyMobilisedShearStrength", ipkReadOnly | ipkNotPublished,
+                    "Apply mob. rel. shear strength");
+    list.AddDouble("MobilisedShearStrength", ipkReadOnly | ipkNotPublished,
+                   "Mob. rel. shear strength", 0.0, 1.0);
+    list.AddDoubleWithUnit("PreconsolidationPressure", qtPressure, ipkReadOnly | ipkNotPublished,
+                           "|Vertical precons. stress|");
+    list.AddBoolean("SuctionCondition", ipkReadOnly | ipkNotPublished, "Suction");
+    list.AddBoolean("ThermalCondition", ipkReadOnly | ipkNotPublished, "Thermal");
+    list.AddDoubleWithUnit("TempInit", qtTemperature, ipkReadOnly | ipkNotPublished,
+                           "Initial temperature T");
+    list.AddDoubleWithUnit("SuctionInit", qtPressure, ipkReadOnly | ipkNotPublished,
+                           "Initial suction s");
+    list.AddBoolean("Selected", ipkReadOnly | ipkNotPublished);
+    list.AddBoolean("Visible", ipkReadOnly | ipkNotPublished);
+    list.AddObject("Phases", TQBPhaseList::StaticClass());
+    list.AddObject("CyclicPhases", TQBCyclicPhasesList::StaticClass(), ipkNotPublished,
+                   "Cyclic phases");
+    list.AddObject("Results", TQBResults::StaticClass());
+    list.AddDerivedDouble(
+        "SeInit",
+        {[](const TKovIntrinsicProperty& p) { return OwnerAs<TQBTestBase>(p).SeInit(); }, nullptr},
+        ipkReadOnly | ipkNotPublished, "Initial effective saturation S_e#");
+}
+
+void TQBTestBase::AddDerivedAdvancedEffectiveStressDeclarations(
+    TKovIntrinsicPropertyDeclarationList& list, TKovIntrinsicPropertyConfig config) {
+    int at = list.GetIndexOfDeclarationFor("Behaviour");
+    for (TQBLoadDirection d : AllLoadDirections) {
+        TKovIntrinsicPropertyDeclarationList single;
+        single.AddDerivedDoubleWithUnit(
+            EffectiveStressName(d), qtPressure,
+            {[d](const TKovIntrinsicProperty& p) {
+                 return OwnerAs<TQBTestBase>(p).GetInitialEffectiveStress(d);
+             },
+             [d](TKovIntrinsicProperty& p, const double& v) {
+                 OwnerAs<TQBTestBase>(p).SetInitialEffectiveStress(d, v);
+             }},
+            config);
+        list.Insert(at++, single.Extract(EffectiveStressName(d)));
+    }
+}
+
+void TQBTestBase::AddDerivedBasicEffectiveStressDeclarations(
+    TKovIntrinsicPropertyDeclarationList& list, TKovIntrinsicPropertyConfig config) {
+    int at = list.GetIndexOfDeclarationFor("Behaviour");
+    for (TQBLoadDirection d : AllLoadDirections) {
+        TKovIntrinsicPropertyDeclarationList single;
+        single.AddDerivedDoubleWithUnit(EffectiveStressName(d), qtPressure,
+                                        {[d](const TKovIntrinsicProperty& p) {
+                                             return OwnerAs<TQBTestBase>(p).GetInitialTotalStress(
+                                                 d);
+                                         },
+                                         [d](TKovIntrinsicProperty& p, const double& v) {
+                                             OwnerAs<TQBTestBase>(p).SetInitialTotalStress(d, v);
+                                         }},
+                                        config);
+        list.Insert(at++, single.Extract(EffectiveStressName(d)));
+    }
+}
+
+TQBTestBase::TQBTestBase(TKovObjectManager* manager, TQBTestMethod testMethod)
+    : TKovObservableObject(manager), FTestMethod(testMethod) {
+    SetUpOwnedObjects();
+}
+
+TQBTestBase::~TQBTestBase() {
+    if (FPhases)
+        FPhases->DetachObserver(&FPhasesObserver);
+}
+
+void TQBTestBase::SetUpOwnedObjects() {
+    TKovObjectManager* manager = ObjectManager();
+    FResults = Make<TQBResults>(manager);
+    FPhases = Make<TQBPhaseList>(manager);
+    FCyclicPhases = Make<TQBCyclicPhasesList>(manager);
+    FPhases->SetOnDeletePhase([this](int index) { OnDeletePhase(index); });
+    FPhasesObserver.SetOnNotify([this](TNotifySender) {
+        if (FPhases->Observable().LockLevel() == 0) {
+            UpdateAfterPhasesChanged();
+            NotifyObservers();
+        }
+    });
+    FPhases->AttachObserver(&FPhasesObserver);
+}
+
+void TQBTestBase::Initialize() {
+    Property<TIPKovObject>("Phases").SetValue(FPhases.get());
+    Property<TIPKovObject>("CyclicPhases").SetValue(FCyclicPhases.get());
+    Property<TIPKovObject>("Results").SetValue(FResults.get());
+    Property<TIPText>("Caption").SetValue(GetObjectTypeName());
+    Property<TIPBoolean>("Visible").SetValue(true);
+    ResetToDefault(true);
+}
+
+void TQBTestBase::ResetToDefault(bool clearResults) {
+    BeginUpdate();
+    try {
+        SetDefaultValues(clearResults);
+    } catch (...) {
+        EndUpdate();
+        throw;
+    }
+    EndUpdate();
+}
+
+void TQBTestBase::SetDefaultValues(bool clearResults) {
+    Property<TIPEnumeration>("Behaviour").SetIntValue(qbbhDrained);
+    Property<TIPDouble>("Relax").SetValue(1.0);
+    Property<TIPDouble>("Error").SetValue(0.01);
+    Property<TIPInteger>("Iteration").SetValue(50);
+    Property<TIPBoolean>("ArcLength").SetValue(false);
+    Property<TIPDouble>("PreconsolidationPressure").SetValue(0.0);
+    Property<TIPDouble>("MobilisedShearStrength").SetValue(0.0);
+    Property<TIPBoolean>("ApplyMobilisedShearStrength").SetValue(false);
+    GetIntrinsicPropertyByName("MobilisedShearStrength")->SetReadOnly(true);
+    Property<TIPBoolean>("SuctionCondition").SetValue(false);
+    Property<TIPBoolean>("ThermalCondition").SetValue(false);
+    Property<TIPEnumeration>("TestControlType").SetIntValue(tctStrain);
+    for (TQBLoadDirection d : AllLoadDirections)
+        SetInitialTotalStress(d, 0.0);
+    Property<TIPDouble>("TempInit").SetValue(RoomTemperature);
+    FPhases->Clear();
+    FCyclicPhases->Clear();
+    if (clearResults)
+        FResults->ClearRows();
+}
+
+void TQBTestBase::BeginUpdate() {
+    TKovObservableObject::BeginUpdate();
+    FPhases->BeginUpdate();
+}
+
+void TQBTestBase::EndUpdate() {
+    FPhases->EndUpdate();
+    TKovObservableObject::EndUpdate();
+}
+
+ITestMaterial* TQBTestBase::Material() const {
+    if (FOwnedMaterial)
+        return FOwnedMaterial.get();
+    return FOnGetMaterial ? FOnGetMaterial() : nullptr;
+}
+
+void TQBTestBase::SetOnGetMaterial(TGetMaterial onGetMaterial) {
+    FOnGetMaterial = std::move(onGetMaterial);
+    UpdateAllowedBehaviors();
+}
+
+void TQBTestBase::SetOwnedMaterial(std::unique_ptr<ITestMaterial> material) {
+    FOwnedMaterial = std::move(material);
+    UpdateAllowedBehaviors();
+}
+
+std::string TQBTestBase::MaterialIdentification() const {
+    ITestMaterial* material = Material();
+    return material ? material->Identification() : std::string();
+}
+
+double TQBTestBase::Error() const {
+    return Property<TIPDouble>("Error").Value();
+}
+double TQBTestBase::Relax() const {
+    return Property<TIPDouble>("Relax").Value();
+}
+int TQBTestBase::MaxIter() const {
+    return Property<TIPInteger>("Iteration").Value();
+}
+bool TQBTestBase::ArcLength() const {
+    return Property<TIPBoolean>("ArcLength").Value();
+}
+TQBBehavior TQBTestBase::Behavior() const {
+    return static_cast<TQBBehavior>(Property<TIPEnumeration>("Behaviour").IntValue());
+}
+TTestControlType TQBTestBase::TestControlType() const {
+    return static_cast<TTestControlType>(Property<TIPEnumeration>("TestControlType").IntValue());
+}
+bool TQBTestBase::ApplyMobShearStrength() const {
+    return Property<TIPBoolean>("ApplyMobilisedShearStrength").Value();
+}
+double TQBTestBase::MobilisedShearStrength() const {
+    return Property<TIPDouble>("MobilisedShearStrength").Value();
+}
+double TQBTestBase::PreconsolidationPressure() const {
+    return Property<TIPDouble>("PreconsolidationPressure").Value();
+}
+std::string TQBTestBase::Caption() const {
+    return Property<TIPText>("Caption").Value();
+}
+bool TQBTestBase::Selected() const {
+    return Property<TIPBoolean>("Selected").Value();
+}
+bool TQBTestBase::Visible() const {
+    return Property<TIPBoolean>("Visible").Value();
+}
+
+namespace {
+TMXSoil_MaterialModel ModelOf(const ITestMaterial* material) {
+    return material ? material->SoilModel() : mxsmmNone;
+}
+} // namespace
+
+bool TQBTestBase::IsTimeEnabled() const {
+    switch (ModelOf(Material())) {
+    case mxsmmSoftSoilCreep:
+    case mxsmmSOViscid:
+    case mxsmmConcrete:
+        return true;
+    default:
+        return false;
+    }
+}
+
+bool TQBTestBase::IsPreconsolidationEnabled() const {
+    switch (ModelOf(Material())) {
+    case mxsmmHardeningSoil:
+    case mxsmmHardeningSoilSmall:
+    case mxsmmSoftSoil:
+    case mxsmmSoftSoilCreep:
+    case mxsmmModifiedCamClay:
+    case mxsmmSOInviscid:
+    case mxsmmSOViscid:
+        return true;
+    default:
+        return false;
+    }
+}
+
+bool TQBTestBase::IsMobShearStrengthEnabled() const {
+    const auto model = ModelOf(Material());
+    return model == mxsmmHardeningSoil || model == mxsmmHardeningSoilSmall;
+}
+
+bool TQBTestBase::CanHaveSuctionEnabled() const {
+    // A test without material counts as drainage 0 (drained).
+    const ITestMaterial* material = Material();
+    return !material || material->DrainageType() != mxsdtNonPorous;
+}
+
+bool TQBTestBase::CanHaveThermalEnabled() const {
+    return FTestMethod == tm2D;
+}
+
+bool TQBTestBase::IsSuctionEnabled() const {
+    return Property<TIPBoolean>("SuctionCondition").Value();
+}
+bool TQBTestBase::IsThermalEnabled() const {
+    return Property<TIPBoolean>("ThermalCondition").Value();
+}
+bool TQBTestBase::IsSuctionIncrementEnabled() const {
+    return IsSuctionEnabled() && Behavior() == qbbhDrained;
+}
+
+double TQBTestBase::InitialTemperature() const {
+    return Property<TIPDouble>("TempInit").Value();
+}
+double TQBTestBase::InitialSuction() const {
+    return Property<TIPDouble>("SuctionInit").Value();
+}
+
+double TQBTestBase::SeInit() const {
+    const ITestMaterial* material = Material();
+    if (!material)
+        return 0.0;
+    auto number = [&](const char* name) { return material->GetNumber(name).value_or(0.0); };
+    const double ga = number("GenuchtenGa");
+    const double gn = number("GenuchtenGn");
+    const double gravity = number("GravityAcceleration");
+    const double psiUnsat = number("GwPsiUnsat");
+    const double rho = number("rhoPoreFluid");
+    const double sSat = number("SaturationSaturated");
+    const double sRes = number("SaturationResidual");
+    const double s = InitialSuction();
+    // Pressure head in metres; a fluid without weight gives no head.
+    const double weight = rho * gravity;
+    const double psi = std::fabs(weight) < Tolerance ? 0.0 : -s / weight;
+    double saturation;
+    if (psi >= 0.0) {
+        saturation = 1.0;
+    } else {
+        double h = std::fabs(psi);
+        if (h >= std::fabs(psiUnsat))
+            h = std::fabs(psiUnsat);
+        saturation = sRes + (sSat - sRes) * std::pow(1.0 + std::pow(ga * h, gn), (1.0 - gn) / gn);
+    }
+    const double divisor = sSat - sRes;
+    return divisor < Tolerance ? 0.0 : (saturation - sRes) / divisor;
+}
+
+double TQBTestBase::GetInitialTotalStress(TQBLoadDirection direction) const {
+    return Property<TIPDouble>(TotalStressName(direction)).Value();
+}
+
+void TQBTestBase::SetInitialTotalStress(TQBLoadDirection direction, double pascal) {
+    Property<TIPDouble>(TotalStressName(direction)).SetValue(pascal);
+}
+
+namespace {
+// The part of the suction that acts on the normal stresses, Se * s; zero with suction off.
+double SuctionStress(const TQBTestBase& test, TQBLoadDirection direction) {
+    if (!IsNormal(direction) || !test.IsSuctionEnabled())
+        return 0.0;
+    return test.SeInit() * test.InitialSuction();
+}
+} // namespace
+
+double TQBTestBase::GetInitialEffectiveStress(TQBLoadDirection direction) const {
+    return GetInitialTotalStress(direction) - SuctionStress(*this, direction);
+}
+
+void TQBTestBase::SetInitialEffectiveStress(TQBLoadDirection direction, double pascal) {
+    SetInitialTotalStress(direction, pascal + SuctionStress(*this, direction));
+}
+
+TQBLoadDirectionDoubleArray TQBTestBase::InitialEffectiveStresses() const {
+    TQBLoadDirectionDoubleArray stresses;
+    for (TQBLoadDirection d : AllLoadDirections)
+        stresses[d] = GetInitialEffectiveStress(d);
+    return stresses;
+}
+
+int TQBTestBase::PhaseCountIncludingCycles() const {
+    int count = FPhases->Count();
+    for (int i = 0; i < FCyclicPhases->Count(); ++i) {
+        const TQBCyclicPhases& definition = *FCyclicPhases->GetItems(i);
+        const int first = FPhases->IndexOf(definition.FirstPhase());
+        const int last = FPhases->IndexOf(definition.LastPhase());
+        if (first >= 0 && last >= 0)
+            count += (last + 1 - first) * (definition.Cycles() - 1);
+    }
+    return count;
+}
+
+void TQBTestBase::ClipPhases(int count) {
+    while (FPhases->Count() > count)
+        FPhases->DeletePhase(count);
+}
+
+void TQBTestBase::OnDeletePhase(int index) {
+    const TQBPhase* phase = FPhases->GetItems(index);
+    if (!phase)
+        return;
+    for (int i = FCyclicPhases->Count() - 1; i >= 0; --i) {
+        const TQBCyclicPhases& definition = *FCyclicPhases->GetItems(i);
+        if (definition.FirstPhase() == phase || definition.LastPhase() == phase)
+            FCyclicPhases->Delete(i);
+    }
+}
+
+std::optional<TQBCyclicPhases*>
+TQBTestBase::GetCyclicPhasesWithReferenceTo(const TQBPhase* phase) const {
+    if (!phase)
+        return std::nullopt;
+    for (int i = 0; i < FCyclicPhases->Count(); ++i) {
+        TQBCyclicPhases* definition = FCyclicPhases->GetItems(i);
+        if (definition->FirstPhase() == phase || definition->LastPhase() == phase)
+            return definition;
+    }
+    return std::nullopt;
+}
+
+std::optional<TQBCyclicPhases*>
+TQBTestBase::GetCyclicPhasesForStartPhase(const TQBPhase* phase) const {
+    auto definition = GetCyclicPhasesWithReferenceTo(phase);
+    if (definition && (*definition)->LastPhase() == phase)
+        return std::nullopt;
+    return definition;
+}
+
+void TQBTestBase::UpdateMaterialDependentProperties() {
+    BeginUpdate();
+    try {
+        UpdatePropertyAvailability();
+    } catch (...) {
+        EndUpdate();
+        throw;
+    }
+    EndUpdate();
+    NotifyObservers();
+}
+
+void TQBTestBase::UpdatePropertyAvailability() {
+    GetIntrinsicPropertyByName("PreconsolidationPressure")
+        ->SetPublishedAndEditable(IsPreconsolidationEnabled());
+    GetIntrinsicPropertyByName("ApplyMobilisedShearStrength")
+        ->SetPublishedAndEditable(IsMobShearStrengthEnabled());
+    GetIntrinsicPropertyByName("MobilisedShearStrength")->SetPublished(IsMobShearStrengthEnabled());
+}
+
+void TQBTestBase::UpdateDurationAvailability() {
+    const bool timeEnabled = IsTimeEnabled();
+    if (TKovIntrinsicProperty* duration = GetIntrinsicPropertyByName("Duration"))
+        duration->SetPublishedAndEditable(timeEnabled);
+    // A model without time dependence runs with duration 0; a user's value is not kept.
+    if (TQBPhase* first = FirstPhase())
+        first->SetDuration(timeEnabled ? OneDay : 0.0);
+}
+
+void TQBTestBase::UpdateAllowedBehaviors() {
+    TKovObjectManager* manager = ObjectManager();
+    if (!manager)
+        return;
+    const ITestMaterial* material = Material();
+    const bool nonPorous = material && material->DrainageType() == mxsdtNonPorous;
+    auto& behaviour = Property<TIPEnumeration>("Behaviour");
+    manager->UndoBeginSnapshot("Allowed behaviours");
+    try {
+        if (nonPorous) {
+            if (behaviour.IntValue() == qbbhUndrained)
+                behaviour.SetIntValue(qbbhDrained);
+            if (!behaviour.IsDisabled(qbbhUndrained))
+                behaviour.DisableIntValue(qbbhUndrained);
+        } else if (behaviour.IsDisabled(qbbhUndrained)) {
+            behaviour.EnableIntValue(qbbhUndrained);
+        }
+    } catch (...) {
+        manager->UndoEndSnapshotWithRollback();
+        throw;
+    }
+    manager->UndoEndSnapshot();
+}
+
+void TQBTestBase::EnableAllBehaviors() {
+    TKovObjectManager* manager = ObjectManager();
+    if (manager)
+        manager->UndoBeginSnapshot("Enable all behaviours");
+    Property<TIPEnumeration>("Behaviour").EnableAllValues();
+    if (manager)
+        manager->UndoEndSnapshot();
+}
+
+void TQBTestBase::MakePropertiesReadOnly() {
+    for (int i = 0; i < IntrinsicPropertiesCount(); ++i)
+        GetIntrinsicProperty(i)->SetReadOnly(true);
+    NotifyObservers();
+}
+
+void TQBTestBase::DoAfterLoadFromStorage() {
+    BeginUpdate();
+    UpdateMaterialDependentProperties();
+    BeginUpdate();
+    UpdateFromInitialStresses();
+    EndUpdate();
+    EndUpdate();
+}
+
+void TQBTestBase::UpdateAdvancedResultsVisibility() {
+    FResults->SetAdvancedColumnsVisible(IsSuctionEnabled(), IsThermalEnabled());
+}
+
+void TQBTestBase::PropertyChanged(TKovIntrinsicProperty& property) {
+    const std::string& name = property.CleanName();
+    if (name == "applymobilisedshearstrength") {
+        GetIntrinsicPropertyByName("MobilisedShearStrength")->SetReadOnly(!ApplyMobShearStrength());
+        NotifyObservers();
+    } else if (name == "suctioncondition") {
+        FSuctionConditionObservable.NotifyObservers(this);
+        if (!HasResults())
+            UpdateAdvancedResultsVisibility();
+    } else if (name == "thermalcondition") {
+        FThermalConditionObservable.NotifyObservers(this);
+        if (!HasResults())
+            UpdateAdvancedResultsVisibility();
+    } else if (name == "behaviour") {
+        FBehaviorObservable.NotifyObservers(this);
+    }
+    // The second reaction, on every test.
+    if (name == "thermalcondition") {
+        GetIntrinsicPropertyByName("TempInit")->SetPublishedAndEditable(IsThermalEnabled());
+    } else if (name == "suctioncondition") {
+        GetIntrinsicPropertyByName("SuctionInit")->SetPublishedAndEditable(IsSuctionEnabled());
+        GetIntrinsicPropertyByName("SeInit")->SetPublished(IsSuctionEnabled());
+    }
+}
+
+void TQBTestBase::CopyFrom(const TQBTestBase& source) {
+    TUndoSnapshot snapshot(*this, "Copy test");
+    BeginUpdate();
+    try {
+        CopyIntrinsicPropertiesFrom(source, cipoIncludeReadonly);
+        // The references to the owned lists stay ours.
+        Property<TIPKovObject>("Phases").SetValue(FPhases.get());
+        Property<TIPKovObject>("CyclicPhases").SetValue(FCyclicPhases.get());
+        Property<TIPKovObject>("Results").SetValue(FResults.get());
+        if (source.FOwnedMaterial) {
+            const ITestMaterial* material = source.FOwnedMaterial.get();
+            FOnGetMaterial = [material] { return const_cast<ITestMaterial*>(material); };
+        } else {
+            FOnGetMaterial = source.FOnGetMaterial;
+        }
+        FPhases->CopyFrom(*source.FPhases);
+        for (int i = 0; i < FPhases->Count(); ++i)
+            (*FPhases)[i].SetParent(this);
+        FCyclicPhases->CopyFrom(*source.FCyclicPhases, *source.FPhases, *FPhases);
+    } catch (...) {
+        EndUpdate();
+        throw;
+    }
+    EndUpdate();
+}
+
+std::unique_ptr<TQBTestBase> TQBTestBase::Clone() const {
+    auto clone = CreateTest(TestType(), nullptr, FTestMethod);
+    clone->CopyFrom(*this);
+    if (const ITestMaterial* material = Material())
+        clone->SetOwnedMaterial(material->CreateStaticCopy());
+    else
+        clone->SetOnGetMaterial(nullptr);
+    clone->FResults->CopyFrom(*FResults);
+    clone->FTitle = FTitle;
+    clone->FColor = FColor;
+    clone->FMaterialInSyncWithTest = FMaterialInSyncWithTest;
+    return clone;
+}
+
+std::string TQBTestBase::ToString() const {
+    std::string text = Format("%s%sBhvr=%d", "", "", static_cast<int>(Behavior()));
+    text = Format("%s%sPreconsPress=%f", text, "/", PreconsolidationPressure());
+    text = Format("%s%sMoblShearStrength=%f", text, "/", MobilisedShearStrength());
+    return text;
+}
+
+// ---------------------------------------------------------------------------------------------
+// TQBTestWithConsolidation
+
+TW_KOV_ABSTRACT_CLASS_IMPL(TQBTestWithConsolidation, TQBTestBase,
+                           &TQBTestWithConsolidation::DeclareProperties)
+
+void TQBTestWithConsolidation::DeclareProperties(TKovIntrinsicPropertyDeclarationList& list) {
+    list.AddTypedEnumeration<TQBConsolidation>("Consolidation", ConsolidationStrings());
+    list.AddDouble("K0", 0, "", 1e-10, DBL_MAX);
+}
+
+TQBConsolidation TQBTestWithConsolidation::Consolidation() const {
+    return static_cast<TQBConsolidation>(Property<TIPEnumeration>("Consolidation").IntValue());
+}
+
+double TQBTestWithConsolidation::K0() const {
+    return Property<TIPDouble>("K0").Value();
+}
+
+void TQBTestWithConsolidation::SetDefaultValues(bool clearResults) {
+    TQBTestBase::SetDefaultValues(clearResults);
+    Property<TIPEnumeration>("Consolidation").SetIntValue(qbcIsotropic);
+    Property<TIPDouble>("K0").SetValue(1.0);
+    GetIntrinsicPropertyByName("K0")->SetReadOnly(true);
+}
+
+void TQBTestWithConsolidation::UpdateStressesFromK0() {
+    const double vertical = GetInitialEffectiveStress(ldYY);
+    SetInitialEffectiveStress(ldXX, K0() * vertical);
+    SetInitialEffectiveStress(ldZZ, K0() * vertical);
+}
+
+void TQBTestWithConsolidation::PropertyChanged(TKovIntrinsicProperty& property) {
+    TQBTestBase::PropertyChanged(property);
+    const std::string& name = property.CleanName();
+    if (name == "consolidation") {
+        auto& k0 = Property<TIPDouble>("K0");
+        if (Consolidation() == qbcK0) {
+            k0.SetReadOnly(false);
+        } else {
+            k0.BeginUpdate();
+            k0.SetValue(1.0);
+            k0.SetReadOnly(true);
+            k0.EndUpdate();
+        }
+    } else if (name == "k0") {
+        UpdateStressesFromK0();
+    }
+}
+
+void TQBTestWithConsolidation::UpdateFromInitialStresses() {
+    const double vertical = GetInitialEffectiveStress(ldYY);
+    Property<TIPDouble>("K0").SetValue(
+        std::fabs(vertical) < Tolerance ? 1.0 : GetInitialEffectiveStress(ldXX) / vertical);
+}
+
+// ---------------------------------------------------------------------------------------------
+// TQBTestTriaxialBase
+
+TW_KOV_ABSTRACT_CLASS_IMPL(TQBTestTriaxialBase, TQBTestWithConsolidation,
+                           &TQBTestTriaxialBase::DeclareProperties)
+
+void TQBTestTriaxialBase::DeclareProperties(TKovIntrinsicPropertyDeclarationList& list) {
+    AddDerivedAdvancedEffectiveStressDeclarations(list, ipkReadOnly | ipkNotPublished);
+    list.AddDerivedDoubleWithUnit("CellPressure", qtPressure,
+                                  {[](const TKovIntrinsicProperty& p) {
+                                       return OwnerAs<TQBTestTriaxialBase>(p).CellPressure();
+                                   },
+                                   [](TKovIntrinsicProperty& p, const double& v) {
+                                       OwnerAs<TQBTestTriaxialBase>(p).SetCellPressure(v);
+                                   }},
+                                  0, "Initial effective cell pressure |@s#'_xx#|");
+    list.AddDerivedDoubleWithUnit("TotalCellPressure", qtPressure,
+                                  {[](const TKovIntrinsicProperty& p) {
+                                       return OwnerAs<TQBTestTriaxialBase>(p).TotalCellPressure();
+                                   },
+                                   [](TKovIntrinsicProperty& p, const double& v) {
+                                       OwnerAs<TQBTestTriaxialBase>(p).SetTotalCellPressure(v);
+                                   }},
+                                  ipkReadOnly | ipkNotPublished,
+                                  "Initial total cell pressure |@s#_xx#|");
+    list.AddDerivedDoubleWithUnit(
+        "Duration", qtTime,
+        {[](const TKovIntrinsicProperty& p) { return OwnerAs<TQBTestTriaxialBase>(p).Duration(); },
+         [](TKovIntrinsicProperty& p, const double& v) {
+             OwnerAs<TQBTestTriaxialBase>(p).SetDuration(v);
+         }},
+        0, "Duration", 0.0, DBL_MAX);
+}
+
+double TQBTestTriaxialBase::CellPressure() const {
+    return std::fabs(GetInitialEffectiveStress(ldXX));
+}
+
+void TQBTestTriaxialBase::SetCellPressure(double value) {
+    SetInitialEffectiveStress(ldXX, -value);
+    SetInitialEffectiveStress(ldZZ, -value);
+    UpdateStressesFromK0();
+}
+
+double TQBTestTriaxialBase::TotalCellPressure() const {
+    return std::fabs(GetInitialTotalStress(ldXX));
+}
+
+void TQBTestTriaxialBase::SetTotalCellPressure(double value) {
+    Property<TIPDouble>("CellPressure").SetValue(std::fabs(-value - SeInit() * InitialSuction()));
+}
+
+double TQBTestTriaxialBase::Duration() const {
+    const TQBPhase* first = FirstPhase();
+    return first ? first->Duration() : 0.0;
+}
+
+void TQBTestTriaxialBase::SetDuration(double seconds) {
+    if (TQBPhase* first = FirstPhase())
+        first->SetDuration(seconds);
+}
+
+void TQBTestTriaxialBase::UpdateStressesFromK0() {
+    const double k0 = K0();
+    const double horizontal = GetInitialEffectiveStress(ldXX);
+    SetInitialEffectiveStress(ldYY, std::fabs(k0) < Tolerance ? horizontal : horizontal / k0);
+}
+
+void TQBTestTriaxialBase::Initialize() {
+    TQBTestWithConsolidation::Initialize();
+    GetIntrinsicPropertyByName("Behaviour")->SetPublishedAndEditable(true);
+}
+
+void TQBTestTriaxialBase::SetDefaultValues(bool clearResults) {
+    TQBTestWithConsolidation::SetDefaultValues(clearResults);
+    SetInitialEffectiveStress(ldXX, DefaultCellPressure);
+    SetInitialEffectiveStress(ldZZ, DefaultCellPressure);
+    UpdateStressesFromK0();
+    TQBLoadDirectionDoubleArray strains{};
+    strains[ldYY] = -10.0;
+    TQBBoundaryConditions conditions{};
+    conditions.fill(bcFixedStrain);
+    conditions[ldXX] = conditions[ldZZ] = conditions[ldXY] = bcFixedStress;
+    Phases().AddWithSettings(this, 100, OneDay, strains, TQBLoadDirectionDoubleArray{}, conditions);
+}
+
+void TQBTestTriaxialBase::UpdatePropertyAvailability() {
+    TQBTestWithConsolidation::UpdatePropertyAvailability();
+    UpdateDurationAvailability();
+}
+
+void TQBTestTriaxialBase::PropertyChanged(TKovIntrinsicProperty& property) {
+    TQBTestWithConsolidation::PropertyChanged(property);
+    if (property.CleanName() == "suctioncondition") {
+        const bool suction = IsSuctionEnabled();
+        GetIntrinsicPropertyByName("TotalCellPressure")->SetPublishedAndEditable(suction);
+        GetIntrinsicPropertyByName("CellPressure")->SetReadOnly(suction);
+    }
+}
+
+// ---------------------------------------------------------------------------------------------
+// TQBTestTriaxial
+
+TW_KOV_CLASS_IMPL(TQBTestTriaxial, TQBTestTriaxialBase, &TQBTestTriaxial::DeclareProperties)
+
+void TQBTestTriaxial::DeclareProperties(TKovIntrinsicPropertyDeclarationList& list) {
+    list.AddTypedEnumeration<TQBDirection>("Direction", DirectionStrings(), 0, "",
+                                           DirectionCaptions());
+    list.AddDerivedDoubleWithUnit(
+        "MaximumStrain", qtPercentage,
+        {[](const TKovIntrinsicProperty& p) { return OwnerAs<TQBTestTriaxial>(p).MaximumStrain(); },
+         [](TKovIntrinsicProperty& p, const double& v) {
+             OwnerAs<TQBTestTriaxial>(p).SetMaximumStrain(v);
+         }},
+        0, "Maximum strain |@e#_yy#|", 0.0, DBL_MAX);
+    list.AddDerivedInteger(
+        "Steps",
+        {[](const TKovIntrinsicProperty& p) { return OwnerAs<TQBTestTriaxial>(p).Steps(); },
+         [](TKovIntrinsicProperty& p, const int32_t& v) {
+             if (TQBPhase* first = OwnerAs<TQBTestTriaxial>(p).Phases().GetItems(0))
+                 first->SetSteps(v);
+         }},
+        0, "Number of steps", 0, INT_MAX);
+}
+
+TQBDirection TQBTestTriaxial::Direction() const {
+    return static_cast<TQBDirection>(Property<TIPEnumeration>("Direction").IntValue());
+}
+
+double TQBTestTriaxial::MaximumStrain() const {
+    const TQBPhase* first = FirstPhase();
+    return first ? std::fabs(first->GetStrainIncrement(ldYY)) : 0.0;
+}
+
+void TQBTestTriaxial::SetMaximumStrain(double percent) {
+    if (TQBPhase* first = FirstPhase())
+        first->SetStrainIncrement(ldYY, Direction() == qbdCompression ? -std::fabs(percent)
+                                                                      : std::fabs(percent));
+}
+
+int TQBTestTriaxial::Steps() const {
+    const TQBPhase* first = FirstPhase();
+    return first ? first->Steps() : 0;
+}
+
+void TQBTestTriaxial::SetDefaultValues(bool clearResults) {
+    TQBTestTriaxialBase::SetDefaultValues(clearResults);
+    const TQBPhase* first = FirstPhase();
+    const bool compression = first && first->GetStrainIncrement(ldYY) < 0;
+    Property<TIPEnumeration>("Direction").SetIntValue(compression ? qbdCompression : qbdExtension);
+}
+
+void TQBTestTriaxial::PropertyChanged(TKovIntrinsicProperty& property) {
+    TQBTestTriaxialBase::PropertyChanged(property);
+    if (property.CleanName() == "direction") {
+        SetMaximumStrain(MaximumStrain()); // takes the sign of the new direction
+        NotifyObservers();
+    }
+}
+
+void TQBTestTriaxial::UpdateFromInitialStresses() {
+    TQBTestTriaxialBase::UpdateFromInitialStresses();
+    const TQBPhase* first = FirstPhase();
+    const bool compression = first && first->GetStrainIncrement(ldYY) < 0;
+    Property<TIPEnumeration>("Direction").SetIntValue(compression ? qbdCompression : qbdExtension);
+}
+
+std::string TQBTestTriaxial::ToString() const {
+    std::string text = TQBTestTriaxialBase::ToString();
+    text = Format("%s%sK0=%f", text, "/", K0());
+    text = Format("%s%sCellPressure=%f", text, "/", CellPressure());
+    text = Format("%s%sDirection=%d", text, "/", static_cast<int>(Direction()));
+    return Format("%s%s%s", text, "/", Phases().ToString());
+}
+
+// ---------------------------------------------------------------------------------------------
+// The other types
+
+TW_KOV_CLASS_IMPL(TQBTestCycTriaxial, TQBTestTriaxialBase, nullptr)
+
+TW_KOV_ABSTRACT_CLASS_IMPL(TQBTestDSBase, TQBTestWithConsolidation,
+                           &TQBTestDSBase::DeclareProperties)
+void TQBTestDSBase::DeclareProperties(TKovIntrinsicPropertyDeclarationList& list) {
+    AddDerivedBasicEffectiveStressDeclarations(list, ipkReadOnly | ipkNotPublished);
+}
+TW_KOV_CLASS_IMPL(TQBTestDSS, TQBTestDSBase, nullptr)
+TW_KOV_CLASS_IMPL(TQBTestCDSS, TQBTestDSBase, nullptr)
+
+TW_KOV_CLASS_IMPL(TQBTestPressuremeter, TQBTestWithConsolidation,
+                  &TQBTestPressuremeter::DeclareProperties)
+void TQBTestPressuremeter::DeclareProperties(TKovIntrinsicPropertyDeclarationList& list) {
+    AddDerivedBasicEffectiveStressDeclarations(list, ipkReadOnly | ipkNotPublished);
+}
+
+TW_KOV_ABSTRACT_CLASS_IMPL(TQBTestWithPhaseView, TQBTestBase,
+                           &TQBTestWithPhaseView::DeclareProperties)
+void TQBTestWithPhaseView::DeclareProperties(TKovIntrinsicPropertyDeclarationList& list) {
+    AddDerivedBasicEffectiveStressDeclarations(list, ipkReadOnly | ipkNotPublished);
+}
+TW_KOV_CLASS_IMPL(TQBTestOedometer, TQBTestWithPhaseView, nullptr)
+TW_KOV_CLASS_IMPL(TQBTestCRS, TQBTestWithPhaseView, nullptr)
+
+TW_KOV_CLASS_IMPL(TQBTestGeneral, TQBTestBase, &TQBTestGeneral::DeclareProperties)
+void TQBTestGeneral::DeclareProperties(TKovIntrinsicPropertyDeclarationList& list) {
+    AddDerivedBasicEffectiveStressDeclarations(list, ipkReadOnly | ipkNotPublished);
+}
+
+std::unique_ptr<TQBTestBase> CreateTest(TQBTestType type, TKovObjectManager* manager,
+                                        TQBTestMethod testMethod) {
+    switch (type) {
+    case ttTriaxial:
+        return Make<TQBTestTriaxial>(manager, testMethod);
+    case ttOedometer:
+        return Make<TQBTestOedometer>(manager, testMethod);
+    case ttCRS:
+        return Make<TQBTestCRS>(manager, testMethod);
+    case ttDSS:
+        return Make<TQBTestDSS>(manager, testMethod);
+    case ttCDSS:
+        return Make<TQBTestCDSS>(manager, testMethod);
+    case ttGeneral:
+        return Make<TQBTestGeneral>(manager, testMethod);
+    case ttPressuremeter:
+        return Make<TQBTestPressuremeter>(manager, testMethod);
+    case ttCycTriaxial:
+        return Make<TQBTestCycTriaxial>(manager, testMethod);
+    }
+    throw EQBTestException(Format("Unknown test type: %d", static_cast<int>(type)));
+}
+
+} // namespace tw

@@ -1,0 +1,65 @@
+#pragma once
+// Test doubles for the laboratory tests: a material with settable values and a recorder of the
+// messages shown to the user.
+
+#include "materials/TestMaterial.h"
+#include "services/UserMessages.h"
+
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace tw::testing {
+
+class TFakeMaterial : public ITestMaterial {
+public:
+    TMXSoil_MaterialModel Model = mxsmmMohrCoulomb;
+    TMXSoil_DrainageType Drainage = mxsdtDrained;
+    std::map<std::string, double> Numbers;
+    std::string Id = "Sand";
+    TObservable Observable;
+
+    TMXSoil_MaterialModel SoilModel() const override { return Model; }
+    TMXSoil_DrainageType DrainageType() const override { return Drainage; }
+    std::optional<double> GetNumber(const std::string& name) const override {
+        auto it = Numbers.find(name);
+        return it == Numbers.end() ? std::nullopt : std::optional<double>(it->second);
+    }
+    std::string Identification() const override { return Id; }
+    TObservable& MaterialObservable() override { return Observable; }
+    std::unique_ptr<ITestMaterial> CreateStaticCopy() const override {
+        auto copy = std::make_unique<TFakeMaterial>();
+        copy->Model = Model;
+        copy->Drainage = Drainage;
+        copy->Numbers = Numbers;
+        copy->Id = Id;
+        return copy;
+    }
+    void Changed() { Observable.NotifyObservers(); }
+};
+
+// Records messages for the life of a scope.
+class TMessageRecorder : public IUserMessages {
+public:
+    struct TMessage {
+        std::string Text, Title;
+    };
+    std::vector<TMessage> Messages;
+    bool Answer = true;
+
+    TMessageRecorder() : FPrevious(SetUserMessages(this)) {}
+    ~TMessageRecorder() override { SetUserMessages(FPrevious); }
+    void ShowMessage(const std::string& text, const std::string& title) override {
+        Messages.push_back({text, title});
+    }
+    bool AskQuestion(const std::string& text, const std::string& title) override {
+        Messages.push_back({text, title});
+        return Answer;
+    }
+
+private:
+    IUserMessages* FPrevious;
+};
+
+} // namespace tw::testing
