@@ -188,7 +188,7 @@ TKovTask::TKovTask(std::string_view name, TKovTaskPriority priority) : FPriority
 
 TKovTask::~TKovTask() {
     TTaskState state = State();
-    if (state != tsNotStarted && state != tsFinished) {
+    if ((state != tsNotStarted && state != tsFinished) || FListed.load()) {
         // Going on would leave the worker on freed memory.
         std::fprintf(
             stderr, "%s\n",

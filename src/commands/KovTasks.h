@@ -138,10 +138,10 @@ class TKovTask {
 public:
     explicit TKovTask(std::string_view name = {}, TKovTaskPriority priority = tppNormal);
     // Waits for the worker thread to end (it has finished its task by then) or, when called from
-    // the finished event on the worker itself, lets the thread go. Destroying a task whose state
-    // is neither tsNotStarted nor tsFinished is a programming error that would leave a thread
-    // working on freed memory: it reports "Cannot destroy a task that has state: %d" on
-    // standard error and aborts the process.
+    // the finished event on the worker itself, lets the thread go. Destroying a task that is in a
+    // run (its state neither tsNotStarted nor tsFinished, or registered and about to start) is a
+    // programming error that would leave a thread working on freed memory: it reports "Cannot
+    // destroy a task that has state: %d" on standard error and aborts the process.
     virtual ~TKovTask();
     TKovTask(const TKovTask&) = delete;
     TKovTask& operator=(const TKovTask&) = delete;
