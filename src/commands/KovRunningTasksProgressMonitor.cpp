@@ -28,6 +28,7 @@ bool TKovRunningTasksProgressMonitor::AddTasks(std::span<TKovTask* const> tasks,
         task->FTaskInfo.TaskClass = &typeid(*task);
         task->FMonitor = this;
         task->FPendingStopActions = 0;
+        task->FPauseHandedOut = false;
         FRunningTasksList.Add(task);
         FCachedTaskInfos.push_back(task->FTaskInfo);
     }
@@ -76,6 +77,8 @@ void TKovRunningTasksProgressMonitor::HandleProgress(const TKovTaskInfo& info, T
         FOnTaskProgressNotification(info);
 
     TKovTask* task = info.Task;
+    // A pause handed out before has now reached the worker, or will not be taken.
+    task->FPauseHandedOut = false;
     switch (info.State) {
     case tsPaused:
         FTasksWaitingToPauseList.Remove(task);
@@ -95,9 +98,10 @@ void TKovRunningTasksProgressMonitor::HandleProgress(const TKovTaskInfo& info, T
 
     if (FTasksWaitingToStopList.Contains(task))
         wanted = tsFinished;
-    else if (FTasksWaitingToPauseList.Contains(task))
+    else if (FTasksWaitingToPauseList.Contains(task)) {
         wanted = tsPaused;
-    else if (FTasksWaitingToResumeList.Contains(task))
+        task->FPauseHandedOut = true;
+    } else if (FTasksWaitingToResumeList.Contains(task))
         wanted = tsRunning;
 }
 
@@ -109,9 +113,10 @@ bool TKovRunningTasksProgressMonitor::PauseTask(const TKovTaskInfo& info) {
     const TKovTaskInfo& cached = FCachedTaskInfos[static_cast<std::size_t>(index)];
     if (!cached.CanPause || cached.State != tsRunning)
         return true;
-    if (FTasksWaitingToPauseList.Contains(info.Task))
-        FTasksWaitingToResumeList.Remove(info.Task);
-    else
+    // The latest request wins: a resume still pending (for a pause the worker is about to take)
+    // is dropped.
+    FTasksWaitingToResumeList.Remove(info.Task);
+    if (!FTasksWaitingToPauseList.Contains(info.Task))
         FTasksWaitingToPauseList.Add(info.Task);
     return true;
 }
@@ -121,11 +126,14 @@ bool TKovRunningTasksProgressMonitor::ResumeTask(const TKovTaskInfo& info) {
     int index = FRunningTasksList.IndexOf(info.Task);
     if (index < 0)
         return false;
-    // A pause that the worker has not reached yet is simply cancelled.
-    if (FTasksWaitingToPauseList.Remove(info.Task) >= 0)
+    // A pause that the worker has not been told of yet is simply cancelled. One that it has been
+    // told of, but not yet published, is answered by a resume that waits for its paused record.
+    bool cancelled = FTasksWaitingToPauseList.Remove(info.Task) >= 0;
+    if (cancelled && !info.Task->FPauseHandedOut)
         return true;
-    if (FCachedTaskInfos[static_cast<std::size_t>(index)].State == tsPaused &&
-        !FTasksWaitingToResumeList.Contains(info.Task)) {
+    bool paused = FCachedTaskInfos[static_cast<std::size_t>(index)].State == tsPaused ||
+                  info.Task->FPauseHandedOut;
+    if (paused && !FTasksWaitingToResumeList.Contains(info.Task)) {
         FTasksWaitingToResumeList.Add(info.Task);
         info.Task->WakeUp();
     }
@@ -152,10 +160,8 @@ bool TKovRunningTasksProgressMonitor::StopTask(const TKovTaskInfo& info) {
         TKovRunningTasksProgressMonitor* Monitor;
         TKovTask* Task;
         ~TPendingRelease() {
-            {
-                std::lock_guard lock(Monitor->FCriticalSection);
-                --Task->FPendingStopActions;
-            }
+            std::lock_guard lock(Monitor->FCriticalSection);
+            --Task->FPendingStopActions;
             Monitor->FStopActionsDone.notify_all();
         }
     } release{this, task};

@@ -286,10 +286,8 @@ void TKovTask::Stop() {
 }
 
 void TKovTask::WakeUp() {
-    {
-        std::lock_guard lock(FWakeLock);
-        FWakeRequested = true;
-    }
+    std::lock_guard lock(FWakeLock);
+    FWakeRequested = true;
     FWakeChanged.notify_all();
 }
 
@@ -410,10 +408,8 @@ void TKovTask::StartThread() {
 }
 
 void TKovTask::SignalDone() {
-    {
-        std::lock_guard lock(FDoneLock);
-        FDone = true;
-    }
+    std::lock_guard lock(FDoneLock);
+    FDone = true;
     FDoneChanged.notify_all();
 }
 

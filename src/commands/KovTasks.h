@@ -272,6 +272,9 @@ private:
     // Guarded by the monitor's lock: stop actions running on requesting threads. The worker's
     // finish waits until it is zero, so that a stop action never meets a freed task.
     int FPendingStopActions = 0;
+    // Guarded by the monitor's lock: the worker has been answered tsPaused and has not published
+    // a record since, so it is about to pause whatever the lists say now.
+    bool FPauseHandedOut = false;
 
     std::thread FThread;
     // Held by the starter while it stores FThread: the new thread waits for it before it runs.

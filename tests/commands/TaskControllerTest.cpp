@@ -6,7 +6,6 @@
 #include <algorithm>
 #include <atomic>
 #include <cstdint>
-#include <future>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -266,7 +265,8 @@ TEST_F(TaskController, DelayedWaitShowsProgressOnlyForALongRun) {
 }
 
 TEST_F(TaskController, AsyncFailureGoesToTheFinishedEvent) {
-    std::promise<std::string> finished;
+    TSignal finished;
+    std::string finishedWith;
     std::thread::id finishedOn;
     TPTProcedureRunner task("Async", [] { ThrowKernelTestFailure("async failed"); });
     task.SetOnFinished([&](TKovTask* done) {
@@ -274,13 +274,13 @@ TEST_F(TaskController, AsyncFailureGoesToTheFinishedEvent) {
         try {
             std::rethrow_exception(TKovTask::ExtractFatalException(*done));
         } catch (const std::exception& e) {
-            finished.set_value(e.what());
+            finishedWith = e.what();
         }
+        finished.Set();
     });
     TKovTaskController::ExecuteAsync(task);
-    auto result = finished.get_future();
-    ASSERT_EQ(result.wait_for(WaitLimit), std::future_status::ready);
-    EXPECT_EQ(result.get(), "async failed");
+    ASSERT_TRUE(finished.Wait());
+    EXPECT_EQ(finishedWith, "async failed");
     TKovTask* tasks[] = {&task};
     TKovTaskController::WaitForTasks(tasks);
     EXPECT_EQ(task.State(), tsFinished);
@@ -288,23 +288,25 @@ TEST_F(TaskController, AsyncFailureGoesToTheFinishedEvent) {
 
     // The freeing event raises the failure where no caller can catch it: it goes to the async
     // failure handler, extended like a blocking run's, and the task is freed.
-    std::promise<std::string> reported;
+    TSignal reported;
+    std::string reportedWith;
     TKovTaskController::SetOnAsyncFailure([&](std::exception_ptr failure) {
         try {
             std::rethrow_exception(failure);
         } catch (const EKernelTestFailure& e) {
-            reported.set_value(e.what());
+            reportedWith = e.what();
         } catch (...) {
-            reported.set_value("wrong type");
+            reportedWith = "wrong type";
         }
+        reported.Set();
     });
     std::atomic<bool> freed{false};
     auto* owned = new TFreedTask([] { ThrowKernelTestFailure("freed and failed"); }, freed);
     owned->SetOnFinished(TKovTaskController::HandleAsyncFinished_Free);
     TKovTaskController::ExecuteAsync(*owned);
-    auto message = reported.get_future();
-    ASSERT_EQ(message.wait_for(WaitLimit), std::future_status::ready);
-    EXPECT_TRUE(StartsWith(message.get(), "freed and failed\r\nOriginal call stack:\r\n"));
+    ASSERT_TRUE(reported.Wait());
+    EXPECT_TRUE(StartsWith(reportedWith, "freed and failed\r\nOriginal call stack:\r\n"))
+        << reportedWith;
     EXPECT_TRUE(WaitUntil([&] { return freed.load(); }));
     EXPECT_TRUE(WaitUntil([] { return !TKovTaskController::IsRunningAsyncTasks(); }));
 

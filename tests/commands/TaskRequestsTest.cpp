@@ -158,6 +158,48 @@ TEST_F(TaskRequests, PauseHoldsTheWorkerAtNotifyProgressUntilResumed) {
     EXPECT_FALSE(Monitor().IsWaitingToPause(&task));
 }
 
+TEST_F(TaskRequests, ResumeAfterThePauseWasHandedOutIsNotLost) {
+    // The worker has been told to pause but has not paused yet when the resume comes: the resume
+    // must still reach it, or it would stay paused with nobody having asked for it.
+    std::atomic<int> steps{0};
+    std::atomic<bool> finish{false};
+    TSignal handedOut, resumeSent;
+    TPTProcedureRunner task("Loop", [&] {
+        TKovTask* self = TKovTask::Current();
+        self->SetActivity("looping", tafCanPause | tafCanStop);
+        while (!finish && !self->Stopped()) {
+            ++steps;
+            self->NotifyProgress();
+            std::this_thread::yield();
+        }
+    });
+    task.SetOnProgress([&](const TKovTaskInfo& info, TTaskState& wanted) {
+        if (info.State == tsRunning && wanted == tsPaused && !handedOut.IsSet()) {
+            handedOut.Set();
+            EXPECT_TRUE(resumeSent.Wait());
+        }
+    });
+    TBackgroundRun run([&] { TKovTaskController::ExecuteThreaded(task); });
+    ASSERT_TRUE(WaitUntil([&] { return SnapshotStateIs(&task, tsRunning); }));
+
+    TKovTaskController::PauseTask(task);
+    ASSERT_TRUE(handedOut.Wait());
+    TKovTaskController::ResumeTask(task);
+    EXPECT_TRUE(SnapshotStateIs(&task, tsRunning));
+    int before = steps;
+    resumeSent.Set();
+    bool wentOn = WaitUntil([&] { return steps > before + 10; }, 5s);
+    EXPECT_TRUE(wentOn) << "the resume was lost";
+    if (!wentOn)
+        TKovTaskController::StopTask(task);
+    EXPECT_TRUE(WaitUntil([&] { return !Monitor().IsWaitingToResume(&task); }));
+    EXPECT_FALSE(Monitor().IsWaitingToPause(&task));
+
+    finish = true;
+    run.Finish();
+    EXPECT_EQ(task.State(), tsFinished);
+}
+
 TEST_F(TaskRequests, StopEndsAPauseAndRequestsNeedTheirFlags) {
     TSignal leftLoop, mayFinish;
     TPTProcedureRunner task("Stoppable", [&] {
@@ -294,6 +336,7 @@ TEST_F(TaskRequests, RequestsFromAnotherThreadRaceTheEndOfRuns) {
     std::thread user([&] {
         while (!over) {
             TKovTask* task = current.load();
+            std::this_thread::yield();
             if (!task)
                 continue;
             TKovTaskInfo key;

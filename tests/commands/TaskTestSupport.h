@@ -35,10 +35,8 @@ constexpr auto WaitLimit = 20s;
 class TSignal {
 public:
     void Set() {
-        {
-            std::lock_guard lock(FLock);
-            FSet = true;
-        }
+        std::lock_guard lock(FLock);
+        FSet = true;
         FChanged.notify_all();
     }
     bool IsSet() {
@@ -103,8 +101,8 @@ protected:
         {
             std::lock_guard lock(FWatchdogLock);
             FTestEnded = true;
+            FWatchdogChanged.notify_all();
         }
-        FWatchdogChanged.notify_all();
         FWatchdog.join();
         EXPECT_FALSE(TKovTaskController::IsRunningTasks());
         TRuntimeSettings::Set("TASKS_FORCE_SINGLE_THREAD", false);
