@@ -3,6 +3,7 @@
 #include "services/Format.h"
 
 #include <cstdint>
+#include <exception>
 
 namespace tw {
 
@@ -73,8 +74,16 @@ void TKovRunningTasksProgressMonitor::HandleProgress(const TKovTaskInfo& info, T
         return;
     auto index = static_cast<std::size_t>(found);
     FCachedTaskInfos[index] = info;
-    if (FOnTaskProgressNotification)
-        FOnTaskProgressNotification(info);
+    // A failing display must not leave the lists unsettled (a finished task listed for good):
+    // its exception goes to the worker once they are.
+    std::exception_ptr notificationFailure;
+    if (FOnTaskProgressNotification) {
+        try {
+            FOnTaskProgressNotification(info);
+        } catch (...) {
+            notificationFailure = std::current_exception();
+        }
+    }
 
     TKovTask* task = info.Task;
     // A pause handed out before has now reached the worker, or will not be taken.
@@ -91,6 +100,8 @@ void TKovRunningTasksProgressMonitor::HandleProgress(const TKovTaskInfo& info, T
         // A stop action may still run on a requesting thread; the task must outlive it.
         FStopActionsDone.wait(lock, [task] { return task->FPendingStopActions == 0; });
         task->FListed.store(false);
+        if (notificationFailure)
+            std::rethrow_exception(notificationFailure);
         return;
     default:
         break;
@@ -103,6 +114,8 @@ void TKovRunningTasksProgressMonitor::HandleProgress(const TKovTaskInfo& info, T
         task->FPauseHandedOut = true;
     } else if (FTasksWaitingToResumeList.Contains(task))
         wanted = tsRunning;
+    if (notificationFailure)
+        std::rethrow_exception(notificationFailure);
 }
 
 bool TKovRunningTasksProgressMonitor::PauseTask(const TKovTaskInfo& info) {

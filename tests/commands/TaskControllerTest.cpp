@@ -6,8 +6,10 @@
 #include <algorithm>
 #include <atomic>
 #include <cstdint>
+#include <mutex>
 #include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 using namespace tw;
@@ -217,6 +219,35 @@ TEST_F(TaskController, ProgrammingErrorsAreRaisedWithTheirTexts) {
 
     TKovTaskController::ExecuteThreaded(std::span<TKovTask* const>());
     TKovTaskController::ExecuteThreaded(TKovTaskList());
+}
+
+TEST_F(TaskController, DisplayHearsEveryRecordAndCannotUnsettleTheLists) {
+    auto& monitor = TKovTaskController::ThreadedMonitor();
+    std::mutex lock;
+    std::vector<std::pair<std::string, TTaskState>> heard;
+    monitor.SetOnThreadedTaskProgressNotification([&](const TKovTaskInfo& info) {
+        std::lock_guard guard(lock);
+        heard.emplace_back(info.CurrentActivityText(), info.State);
+    });
+    TKovTaskController::ExecuteThreaded(
+        "Heard", [] { TKovTask::Current()->SetActivity("reading", tafHasProgress, 1, 2); });
+    EXPECT_EQ(heard, (std::vector<std::pair<std::string, TTaskState>>{
+                         {"", tsRunning}, {"reading", tsRunning}, {"", tsFinished}}));
+
+    // A display that fails: the task fails with its message, and leaves the monitor all the same.
+    monitor.SetOnThreadedTaskProgressNotification([](const TKovTaskInfo& info) {
+        if (info.State == tsFinished)
+            throw EKovException("display failed");
+    });
+    TPTProcedureRunner task("Displayed", [] {});
+    try {
+        TKovTaskController::ExecuteThreaded(task);
+        FAIL() << "no exception";
+    } catch (const EKovException& e) {
+        EXPECT_TRUE(StartsWith(e.what(), "display failed")) << e.what();
+    }
+    EXPECT_TRUE(monitor.IsEmpty());
+    EXPECT_EQ(task.State(), tsFinished);
 }
 
 TEST_F(TaskController, RunWaitsForItsThreadsWhateverTheHookDoes) {

@@ -88,6 +88,7 @@ protected:
         TRuntimeSettings::Set("TASKS_FORCE_SINGLE_THREAD", false);
         TKovTaskController::SetOnWaitFor({});
         TKovTaskController::SetOnAsyncFailure({});
+        TKovTaskController::ThreadedMonitor().SetOnThreadedTaskProgressNotification({});
         FWatchdog = std::thread([this] {
             std::unique_lock lock(FWatchdogLock);
             if (!FWatchdogChanged.wait_for(lock, 2 * WaitLimit, [this] { return FTestEnded; })) {
@@ -108,6 +109,7 @@ protected:
         TRuntimeSettings::Set("TASKS_FORCE_SINGLE_THREAD", false);
         TKovTaskController::SetOnWaitFor({});
         TKovTaskController::SetOnAsyncFailure({});
+        TKovTaskController::ThreadedMonitor().SetOnThreadedTaskProgressNotification({});
     }
 
 private:
