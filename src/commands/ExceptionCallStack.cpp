@@ -1,29 +1,16 @@
 #include "commands/ExceptionCallStack.h"
 
+#include "commands/ThrowRecord.h"
+
 #include <cxxabi.h>
 #include <execinfo.h>
 
-#include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <memory>
 
 namespace tw {
 
 namespace {
-
-constexpr int MaxFrames = 64;
-
-// Plain data only: the hook writes it while the runtime is in the middle of a throw, so it must
-// not allocate or need construction.
-struct TThrowRecord {
-    const void* Object;
-    int FrameCount;
-    void* Frames[MaxFrames];
-};
-
-thread_local int tRecordingDepth = 0;
-thread_local TThrowRecord tLatestThrow{};
 
 // "module(mangled+0x1c) [0x...]" as backtrace_symbols gives it becomes "function+0x1c (module)"
 // with the function demangled. A frame without a known symbol (a local function, or the cold part
@@ -54,27 +41,19 @@ std::string FormatFrame(const char* symbol) {
 
 } // namespace
 
-namespace detail {
-void RecordThrow(void* thrownObject) {
-    if (tRecordingDepth <= 0)
-        return;
-    tLatestThrow.Object = thrownObject;
-    tLatestThrow.FrameCount = backtrace(tLatestThrow.Frames, MaxFrames);
-}
-} // namespace detail
-
+// The hook's per-thread state lives beside the hook (ThrowHook.cpp); reaching it through these
+// functions also makes sure that every program which reports stacks links the hook, even where a
+// shared library (a sanitizer's runtime) already defines the throw entry.
 TThrowStackRecording::TThrowStackRecording() {
-    ++tRecordingDepth;
+    ++detail::RecordingDepth();
 }
 
 TThrowStackRecording::~TThrowStackRecording() {
-    --tRecordingDepth;
+    --detail::RecordingDepth();
 }
 
 std::string TakeThrowCallStack(const void* thrownObject) {
-    // Keeps the hook's object in every program that reports stacks.
-    (void)detail::ThrowHookLinked;
-    TThrowRecord& record = tLatestThrow;
+    detail::TThrowRecord& record = detail::LatestThrow();
     if (record.FrameCount <= 0 || (thrownObject && record.Object != thrownObject))
         return {};
     int count = record.FrameCount;
@@ -85,8 +64,8 @@ std::string TakeThrowCallStack(const void* thrownObject) {
     if (!symbols)
         return {};
     std::string text;
-    // Frames 0 and 1 are the recorder and the throw hook.
-    for (int i = 2; i < count; ++i) {
+    // Frame 0 is the throw hook.
+    for (int i = 1; i < count; ++i) {
         if (!text.empty())
             text += "\r\n";
         text += FormatFrame(symbols.get()[i]);

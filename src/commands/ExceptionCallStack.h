@@ -24,10 +24,4 @@ public:
 // matching was recorded. The record is consumed.
 std::string TakeThrowCallStack(const void* thrownObject);
 
-namespace detail {
-// Called by the throw hook (ThrowHook.cpp) with the object being thrown.
-void RecordThrow(void* thrownObject);
-extern const bool ThrowHookLinked;
-} // namespace detail
-
 } // namespace tw

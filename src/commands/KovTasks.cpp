@@ -328,6 +328,8 @@ void TKovTask::RunStopActions() {
 }
 
 void TKovTask::Run() {
+    FCurrentWorkblockStart = -1.0;
+    FCurrentWorkblockSize = -1.0;
     SetState(tsRunning);
     FTaskInfo.StartTime = TaskClockNow();
     NotifyProgress();

@@ -199,8 +199,9 @@ public:
     // to be alive; if a stop was requested before the action is registered, it runs at once on
     // the calling thread. An empty action removes it; removal waits for an action that is
     // running, so after SetStopAction({}) returns the action will not run again (a child's pid
-    // can then be reaped safely). The action must not call SetStopAction. Offer the stop with
-    // tafCanStop, or StopTask ignores the task.
+    // can then be reaped safely). The action must be short and must not call SetStopAction; an
+    // exception from it reaches the caller of StopTask. Offer the stop with tafCanStop, or
+    // StopTask ignores the task.
     void SetStopAction(std::function<void()> action);
     // Whether a stop has been requested through StopTask; any thread. Unlike Stopped, this is set
     // on the requesting thread, before the worker has reached NotifyProgress.
@@ -220,6 +221,11 @@ protected:
     virtual void OnStopRequested() {}
     // The stop routine of the worker: the state becomes tsWaitingToFinish and Stopped is set.
     void Stop();
+
+    // The block of work the task is in, for subclasses that report progress block by block;
+    // both are -1 when no block is open, as at the start of every run.
+    double FCurrentWorkblockStart = -1.0;
+    double FCurrentWorkblockSize = -1.0;
 
 private:
     friend class TKovRunningTasksProgressMonitor;

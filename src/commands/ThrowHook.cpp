@@ -1,18 +1,32 @@
 // The C++ runtime's throw entry, interposed for ExceptionCallStack: every `throw` expression of
-// the program (and of the C++ library) arrives here. The recorder returns at once on threads that
-// have not switched recording on, so code outside tasks pays next to nothing; the real entry is
-// found once with dlsym.
+// the program (and of the C++ library) arrives here. On a thread that does not record, the hook
+// costs a thread-local test; the real entry is found once with dlsym.
 //
 // This file includes no C++ library header and throws nothing: the compiler declares __cxa_throw
 // implicitly, with a type of its own, wherever a throw expression is compiled.
 
+#include "commands/ThrowRecord.h"
+
 #include <dlfcn.h>
+#include <execinfo.h>
 #include <stdio.h>
 #include <stdlib.h>
 
 namespace tw::detail {
-void RecordThrow(void* thrownObject);
-extern const bool ThrowHookLinked = true;
+
+namespace {
+thread_local int tRecordingDepth = 0;
+thread_local TThrowRecord tLatestThrow{};
+} // namespace
+
+TThrowRecord& LatestThrow() {
+    return tLatestThrow;
+}
+
+int& RecordingDepth() {
+    return tRecordingDepth;
+}
+
 } // namespace tw::detail
 
 namespace {
@@ -33,7 +47,12 @@ TThrowEntry RealThrowEntry() {
 
 extern "C" [[noreturn]] void __cxa_throw(void* thrownException, void* type,
                                          void (*destructor)(void*)) {
-    tw::detail::RecordThrow(thrownException);
+    if (tw::detail::tRecordingDepth > 0) {
+        tw::detail::tLatestThrow.Object = thrownException;
+        // Frame 0 is this hook.
+        tw::detail::tLatestThrow.FrameCount =
+            backtrace(tw::detail::tLatestThrow.Frames, tw::detail::MaxThrowFrames);
+    }
     RealThrowEntry()(thrownException, type, destructor);
     __builtin_unreachable();
 }

@@ -139,11 +139,11 @@ TEST_F(TaskRequests, PauseHoldsTheWorkerAtNotifyProgressUntilResumed) {
     std::this_thread::sleep_for(30ms);
     EXPECT_EQ(steps, before) << "a paused task went on working";
 
-    // A second pause while paused changes nothing; the resume shows at once.
+    // A second pause while paused changes nothing; the resume shows at once (the worker, woken
+    // by it, may have taken it already).
     TKovTaskController::PauseTask(task);
     EXPECT_FALSE(Monitor().IsWaitingToPause(&task));
     TKovTaskController::ResumeTask(task);
-    EXPECT_TRUE(Monitor().IsWaitingToResume(&task));
     EXPECT_TRUE(SnapshotStateIs(&task, tsRunning));
     ASSERT_TRUE(WaitUntil([&] { return steps > before; }));
     ASSERT_TRUE(WaitUntil([&] { return !Monitor().IsWaitingToResume(&task); }));
