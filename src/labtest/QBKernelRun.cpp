@@ -1,5 +1,6 @@
 #include "labtest/QBKernelRun.h"
 
+#include "services/Localisation.h"
 #include "services/Strings.h"
 
 #include <cerrno>
@@ -7,6 +8,7 @@
 #include <fcntl.h>
 #include <filesystem>
 #include <mutex>
+#include <signal.h>
 #include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -59,7 +61,8 @@ std::string BuildKernelCommandLine(const std::string& kernelPath, const std::str
 }
 
 int RunKernelProcess(const std::string& kernelPath, const std::string& inputPath,
-                     void (*onStarted)(int pid, void* context), void* context) {
+                     const std::function<void(int pid)>& onStarted,
+                     const std::function<void()>& beforeReap) {
     const std::string log = KernelWorkingDirectory() + "kernel.log";
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
@@ -82,12 +85,35 @@ int RunKernelProcess(const std::string& kernelPath, const std::string& inputPath
     if (error != 0)
         return -1;
     if (onStarted)
-        onStarted(pid, context);
+        onStarted(pid);
+    // Wait without reaping, so the id can't be reused while someone may still signal it.
+    siginfo_t info{};
+    while (waitid(P_PID, static_cast<id_t>(pid), &info, WEXITED | WNOWAIT) < 0 && errno == EINTR) {
+    }
+    if (beforeReap)
+        beforeReap();
     int status = 0;
     while (waitpid(pid, &status, 0) < 0)
         if (errno != EINTR)
             return -1;
     return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+std::unique_ptr<TKovTask> CreateKernelTask(const std::string& kernelPath,
+                                           const std::string& inputPath) {
+    auto run = [kernelPath, inputPath] {
+        TKovTask* task = TKovTask::Current();
+        task->SetActivity(Translate("Running calculation..."), tafCanStop);
+        RunKernelProcess(
+            kernelPath, inputPath,
+            [task](int pid) {
+                // The whole process group: the kernel and anything it started.
+                task->SetStopAction([pid] { ::kill(-pid, SIGKILL); });
+            },
+            [task] { task->SetStopAction({}); });
+    };
+    return std::make_unique<TPTProcedureRunner>(Translate("Running calculation..."), run,
+                                                tppBelowNormal);
 }
 
 } // namespace tw

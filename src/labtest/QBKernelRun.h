@@ -2,6 +2,10 @@
 // Running a calculation kernel as a process: the per-process working directory, the command
 // line and the launch.
 
+#include "commands/KovTasks.h"
+
+#include <functional>
+#include <memory>
 #include <string>
 
 namespace tw {
@@ -16,11 +20,19 @@ void DeleteKernelWorkingDirectory();
 // blank, and the whole trimmed.
 std::string BuildKernelCommandLine(const std::string& kernelPath, const std::string& inputPath);
 
-// Starts the kernel with the input path as its only argument, standard input from /dev/null and
-// its output appended to "kernel.log" in the working directory, and waits for it without limit.
-// Answers the process id through `onStarted` (so it can be stopped) and the exit status; -1 when
-// it could not be started. The caller looks at nothing but the result file.
+// Starts the kernel with the input path as its only argument, in a process group of its own,
+// with standard input from /dev/null and its output appended to "kernel.log" in the working
+// directory, and waits for it without limit. `onStarted` gets the process id once it runs;
+// `beforeReap` is called after it ended but while its id is still taken, so that whoever could
+// signal it can let go first. Answers the exit status, -1 when it could not be started or did
+// not exit normally. The caller looks at nothing but the result file.
 int RunKernelProcess(const std::string& kernelPath, const std::string& inputPath,
-                     void (*onStarted)(int pid, void* context) = nullptr, void* context = nullptr);
+                     const std::function<void(int pid)>& onStarted = nullptr,
+                     const std::function<void()>& beforeReap = nullptr);
+
+// The task that runs the kernel ("Running calculation...", below normal priority). It can be
+// stopped: a stop ends the kernel and everything it started.
+std::unique_ptr<TKovTask> CreateKernelTask(const std::string& kernelPath,
+                                           const std::string& inputPath);
 
 } // namespace tw

@@ -1,5 +1,6 @@
 #include "labtest/QBProject.h"
 
+#include "commands/KovTaskController.h"
 #include "labtest/QBKernelRun.h"
 #include "objects/ObjectManager.h"
 #include "services/Localisation.h"
@@ -258,13 +259,30 @@ bool TQBProject::DoTest(TQBTestType testType) {
     TQBTestBase& test = *FMainTests->ByTestType(testType);
     test.Results().ClearRows();
     test.BeginUpdate();
-    try {
-        RunKernelProcess(kernelPath, inputFile);
-        success = ReadQBR(resultFile, testType);
-    } catch (const std::exception&) {
-        success = false; // reported below, as any failed run
+    // The rows are read on the worker; the results tell their observers once, on this thread.
+    test.Results().BeginUpdate();
+    struct TEndUpdates {
+        TQBTestBase& Test;
+        ~TEndUpdates() {
+            Test.Results().EndUpdate();
+            Test.EndUpdate();
+        }
+    };
+    {
+        TEndUpdates endUpdates{test};
+        TKovTaskController::ExecuteThreaded(
+            Translate("Calculating..."),
+            [&] {
+                auto kernelTask = CreateKernelTask(kernelPath, inputFile);
+                TKovTaskController::ExecuteThreaded(*kernelTask);
+                try {
+                    success = ReadQBR(resultFile, testType);
+                } catch (const std::exception&) {
+                    success = false; // reported below, as any failed run
+                }
+            },
+            tppNormal);
     }
-    test.EndUpdate();
     if (TKovObjectManager* manager = ObjectManager())
         if (!manager->IsUndoRedoSnapshotOpened())
             manager->ClearRevertStacks();

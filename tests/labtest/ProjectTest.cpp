@@ -6,9 +6,13 @@
 
 #include <gtest/gtest.h>
 
+#include <csignal>
 #include <filesystem>
 #include <fstream>
 #include <sys/stat.h>
+#include <thread>
+
+#include "commands/KovTaskController.h"
 
 using namespace tw;
 using namespace tw::testing;
@@ -154,4 +158,39 @@ TEST_F(ProjectFixture, ANewMainMaterialPutsTheTestsOutOfSync) {
     EXPECT_FALSE(Project->TriaxialTest()->MaterialInSyncWithTest());
     EXPECT_TRUE(Project->TriaxialTest()->IsTimeEnabled());
     EXPECT_EQ(Project->Version(), 8);
+}
+
+TEST_F(ProjectFixture, StoppingARunEndsTheKernelAndReportsAFailure) {
+    const std::string pidFile = (AppDir / "kernel.pid").string();
+    // The kernel hangs in a child process before it writes anything.
+    Kernel("echo $$ > '" + pidFile + R"('
+sleep 30
+printf '[testresults]\n0\t1\n' > "${1%.qbc}.qbr")");
+    std::thread stopper([&] {
+        for (int attempt = 0; attempt < 1000; ++attempt) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(10));
+            if (!fs::exists(pidFile) || fs::file_size(pidFile) == 0)
+                continue; // the kernel is not running yet
+            TTaskInfoList states;
+            TKovTaskController::GetThreadedTaskStates(states);
+            for (const TKovTaskInfo& info : states)
+                if (info.NameText() == "Running calculation..." && info.CanStop) {
+                    TKovTaskController::StopTask(info);
+                    return;
+                }
+        }
+    });
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_FALSE(Project->DoTest(ttTriaxial));
+    stopper.join();
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(20));
+    // The kernel is gone, and the run failed as any run without a result file.
+    int pid = 0;
+    std::ifstream(pidFile) >> pid;
+    ASSERT_GT(pid, 0);
+    EXPECT_NE(::kill(pid, 0), 0);
+    EXPECT_EQ(Project->TriaxialTest()->Results().RowCount(), 0);
+    ASSERT_EQ(Messages.Messages.size(), 1u);
+    EXPECT_EQ(Messages.Messages[0].Text, "There was an error during the execution of the test.");
+    EXPECT_EQ(EndCalculations, 1);
 }
