@@ -22,13 +22,16 @@ std::vector<double> BaseValues() {
     return values;
 }
 
+// The units of a new project, with temperatures in °C.
+struct TBenchUnits : TSystemOfUnits {
+    TBenchUnits() {
+        SetUnitsOfNewProject();
+        Temperature.SetPresentationUnit("°C");
+    }
+};
+
 const TSystemOfUnits& Units() {
-    static const TSystemOfUnits units = [] {
-        TSystemOfUnits made;
-        made.SetUnitsOfNewProject();
-        made.Temperature.SetPresentationUnit("°C");
-        return made;
-    }();
+    static const TBenchUnits units;
     return units;
 }
 

@@ -30,8 +30,9 @@ public:
     // Every unit in its base text ("N", "m", "s", ...), except AtomicAngle, which is held in
     // radians and shown in degrees.
     TSystemOfUnits();
-    // A system with the presentation units of `source`; observers are not copied.
-    TSystemOfUnits(const TSystemOfUnits& source);
+    // A system with the presentation units of `source`; observers are not copied. Explicit:
+    // a system is large, and passed by reference.
+    explicit TSystemOfUnits(const TSystemOfUnits& source);
     TSystemOfUnits& operator=(const TSystemOfUnits&) = delete;
     ~TSystemOfUnits() override = default;
 
