@@ -121,20 +121,6 @@ TEST(SystemOfUnits, CopyAndCompareTheFourteenSimpleUnits) {
     EXPECT_FALSE(frequency.IsEqualTo(source));
 }
 
-TEST(SystemOfUnits, UnitsOfANewProject) {
-    TSystemOfUnits units;
-    units.SetUnitsOfNewProject();
-    EXPECT_EQ(units.Force.PresentationUnit(), "kN");
-    EXPECT_EQ(units.Length.PresentationUnit(), "m");
-    EXPECT_EQ(units.Time.PresentationUnit(), "day");
-    EXPECT_EQ(units.Temperature.PresentationUnit(), "K");
-    EXPECT_EQ(units.Energy.PresentationUnit(), "kJ");
-    EXPECT_EQ(units.Power.PresentationUnit(), "kW");
-    EXPECT_EQ(units.Mass.PresentationUnit(), "t");
-    EXPECT_EQ(units.ThermalConductivity.PresentationUnit(), "kW/m/K");
-    EXPECT_EQ(units.SpecificHeat.PresentationUnit(), "kJ/t/K");
-}
-
 TEST(SystemOfUnits, RoundInvariantUnitZeroesPressuresBelowOnePascal) {
     TSystemOfUnits units;
     units.SetUnitsOfNewProject(); // 1 Pa is 0.001 kN/m²

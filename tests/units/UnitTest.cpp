@@ -13,42 +13,19 @@ using namespace tw;
 using namespace tw::testing;
 
 TEST(UnitConversionDictionary, HoldsEveryKeyWithItsFactorAndOffset) {
+    // clang-format off
     const std::map<std::string, double> expected = {
-        {"N", 1},
-        {"kN", 1000},
-        {"MN", 1000000},
-        {"lbf", 4.448221615},
-        {"kip", 4448.221615},
-        {"s", 1},
-        {"min", 60},
-        {"h", 3600},
-        {"day", 86400},
-        {"°C", 1},
-        {"°F", 0.5555556},
-        {"mm", 0.001},
-        {"cm", 0.01},
-        {"m", 1},
-        {"km", 1000},
-        {"in", 0.0254},
-        {"ft", 0.3048},
+        {"N", 1}, {"kN", 1000}, {"MN", 1000000}, {"lbf", 4.448221615}, {"kip", 4448.221615},
+        {"s", 1}, {"min", 60}, {"h", 3600}, {"day", 86400},
+        {"°C", 1}, {"°F", 0.5555556},
+        {"mm", 0.001}, {"cm", 0.01}, {"m", 1}, {"km", 1000}, {"in", 0.0254}, {"ft", 0.3048},
         {"yd", 0.9144},
-        {"kg", 1},
-        {"t", 1000},
-        {"kt", 1000000},
-        {"lb", 0.45359237},
-        {"klb", 453.59237},
-        {"deg", 1},
-        {"radian", 1},
-        {"rad", 57.29577951308232},
-        {"°", 0.017453292519943295},
-        {"J", 1},
-        {"kJ", 1000},
-        {"MJ", 1000000},
-        {"W", 1},
-        {"kW", 1000},
-        {"MW", 1000000},
-        {"%", 0.01},
-    };
+        {"kg", 1}, {"t", 1000}, {"kt", 1000000}, {"lb", 0.45359237}, {"klb", 453.59237},
+        {"deg", 1}, {"radian", 1}, {"rad", 57.29577951308232}, {"°", 0.017453292519943295},
+        {"J", 1}, {"kJ", 1000}, {"MJ", 1000000},
+        {"W", 1}, {"kW", 1000}, {"MW", 1000000},
+        {"%", 0.01}};
+    // clang-format on
     TUnitConversionDictionary dictionary;
     EXPECT_EQ(dictionary.Factors(), expected);
     EXPECT_EQ(dictionary.Offsets(),
@@ -257,6 +234,8 @@ TEST(Unit, CompoundTextsInEveryForm) {
         {units.HeatInteraction, "kW/m²/K", "kW/m²/K", "W/m²/K"},
         {units.LinLoadPerLengthPerLength, "kN/m/m/m", "kN/m/m/m", "N/m/m/m"},
         {units.MassDensity, "t/m³", "t/m³", "kg/m³"},
+        {units.ThermalConductivity, "kW/m/K", "kW/m/K", "W/m/K"},
+        {units.SpecificHeat, "kJ/t/K", "kJ/t/K", "J/kg/K"},
         // Fixed text around the members, or on its own.
         {units.SpeedAlwaysPerSecond, "m/s", "m/s", "m/s"},
         {units.Gravity, "m/s²", "m/s²", "m/s²"},
