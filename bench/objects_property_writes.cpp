@@ -53,5 +53,3 @@ BENCHMARK(PropertyWrites)
 
 } // namespace
 } // namespace tw
-
-BENCHMARK_MAIN();
