@@ -83,7 +83,12 @@ TMohrCoulomb::TMohrCoulomb(const TMohrCoulombParameters& p)
         AddActiveSet({1, 3, 4}, "compression tension corner");
         AddActiveSet({3, 4, 5}, "tension apex");
     } else if (hasApex) {
-        AddActiveSet({0, 1, 2}, "apex");
+        // All six planes of the cone meet at its apex, three of them from the neighbouring
+        // sextants, so its region is not one combination of the planes here. Faces and edges
+        // cover everything else: a trial that none of them returns goes to the apex, and the
+        // edges' returns reach the apex on that border.
+        FApexReturn = true;
+        FApex = apex;
     }
 }
 
@@ -154,6 +159,12 @@ bool TMohrCoulomb::ReturnPrincipal(const Vec3& x, TPrincipalReturn& result) cons
         result.Stress = sigma;
         result.Tangent = set.Projection;
         result.Feature = set.Feature;
+        return true;
+    }
+    if (FApexReturn) {
+        result.Stress.setConstant(FApex);
+        result.Tangent.setZero();
+        result.Feature = "apex";
         return true;
     }
     return false;

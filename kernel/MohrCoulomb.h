@@ -76,6 +76,8 @@ private:
     Mat6 FElastic;
     Mat3 FElasticPrincipal;
     bool FTensionActive = false;
+    bool FApexReturn = false; // trials that no face or edge returns go to the apex
+    double FApex = 0.0;
     double FStrengthScale = 0.0;
     std::vector<TActiveSet> FActiveSets;
 };
