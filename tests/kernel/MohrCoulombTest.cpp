@@ -99,6 +99,11 @@ TEST(MohrCoulomb, ReturnsExactlyToPlanesEdgesAndApexesWithConsistentTangent) {
         {cutOff, {"compression edge", Vec3(-20, -20, onPlane(-20)), {{b1, 0.03}, {b2, 0.01}}}},
         {cutOff,
          {"extension edge", Vec3(-20, onPlane(-20), onPlane(-20)), {{b1, 0.03}, {b3, 0.01}}}},
+        // Equal multipliers keep two trial values equal, as in a triaxial test: their
+        // directions are free and the tangent takes the limit of the rotation term.
+        {cutOff, {"compression edge", Vec3(-20, -20, onPlane(-20)), {{b1, 0.02}, {b2, 0.02}}}},
+        {cutOff,
+         {"extension edge", Vec3(-20, onPlane(-20), onPlane(-20)), {{b1, 0.02}, {b3, 0.02}}}},
         {noCutOff, {"apex", Vec3(apex, apex, apex), {{b1, 0.03}, {b2, 0.02}, {b3, 0.01}}}},
         {cutOff, {"tension plane", Vec3(t, -10, -15), {{t1, 0.02}}}},
         {cutOff, {"tension edge", Vec3(t, -10, onPlane(t)), {{b1, 0.01}, {t1, 0.02}}}},
