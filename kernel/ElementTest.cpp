@@ -1,5 +1,6 @@
 #include "ElementTest.h"
 
+#include <Eigen/LU>
 #include <Eigen/QR>
 
 #include <cmath>
@@ -13,10 +14,15 @@ using VecN = Eigen::Matrix<double, Eigen::Dynamic, 1, 0, 6, 1>;
 
 const Vec6 Unit = (Vec6() << 1, 1, 1, 0, 0, 0).finished();
 
-// Solves the stress-controlled block in the least-squares sense with the smallest norm: at an edge
-// or apex of a yield surface the block is singular and the split of the plastic strain between
-// equal directions is free; the smallest norm keeps it symmetric.
+// Solves the stress-controlled block. At an edge or apex of a yield surface the block is singular
+// and the split of the plastic strain between equal directions is free; there the least-squares
+// solution of smallest norm keeps it symmetric.
 bool SolveBlock(const MatN& matrix, const VecN& rhs, VecN& solution) {
+    const Eigen::PartialPivLU<MatN> lu(matrix);
+    if (lu.rcond() > 1e-10) {
+        solution = lu.solve(rhs);
+        return solution.allFinite();
+    }
     Eigen::CompleteOrthogonalDecomposition<MatN> decomposition;
     decomposition.setThreshold(1e-10);
     decomposition.compute(matrix);

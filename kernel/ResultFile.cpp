@@ -7,29 +7,50 @@
 #include <cstring>
 #include <filesystem>
 #include <stdexcept>
+#include <string_view>
 
 namespace tw::kernel {
 
-std::string FormatNumber(double value, int significantDigits) {
-    if (std::isnan(value))
-        return "NAN";
-    if (std::isinf(value))
-        return value > 0 ? "INF" : "-INF";
-    if (value == 0.0)
-        return "0";
+void AppendNumber(std::string& text, double value, int significantDigits) {
+    if (std::isnan(value)) {
+        text += "NAN";
+        return;
+    }
+    if (std::isinf(value)) {
+        text += value > 0 ? "INF" : "-INF";
+        return;
+    }
+    if (value == 0.0) {
+        text += '0';
+        return;
+    }
     char buffer[64];
     const auto result = std::to_chars(buffer, buffer + sizeof buffer, value,
                                       std::chars_format::general, significantDigits);
-    std::string text(buffer, result.ptr);
-    const auto e = text.find('e');
-    if (e != std::string::npos) {
-        int exponent = 0;
-        const char* digits = text.c_str() + e + 1;
-        if (*digits == '+')
-            ++digits;
-        std::from_chars(digits, text.c_str() + text.size(), exponent);
-        text = text.substr(0, e) + "E" + std::to_string(exponent);
+    const std::string_view digits(buffer, result.ptr - buffer);
+    const auto e = digits.find('e');
+    if (e == std::string_view::npos) {
+        text += digits;
+        return;
     }
+    // to_chars writes "e-05"; the files write "E-5".
+    text += digits.substr(0, e);
+    text += 'E';
+    auto exponent = digits.substr(e + 1);
+    if (exponent.front() == '+') {
+        exponent.remove_prefix(1);
+    } else if (exponent.front() == '-') {
+        text += '-';
+        exponent.remove_prefix(1);
+    }
+    while (exponent.size() > 1 && exponent.front() == '0')
+        exponent.remove_prefix(1);
+    text += exponent;
+}
+
+std::string FormatNumber(double value, int significantDigits) {
+    std::string text;
+    AppendNumber(text, value, significantDigits);
     return text;
 }
 
@@ -48,7 +69,7 @@ void WriteResultFile(const std::string& fileName, const std::vector<std::string>
         for (int i = 0; i < ResultColumnCount; ++i) {
             if (i > 0)
                 text += '\t';
-            text += FormatNumber(row[i]);
+            AppendNumber(text, row[i]);
         }
         text += '\n';
     }

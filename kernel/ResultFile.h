@@ -29,6 +29,7 @@ using TResultRow = std::array<double, ResultColumnCount>;
 // A number as the files write it: up to 15 significant digits, "." as decimal separator, an
 // exponent as "E-5", and 0 without sign.
 std::string FormatNumber(double value, int significantDigits = 15);
+void AppendNumber(std::string& text, double value, int significantDigits = 15);
 
 // The result path of an input path: its extension changed to ".qbr".
 std::string ResultFileName(const std::string& inputFileName);
