@@ -96,9 +96,12 @@ bool ParseInt(std::string_view text, int& value) {
     return result.ec == std::errc() && result.ptr == text.data() + text.size();
 }
 
+// A head stands alone: "[name]", with no label. A value that merely starts with "[" (a material
+// named "[A] clay") is no head.
 bool IsSectionHead(std::string_view line) {
     const auto trimmed = Trim(line);
-    return !trimmed.empty() && trimmed.front() == '[';
+    return trimmed.size() >= 2 && trimmed.front() == '[' && trimmed.back() == ']' &&
+           trimmed.find('=') == std::string_view::npos;
 }
 
 std::string Quote(std::string_view text) {
