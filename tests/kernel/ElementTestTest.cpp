@@ -63,7 +63,7 @@ TEST(ElementTest, LinearElasticTriaxialOedometerSimpleShearAndIsotropicCompressi
 
     // Oedometer: vertical stress given, lateral strain held.
     file.TestType = 1;
-    TPhaseSpec oedometer;
+    TPhaseEntry oedometer;
     oedometer.Steps = 8;
     oedometer.Stress(1) = -200;
     oedometer.Conditions = OedometerConditions;
@@ -76,7 +76,7 @@ TEST(ElementTest, LinearElasticTriaxialOedometerSimpleShearAndIsotropicCompressi
 
     // Simple shear: vertical stress held, shear strain given.
     file.TestType = 3;
-    TPhaseSpec shear;
+    TPhaseEntry shear;
     shear.Steps = 5;
     shear.Strain(3) = 0.02;
     shear.Conditions = DssConditions;
@@ -88,7 +88,7 @@ TEST(ElementTest, LinearElasticTriaxialOedometerSimpleShearAndIsotropicCompressi
 
     // All six stress-controlled: the strains are the compliance's.
     file.TestType = 5;
-    TPhaseSpec isotropic;
+    TPhaseEntry isotropic;
     isotropic.Steps = 4;
     isotropic.Stress << -50, -50, -50, 0, 0, 0;
     isotropic.Conditions = {1, 1, 1, 1, 1, 1};
@@ -148,7 +148,7 @@ TEST(ElementTest, TensionCutOffLimitsTheTensileStress) {
     TKernelFile file = Isotropic(-10);
     file.TestType = 5;
     file.MohrCoulomb(5000, 0.25, 20, 30, 0, true, 2);
-    TPhaseSpec pull;
+    TPhaseEntry pull;
     pull.Steps = 50;
     pull.Strain(0) = 0.01;
     pull.Conditions = {0, 1, 1, 0, 0, 0};
@@ -249,11 +249,11 @@ TEST(ElementTest, CyclicPhasesReturnToTheStartOnAnElasticMaterial) {
     // The phases of a cyclic triaxial test as the lab lays them out: a quarter up, half cycles
     // down and up, a quarter back to the start.
     auto cyclic = [](bool strainControl, double amplitude) {
-        std::vector<TPhaseSpec> phases;
+        std::vector<TPhaseEntry> phases;
         const double factors[] = {1, -2, 2, -2, 2, -2, 1};
         int index = 2;
         for (double f : factors) {
-            TPhaseSpec p;
+            TPhaseEntry p;
             p.Steps = std::abs(f) > 1 ? 20 : 10;
             p.Duration = std::abs(f) > 1 ? 0.5 : 0.25;
             p.Conditions = {1, strainControl ? 0 : 1, 1, 1, 0, 0};
@@ -292,7 +292,7 @@ TEST(ElementTest, StopsWhereStressControlAsksForMoreThanTheStrength) {
     // The axial stress is driven past the compression limit of -334.64 in the twelfth step.
     TKernelFile file = Isotropic(-100);
     file.MohrCoulomb(5000, 0.25, 10, 30, 0);
-    TPhaseSpec load = TriaxialPhase(20, 0);
+    TPhaseEntry load = TriaxialPhase(20, 0);
     load.Stress(1) = -400;
     load.Conditions = {1, 1, 1, 1, 0, 0};
     file.Phases = {TriaxialPhase(2, -0.001), load};

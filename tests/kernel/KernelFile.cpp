@@ -139,8 +139,8 @@ std::string TKernelFile::Text() const {
     return "\xEF\xBB\xBF" + Join(Lines());
 }
 
-TPhaseSpec TriaxialPhase(int steps, double axialStrain, double cellStressIncrement) {
-    TPhaseSpec phase;
+TPhaseEntry TriaxialPhase(int steps, double axialStrain, double cellStressIncrement) {
+    TPhaseEntry phase;
     phase.Steps = steps;
     phase.Strain(1) = axialStrain;
     phase.Stress(0) = phase.Stress(2) = cellStressIncrement;

@@ -11,7 +11,7 @@
 
 namespace tw::kernel::testing {
 
-struct TPhaseSpec {
+struct TPhaseEntry {
     int Steps = 10;
     double Duration = 0.0;
     Vec6 Strain = Vec6::Zero(); // whole phase, fractions
@@ -46,7 +46,7 @@ struct TKernelFile {
     int MaxIter = 50;
     Vec6 InitialStress = Vec6::Zero();
     double InitialTemperature = 0.0;
-    std::vector<TPhaseSpec> Phases;
+    std::vector<TPhaseEntry> Phases;
 
     TKernelFile& LinearElastic(double g, double nu);
     // Angles in degrees; places 2 and 4 hold their sines.
@@ -60,7 +60,7 @@ struct TKernelFile {
 };
 
 // A triaxial phase: axial (yy) strain given, cell pressure and xy held by stress.
-TPhaseSpec TriaxialPhase(int steps, double axialStrain, double cellStressIncrement = 0.0);
+TPhaseEntry TriaxialPhase(int steps, double axialStrain, double cellStressIncrement = 0.0);
 
 // The number of the first line that holds text, counted from 1; 0 if none does.
 int LineOf(const std::vector<std::string>& lines, std::string_view text);

@@ -25,9 +25,9 @@ TKernelFile TwoPhaseFile() {
     file.MaxIter = 77;
     file.InitialStress << -10, -20, -30, 1, 2, 3;
     file.InitialTemperature = 0;
-    TPhaseSpec first = TriaxialPhase(12, -0.05, -2.5);
+    TPhaseEntry first = TriaxialPhase(12, -0.05, -2.5);
     first.Duration = 3.5;
-    TPhaseSpec second;
+    TPhaseEntry second;
     second.Name = "phase 2, cycle 1";
     second.Steps = 4;
     second.Strain << 0, 0, 0, 0.01, 0, 0;

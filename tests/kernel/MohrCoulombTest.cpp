@@ -52,7 +52,7 @@ Mat3 Rotation(std::mt19937& random) {
         .toRotationMatrix();
 }
 
-// Central differences of the stress update with respect to the strain increment.
+// Central differences of the stress update by the strain increment.
 Mat6 NumericTangent(const TSoilModel& model, const Vec6& stress, const Vec6& increment, double h) {
     Mat6 tangent;
     for (int j = 0; j < 6; ++j) {
