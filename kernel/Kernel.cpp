@@ -1,0 +1,307 @@
+#include "Kernel.h"
+
+#include "MohrCoulomb.h"
+
+#include <cmath>
+#include <filesystem>
+#include <ostream>
+
+#ifndef TW_KERNEL_VERSION
+#define TW_KERNEL_VERSION "0"
+#endif
+
+namespace tw::kernel {
+
+namespace {
+
+[[noreturn]] void FailParameter(const TKernelInput& input, int placeIndex,
+                                const std::string& reason) {
+    throw EKernelInput(input.FileName, input.ParameterLine(placeIndex),
+                       "place " + std::to_string(placeIndex) + ": " + reason + ", found " +
+                           FormatNumber(input.Parameters[placeIndex]));
+}
+
+double DeviatoricStress(const Vec6& s) {
+    const double a = s(0) - s(1);
+    const double b = s(1) - s(2);
+    const double c = s(2) - s(0);
+    return std::sqrt(0.5 * (a * a + b * b + c * c) +
+                     3.0 * (s(3) * s(3) + s(4) * s(4) + s(5) * s(5)));
+}
+
+std::string ModelText(const TKernelInput& input) {
+    std::string text = std::to_string(input.ModelNumber);
+    if (!input.ModelCaption.empty())
+        text += " (" + input.ModelCaption + ")";
+    return text;
+}
+
+} // namespace
+
+void CheckSupported(const TKernelInput& input) {
+    if (input.ModelNumber != LinearElasticModel && input.ModelNumber != MohrCoulombModel)
+        throw EKernelNotSupported(input.FileName, input.ModelLine,
+                                  "soil model type " + ModelText(input) +
+                                      " is not supported by this kernel; it computes Linear "
+                                      "Elastic (1) and Mohr-Coulomb (2)");
+    if (input.TestType == TTestType::Pressuremeter)
+        throw EKernelNotSupported(input.FileName, input.TestTypeLine,
+                                  "the pressuremeter test is not supported by this kernel");
+    if (input.Unsaturated)
+        throw EKernelNotSupported(input.FileName, input.UnsaturatedLine,
+                                  "suction (unsaturated) is not supported by this kernel");
+    if (input.Thermal)
+        throw EKernelNotSupported(input.FileName, input.ThermalLine,
+                                  "thermal calculation is not supported by this kernel");
+}
+
+std::unique_ptr<TSoilModel> CreateSoilModel(const TKernelInput& input,
+                                            std::vector<std::string>& warnings) {
+    const auto& p = input.Parameters;
+    const double g = p[place::ShearModulus];
+    const double nu = p[place::PoissonRatio];
+    if (!(g > 0.0))
+        FailParameter(input, place::ShearModulus, "the shear modulus must be above 0");
+    if (!(nu > -1.0 && nu < 0.5))
+        FailParameter(input, place::PoissonRatio,
+                      "Poisson's ratio must lie above -1 and below 0.5");
+    if (input.ModelNumber == LinearElasticModel)
+        return std::make_unique<TLinearElastic>(g, nu);
+
+    TMohrCoulombParameters mc;
+    mc.G = g;
+    mc.Nu = nu;
+    mc.SinPhi = p[place::SinPhi];
+    mc.Cohesion = p[place::Cohesion];
+    mc.SinPsi = p[place::SinPsi];
+    mc.TensileStrength = p[place::TensileStrength];
+    if (!(mc.SinPhi >= 0.0 && mc.SinPhi < 1.0))
+        FailParameter(input, place::SinPhi,
+                      "the sine of the friction angle must lie from 0 to below 1");
+    if (!(mc.Cohesion >= 0.0))
+        FailParameter(input, place::Cohesion, "the cohesion must not be negative");
+    if (!(mc.SinPsi > -1.0 && mc.SinPsi < 1.0))
+        FailParameter(input, place::SinPsi,
+                      "the sine of the dilatancy angle must lie above -1 and below 1");
+    const double cutOff = p[place::TensionCutOff];
+    if (cutOff != 0.0 && cutOff != 1.0)
+        FailParameter(input, place::TensionCutOff, "the tension cut-off must be 1 (on) or 0 (off)");
+    mc.TensionCutOff = cutOff == 1.0;
+    if (!(mc.TensileStrength >= 0.0))
+        FailParameter(input, place::TensileStrength, "the tensile strength must not be negative");
+    if (mc.SinPhi == 0.0 && mc.Cohesion == 0.0)
+        warnings.push_back("friction angle and cohesion are both zero: the soil has no strength");
+    if (mc.SinPsi > mc.SinPhi)
+        warnings.push_back("the dilatancy angle exceeds the friction angle");
+    return std::make_unique<TMohrCoulomb>(mc);
+}
+
+TPoreFluid CreatePoreFluid(const TKernelInput& input, const TSoilModel& model,
+                           std::vector<std::string>& warnings) {
+    TPoreFluid fluid;
+    const bool effectiveStress = input.Drainage == TDrainage::Drained ||
+                                 input.Drainage == TDrainage::UndrainedA ||
+                                 input.Drainage == TDrainage::UndrainedB;
+    if (!input.Undrained || !effectiveStress)
+        return fluid;
+    const auto& p = input.Parameters;
+    double alpha = p[place::BiotAlpha];
+    if (alpha == 0.0) {
+        // A place without value is written as 0; no coupling at all would make the undrained
+        // test a drained one, which nobody means.
+        alpha = 1.0;
+        warnings.push_back("place 98 (Biot's alpha) holds 0; 1 is used");
+    }
+    if (!(alpha > 0.0 && alpha <= 1.0))
+        FailParameter(input, place::BiotAlpha, "Biot's alpha must lie above 0 and at most 1");
+    const double g = model.ShearModulus();
+    const double nu = model.PoissonRatio();
+    const double skeleton = BulkModulus(g, nu);
+    const double water = p[place::WaterBulkModulus];
+    if (water < 0.0)
+        FailParameter(input, place::WaterBulkModulus,
+                      "the bulk modulus of the pore fluid must not be negative");
+    double modulus = 0.0;
+    if (water > 0.0) {
+        // Biot: 1/M = n/K_w + (alpha - n)/K_s, with the grains' modulus K_s = K'/(1 - alpha).
+        const double n = p[place::Porosity];
+        if (!(n > 0.0 && n < 1.0))
+            FailParameter(input, place::Porosity,
+                          "with the bulk modulus of the pore fluid at place 99 the porosity must "
+                          "lie above 0 and below 1");
+        const double compliance = n / water + (alpha - n) * (1.0 - alpha) / skeleton;
+        if (!(compliance > 0.0))
+            FailParameter(input, place::BiotAlpha,
+                          "Biot's alpha is below the porosity so far that the pore fluid would "
+                          "have no stiffness");
+        modulus = 1.0 / compliance;
+    } else {
+        // No pore fluid modulus: take the stiffness the undrained Poisson's ratio implies,
+        // alpha^2 M = K_u - K'.
+        const double nuU = p[place::UndrainedPoissonRatio];
+        if (!(nuU > nu && nuU < 0.5))
+            FailParameter(input, place::UndrainedPoissonRatio,
+                          "place 99 holds no bulk modulus of the pore fluid, so the undrained "
+                          "Poisson's ratio must lie above Poisson's ratio (" +
+                              FormatNumber(nu) + ") and below 0.5");
+        modulus = (BulkModulus(g, nuU) - skeleton) / (alpha * alpha);
+    }
+    fluid.Active = true;
+    fluid.Alpha = alpha;
+    fluid.Modulus = modulus;
+    return fluid;
+}
+
+TComputedTest ComputeTest(const TKernelInput& input) {
+    CheckSupported(input);
+    TComputedTest result;
+    auto& warnings = result.Warnings;
+    warnings = input.Warnings;
+    const auto model = CreateSoilModel(input, warnings);
+    const TPoreFluid fluid = CreatePoreFluid(input, *model, warnings);
+    result.PorePressure = fluid.Active;
+
+    const double strength = std::abs(input.Parameters[place::Cohesion]) +
+                            std::abs(input.Parameters[place::TensileStrength]);
+    const double yield = model->YieldValue(input.InitialStress);
+    if (yield > 1e-9 * (input.InitialStress.cwiseAbs().maxCoeff() + strength))
+        throw EKernelInput(input.FileName, input.InitialStressLine,
+                           "the initial stresses lie outside the yield surface of the material "
+                           "(yield function " +
+                               FormatNumber(yield, 6) + " " + input.PressureUnit() + ")");
+
+    TIterationControl control;
+    control.Tolerance = input.Tolerance;
+    control.Relaxation = input.Relaxation;
+    control.MaxIterations = std::min(input.MaxIterations, MaxIterationsCap);
+    if (input.MaxIterations > MaxIterationsCap)
+        warnings.push_back("maxiter " + std::to_string(input.MaxIterations) + " is cut to " +
+                           std::to_string(MaxIterationsCap));
+    if (input.ArcLength)
+        warnings.push_back("arc-length control has no effect on a stress point; the steps run as "
+                           "the file gives them");
+
+    // Without suction the pores are full: saturation 1, all water unfrozen; a non-porous
+    // material has no pore water at all.
+    const double saturation = input.Drainage == TDrainage::NonPorous ? 0.0 : 1.0;
+    auto row = [&](const TStressPointState& state) {
+        TResultRow r{};
+        r[rcTime] = state.Time;
+        for (int i = 0; i < 6; ++i) {
+            r[rcEpsXX + i] = state.Strain(i);
+            r[rcSigXX + i] = state.Stress(i);
+        }
+        r[rcPExcess] = state.PExcess;
+        r[rcPw] = state.PExcess;
+        r[rcSaturationEffective] = saturation;
+        r[rcSaturation] = saturation;
+        r[rcTemperature] = input.InitialTemperature;
+        r[rcSaturationUnfrozenWater] = saturation;
+        return r;
+    };
+
+    TStressPointState state;
+    state.Stress = input.InitialStress;
+    result.Rows.reserve(static_cast<size_t>(input.TotalSteps) + 1);
+    result.Rows.push_back(row(state));
+    TElementTest test(*model, fluid, control);
+    result.Outcome = test.Run(state, input.Phases,
+                              [&](const TStressPointState& s) { result.Rows.push_back(row(s)); });
+    return result;
+}
+
+namespace {
+
+std::vector<std::string> KernelInfo(const TKernelInput& input, const TKernelOptions& options,
+                                    const TComputedTest& test) {
+    const auto& outcome = test.Outcome;
+    std::vector<std::string> info = {
+        options.ProgramName + "\t=kernel",
+        std::string(TW_KERNEL_VERSION) + "\t=kernel version",
+        std::to_string(input.Version) + "\t=file version number",
+        std::to_string(input.ModelNumber) + "\t=soil model type " + input.ModelCaption,
+        std::to_string(static_cast<int>(input.Drainage)) + "\t=drainage " +
+            DrainageName(input.Drainage),
+        std::to_string(static_cast<int>(input.TestType)) + "\t=" + TestTypeName(input.TestType),
+        std::string(input.Undrained ? "1" : "0") + "\t=behavior",
+        std::string(test.PorePressure ? "1" : "0") + "\t=excess pore pressure",
+        std::string(outcome.Completed ? "completed" : "stopped") + "\t=status",
+        std::to_string(outcome.Steps) + "\t=steps",
+        std::to_string(outcome.Iterations) + "\t=iterations",
+        std::to_string(outcome.Splits) + "\t=step splits",
+    };
+    std::vector<std::string> messages = test.Warnings;
+    if (!outcome.Completed)
+        messages.push_back(outcome.Message);
+    info.push_back(std::to_string(messages.size()) + "\t=number of messages");
+    info.insert(info.end(), messages.begin(), messages.end());
+    return info;
+}
+
+void PrintSummary(const TKernelInput& input, const std::string& resultName,
+                  const TComputedTest& test, std::ostream& out) {
+    double peak = 0.0;
+    for (const auto& r : test.Rows) {
+        Vec6 stress;
+        for (int i = 0; i < 6; ++i)
+            stress(i) = r[rcSigXX + i];
+        peak = std::max(peak, DeviatoricStress(stress));
+    }
+    const auto& last = test.Rows.back();
+    const double volumetric = last[rcEpsXX] + last[rcEpsXX + 1] + last[rcEpsXX + 2];
+    out << resultName << ": " << test.Rows.size() << " rows, "
+        << (test.Outcome.Completed ? "completed" : "stopped") << "\n"
+        << "  peak deviatoric stress q = " << FormatNumber(peak, 6) << " " << input.PressureUnit()
+        << "\n"
+        << "  final volumetric strain  = " << FormatNumber(volumetric, 6) << "\n";
+    if (test.PorePressure)
+        out << "  final excess pore pressure = " << FormatNumber(last[rcPExcess], 6) << " "
+            << input.PressureUnit() << "\n";
+}
+
+} // namespace
+
+int RunKernel(const std::string& inputFileName, const TKernelOptions& options, std::ostream& out,
+              std::ostream& err) {
+    const std::string program = options.ProgramName + ": ";
+    try {
+        const std::string resultName = ResultFileName(inputFileName);
+        // A result left from an earlier run must not pass for the result of this one.
+        std::error_code ignored;
+        std::filesystem::remove(resultName, ignored);
+        if (std::filesystem::is_directory(inputFileName, ignored))
+            throw EKernelInput(inputFileName, 0, "is a folder, not an input file");
+
+        const TKernelInput input = ReadKernelInput(inputFileName);
+        const TComputedTest test = ComputeTest(input);
+        for (const auto& warning : test.Warnings)
+            err << program << "warning: " << warning << "\n";
+        try {
+            WriteResultFile(resultName, KernelInfo(input, options, test), test.Rows);
+        } catch (const std::exception& e) {
+            err << program << e.what() << "\n";
+            return ecFailure;
+        }
+        if (options.Summary)
+            PrintSummary(input, resultName, test, out);
+        if (!test.Outcome.Completed) {
+            err << program << inputFileName << ": stopped: " << test.Outcome.Message << "\n";
+            return ecStopped;
+        }
+        return ecSuccess;
+    } catch (const EKernelNotSupported& e) {
+        err << program << e.what() << "\n";
+        return ecNotSupported;
+    } catch (const EKernelInput& e) {
+        err << program << e.what() << "\n";
+        return ecBadInput;
+    } catch (const std::exception& e) {
+        err << program << "internal error: " << e.what() << "\n";
+        return ecFailure;
+    } catch (...) {
+        err << program << "internal error\n";
+        return ecFailure;
+    }
+}
+
+} // namespace tw::kernel
