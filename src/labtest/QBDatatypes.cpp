@@ -26,6 +26,10 @@ const std::vector<std::string>& ConsolidationStrings() {
     static const std::vector<std::string> values{"qbcIsotropic", "qbcK0"};
     return values;
 }
+const std::vector<std::string>& ConsolidationCaptions() {
+    static const std::vector<std::string> values{"Isotropic", "K0"};
+    return values;
+}
 const std::vector<std::string>& DirectionStrings() {
     static const std::vector<std::string> values{"qbdCompression", "qbdExtension"};
     return values;

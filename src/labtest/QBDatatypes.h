@@ -46,6 +46,7 @@ const char* LoadDirectionSuffix(TQBLoadDirection direction);
 const std::vector<std::string>& BehaviorStrings();
 const std::vector<std::string>& BehaviorCaptions();
 const std::vector<std::string>& ConsolidationStrings();
+const std::vector<std::string>& ConsolidationCaptions();
 const std::vector<std::string>& DirectionStrings();
 const std::vector<std::string>& DirectionCaptions();
 const std::vector<std::string>& TestControlTypeStrings();

@@ -7,6 +7,8 @@
 #include "services/RuntimeSettings.h"
 #include "services/Strings.h"
 #include "services/UserMessages.h"
+#include "units/ProjectUnits.h"
+#include "units/SystemOfUnitsQueryFunctionsRegistry.h"
 
 #include <charconv>
 #include <filesystem>
@@ -18,19 +20,35 @@ TW_KOV_CLASS_IMPL(TQBProject, TKovObservableObject, &TQBProject::DeclareProperti
 
 void TQBProject::DeclareProperties(TKovIntrinsicPropertyDeclarationList& list) {
     list.AddInteger("Version");
+    DeclareProjectUnitProperties(list);
 }
 
 TQBProject::TQBProject(TKovObjectManager* manager)
-    : TKovObservableObject(manager), FApplicationDirectory(tw::ApplicationDirectory()) {
+    : TKovObservableObject(manager), FApplicationDirectory(tw::ApplicationDirectory()),
+      FSystemOfUnits(std::make_unique<TSystemOfUnits>()) {
+    FSystemOfUnits->SetUnitsOfNewProject();
     FLoadedTests = Make<TQBTestList>(nullptr);
     FMainTests = Make<TQBTestList>(manager);
     FMainTests->SetName("Tests");
     FMaterialUpdateObserver.SetOnNotify([this](TNotifySender) { MainMaterialChanged(); });
+    FUnitsObserver.SetOnNotify(
+        [this](TNotifySender) { ProjectUnitPropertiesFromSystem(*FSystemOfUnits, *this); });
+    FSystemOfUnits->AttachObserver(&FUnitsObserver);
+    // Objects of this project's manager are shown in its units.
+    FSystemOfUnitsQueryFuncIdentifier =
+        TSystemOfUnitsQueryFunctionsRegistry::AddQueryFunctionWithLowestPriority(
+            [this, manager](const TKovObject* object) -> TSystemOfUnits* {
+                return object && (object == this || (manager && object->ObjectManager() == manager))
+                           ? FSystemOfUnits.get()
+                           : nullptr;
+            });
 }
 
 TQBProject::TQBProject(TKovObjectManager* manager, std::unique_ptr<ITestMaterial> material,
-                       TQBTestMethod testMethod)
+                       TQBTestMethod testMethod, const TSystemOfUnits* units)
     : TQBProject(manager) {
+    if (units)
+        FSystemOfUnits->CopyUnitsFrom(*units);
     FMainMaterial = std::move(material);
     if (FMainMaterial)
         FMainMaterial->MaterialObservable().AttachObserver(&FMaterialUpdateObserver);
@@ -38,6 +56,8 @@ TQBProject::TQBProject(TKovObjectManager* manager, std::unique_ptr<ITestMaterial
 }
 
 TQBProject::~TQBProject() {
+    TSystemOfUnitsQueryFunctionsRegistry::RemoveQueryFunction(FSystemOfUnitsQueryFuncIdentifier);
+    FSystemOfUnits->DetachObserver(&FUnitsObserver);
     if (FMainMaterial)
         FMainMaterial->MaterialObservable().DetachObserver(&FMaterialUpdateObserver);
     // The stacks go first: they may hold deleted tests and phases.
@@ -50,8 +70,13 @@ TQBProject::~TQBProject() {
 
 void TQBProject::Initialize() {
     Property<TIPInteger>("Version").SetValue(8);
+    ProjectUnitPropertiesFromSystem(*FSystemOfUnits, *this);
     if (FMainMaterial)
         CreateTests();
+}
+
+void TQBProject::PropertyChanged(TKovIntrinsicProperty& property) {
+    ApplyProjectUnitProperty(property, *FSystemOfUnits);
 }
 
 void TQBProject::CreateTests() {
@@ -146,7 +171,7 @@ void TQBProject::AddLoadedTest(std::unique_ptr<TQBTestBase> test) {
 }
 
 double TQBProject::PressureInProjectUnits(double pascal) const {
-    return FPresenter ? FPresenter->ToPresentation(qtPressure, pascal) : pascal;
+    return FSystemOfUnits->ToPresentation(qtPressure, pascal);
 }
 
 std::string TQBProject::ComposeTitle(const TQBTestBase& test) const {

@@ -6,6 +6,7 @@
 #include "labtest/QBTestList.h"
 #include "materials/TestMaterial.h"
 #include "objects/IntrinsicProperty.h"
+#include "units/SystemOfUnits.h"
 
 #include <functional>
 #include <memory>
@@ -20,9 +21,10 @@ class TQBProject : public TKovObservableObject {
 public:
     // A project without material and without tests, for the 3D kernel.
     explicit TQBProject(TKovObjectManager* manager);
-    // A project on a material, with one main test per type (no pressuremeter in 3D).
+    // A project on a material, with one main test per type (no pressuremeter in 3D). The
+    // project takes the presentation units of `units`, else those of a new project.
     TQBProject(TKovObjectManager* manager, std::unique_ptr<ITestMaterial> material,
-               TQBTestMethod testMethod);
+               TQBTestMethod testMethod, const TSystemOfUnits* units = nullptr);
     ~TQBProject() override;
     static void DeclareProperties(TKovIntrinsicPropertyDeclarationList& list);
 
@@ -79,10 +81,11 @@ public:
     void AddLoadedTest(std::unique_ptr<TQBTestBase> test);
     // The title of a loaded test, from its type and its material's identification.
     std::string ComposeTitle(const TQBTestBase& test) const;
-    // Converts a pressure in pascal to the project's presentation unit (the identity until the
-    // project has a system of units).
+    // The project's own presentation units; the "UnitLength", "UnitForce" and "UnitTime"
+    // properties follow them, and they follow the properties.
+    TSystemOfUnits& SystemOfUnits() const { return *FSystemOfUnits; }
+    // A pressure in pascal in the project's presentation unit.
     double PressureInProjectUnits(double pascal) const;
-    void SetPresenter(const IQuantityPresenter* presenter) { FPresenter = presenter; }
 
     // The calculation run. Answers false when the kernel ran but its result file could not be
     // read; true also when the kernel is missing (the user has been told).
@@ -102,6 +105,7 @@ public:
 
 protected:
     void Initialize() override;
+    void PropertyChanged(TKovIntrinsicProperty& property) override;
 
 private:
     void CreateTests();
@@ -118,7 +122,9 @@ private:
     TObserver FMaterialUpdateObserver;
     std::function<void()> FOnNewMainMaterial;
     std::function<void()> FOnCloseProject;
-    const IQuantityPresenter* FPresenter = nullptr;
+    std::unique_ptr<TSystemOfUnits> FSystemOfUnits;
+    TObserver FUnitsObserver;
+    int FSystemOfUnitsQueryFuncIdentifier = 0;
 };
 
 } // namespace tw

@@ -577,7 +577,8 @@ TW_KOV_ABSTRACT_CLASS_IMPL(TQBTestWithConsolidation, TQBTestBase,
                            &TQBTestWithConsolidation::DeclareProperties)
 
 void TQBTestWithConsolidation::DeclareProperties(TKovIntrinsicPropertyDeclarationList& list) {
-    list.AddTypedEnumeration<TQBConsolidation>("Consolidation", ConsolidationStrings());
+    list.AddTypedEnumeration<TQBConsolidation>("Consolidation", ConsolidationStrings(), 0, "",
+                                               ConsolidationCaptions());
     list.AddDouble("K0", 0, "", 1e-10, DBL_MAX);
 }
 

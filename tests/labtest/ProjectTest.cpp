@@ -130,7 +130,7 @@ TEST_F(ProjectFixture, DeletingAMaterialRemovesItsLoadedTestsAfterTheCallbacks) 
     Project->AddLoadedTest(std::move(loaded));
     Project->AddLoadedTest(CreateTest(ttOedometer, nullptr, tm3D));
     EXPECT_EQ(Project->LoadedTests().GetItems(0)->Title(),
-              "Clay (sig3 = 100000.0, eps;max = 1.000e+01)");
+              "Clay (sig3 = 100.0, eps;max = 1.000e+01)");
     EXPECT_EQ(Project->LoadedTests().GetItems(1)->Title(), " (Oedometer)");
 
     std::vector<std::string> order;
@@ -193,4 +193,26 @@ printf '[testresults]\n0\t1\n' > "${1%.qbc}.qbr")");
     ASSERT_EQ(Messages.Messages.size(), 1u);
     EXPECT_EQ(Messages.Messages[0].Text, "There was an error during the execution of the test.");
     EXPECT_EQ(EndCalculations, 1);
+}
+
+TEST_F(ProjectFixture, UnitPropertiesAndTheSystemOfUnitsFollowEachOther) {
+    TSystemOfUnits& units = Project->SystemOfUnits();
+    auto& force = Project->Property<TIPEnumeration>("UnitForce");
+    auto& length = Project->Property<TIPEnumeration>("UnitLength");
+    EXPECT_EQ(force.StrValueOriginal(), "kN");
+    EXPECT_EQ(length.StrValueOriginal(), "m");
+    EXPECT_EQ(Project->Property<TIPEnumeration>("UnitTime").StrValueOriginal(), "day");
+    EXPECT_EQ(units.PresentationUnitText(qtPressure), "kN/m²");
+
+    Manager.ClearRevertStacks();
+    force.SetStrValue("N");
+    EXPECT_EQ(units.PresentationUnitText(qtPressure), "N/m²");
+    EXPECT_DOUBLE_EQ(Project->PressureInProjectUnits(-1e5), -1e5);
+    Manager.Undo();
+    EXPECT_EQ(units.PresentationUnitText(qtPressure), "kN/m²");
+
+    // Setting the system directly moves the property along.
+    units.Length.SetPresentationUnit("ft");
+    EXPECT_EQ(length.StrValueOriginal(), "ft");
+    EXPECT_EQ(units.PresentationUnitText(qtPressure), "kN/ft²");
 }
