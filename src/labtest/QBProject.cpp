@@ -16,6 +16,22 @@
 
 namespace tw {
 
+namespace {
+// One undo step around changes of several objects, with the manager's own snapshot: the project
+// itself has nothing to back up.
+struct TManagerSnapshot {
+    TKovObjectManager* Manager;
+    TManagerSnapshot(TKovObjectManager* manager, const std::string& caption) : Manager(manager) {
+        if (Manager)
+            Manager->UndoBeginSnapshot(caption);
+    }
+    ~TManagerSnapshot() {
+        if (Manager)
+            Manager->UndoEndSnapshot();
+    }
+};
+} // namespace
+
 TW_KOV_CLASS_IMPL(TQBProject, TKovObservableObject, &TQBProject::DeclareProperties)
 
 void TQBProject::DeclareProperties(TKovIntrinsicPropertyDeclarationList& list) {
@@ -56,6 +72,8 @@ TQBProject::TQBProject(TKovObjectManager* manager, std::unique_ptr<ITestMaterial
 }
 
 TQBProject::~TQBProject() {
+    if (FCreatedForRevert)
+        return; // a memento holds values only
     TSystemOfUnitsQueryFunctionsRegistry::RemoveQueryFunction(FSystemOfUnitsQueryFuncIdentifier);
     FSystemOfUnits->DetachObserver(&FUnitsObserver);
     if (FMainMaterial)
@@ -135,7 +153,8 @@ bool TQBProject::IsSuctionEnabled() const {
 }
 
 void TQBProject::SetIsSuctionEnabled(bool enabled) {
-    TUndoSnapshot snapshot(*this, enabled ? "Switch suction on" : "Switch suction off");
+    TManagerSnapshot snapshot(ObjectManager(),
+                              enabled ? "Switch suction on" : "Switch suction off");
     for (int i = 0; i < FMainTests->Count(); ++i) {
         TQBTestBase* test = FMainTests->GetItems(i);
         test->Property<TIPBoolean>("SuctionCondition")
@@ -151,7 +170,8 @@ bool TQBProject::IsThermalEnabled() const {
 }
 
 void TQBProject::SetIsThermalEnabled(bool enabled) {
-    TUndoSnapshot snapshot(*this, enabled ? "Switch thermal on" : "Switch thermal off");
+    TManagerSnapshot snapshot(ObjectManager(),
+                              enabled ? "Switch thermal on" : "Switch thermal off");
     for (int i = 0; i < FMainTests->Count(); ++i) {
         TQBTestBase* test = FMainTests->GetItems(i);
         test->Property<TIPBoolean>("ThermalCondition")
