@@ -156,7 +156,7 @@ void TQBRFile::LoadResults(TQBResults& results) {
                     end = text.size();
                 std::string_view line = text.substr(position, end - position);
                 position = end + 1;
-                if (Trim(line).empty())
+                if (line.find_first_not_of(" \t\r") == std::string_view::npos)
                     continue;
                 int row = count++;
                 if (row >= results.RowCount())
