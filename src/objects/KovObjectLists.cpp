@@ -4,6 +4,7 @@
 #include "services/Strings.h"
 
 #include <algorithm>
+#include <unordered_set>
 
 namespace tw {
 
@@ -21,8 +22,11 @@ TKovObjectList::~TKovObjectList() {
     if (FOwnsObjects && !FCreatedForRevert) {
         auto items = std::move(FItems);
         FItems.clear();
+        // An object that stands in the list twice is still deleted once.
+        std::unordered_set<TKovObject*> deleted;
         for (auto it = items.rbegin(); it != items.rend(); ++it)
-            delete *it;
+            if (*it && deleted.insert(*it).second)
+                delete *it;
     }
 }
 
