@@ -230,6 +230,10 @@ public:
     virtual void MarkResurrecting();
     virtual void EndResurrecting();
     void SetLocked(bool locked) { FLocked = locked; }
+    // The serial of the last snapshot that holds this object as new; lets the open snapshot tell
+    // "backed up already" by looking at the object alone, without touching a large table.
+    uint64_t BackupSnapshotSerial() const { return FBackupSnapshotSerial; }
+    void SetBackupSnapshotSerial(uint64_t serial) { FBackupSnapshotSerial = serial; }
 
 protected:
     // The internal copy of essential state, called by Assign between the two hooks.
@@ -261,6 +265,7 @@ private:
         TDestroyCallback Callback;
     };
     std::unique_ptr<std::vector<TCallback>> FDestroyCallbacks; // made on first use
+    uint64_t FBackupSnapshotSerial = 0;
     int FNextCallbackHandle = 1;
     bool FIsFreed = false;
     bool FIsBeingPermanentlyDestroyed = false;

@@ -4,6 +4,7 @@
 #include "objects/ObjectManager.h"
 
 #include <algorithm>
+#include <atomic>
 #include <iostream>
 
 namespace tw {
@@ -30,7 +31,10 @@ TKovRevertObjectMap_Memento::TKovRevertObjectMap_Memento(TKovObject* newObject,
                                                          TKovObject* oldObject)
     : FNewObject(newObject), FOldObject(oldObject) {
     Watch(FNewObject, FNewHandle);
-    Watch(FOldObject, FOldHandle);
+    // A memento belongs to this entry alone and can't be destroyed behind its back: watching it
+    // would cost a callback record per memento for nothing. A deleted object is watched.
+    if (FOldObject && !FOldObject->CreatedForRevert())
+        Watch(FOldObject, FOldHandle);
 }
 
 TKovRevertObjectMap_Memento::~TKovRevertObjectMap_Memento() {
@@ -129,6 +133,16 @@ void TKovRevertObjectMap_Memento::Invert() {
 // ---------------------------------------------------------------------------------------------
 // Snapshot
 
+TKovRevertObjectMapList_Memento::TKovRevertObjectMapList_Memento(std::string name)
+    : FName(std::move(name)) {
+    static std::atomic<uint64_t> serials{0};
+    FSerial = ++serials;
+}
+
+bool TKovRevertObjectMapList_Memento::HoldsAsNew(const TKovObject& object) const {
+    return object.BackupSnapshotSerial() == FSerial;
+}
+
 void TKovRevertObjectMapList_Memento::Raise(TCache& cache, const TKovObject* object) {
     if (object && !object->UniqueID().IsEmpty())
         ++cache[object->UniqueID()];
@@ -160,6 +174,8 @@ void TKovRevertObjectMapList_Memento::EntryNotify(const TKovRevertObjectMap_Meme
 
 void TKovRevertObjectMapList_Memento::Add(std::unique_ptr<TKovRevertObjectMap_Memento> entry) {
     EntryNotify(*entry, eaAdded);
+    if (entry->NewObject())
+        entry->NewObject()->SetBackupSnapshotSerial(FSerial);
     // An object of the entry destroyed for good leaves the counts with it.
     entry->SetOnFreedNewObject([this](TKovObject* freed) { Lower(FCacheNewObject, freed); });
     entry->SetOnFreedOldObject([this](TKovObject* freed) { Lower(FCacheOldObject, freed); });
@@ -354,10 +370,9 @@ bool TKovRevertStacksManager::AlreadyContainsObject(const TKovObject* newObject,
         return snapshot.OldCacheHas(oldObject->UniqueID()) &&
                snapshot.NewCacheHas(oldObject->UniqueID());
     if (newObject && !oldObject)
-        return snapshot.NewCacheHas(newObject->UniqueID()) &&
-               !snapshot.OldCacheHas(newObject->UniqueID());
+        return snapshot.HoldsAsNew(*newObject) && !snapshot.OldCacheHas(newObject->UniqueID());
     if (newObject && oldObject)
-        return snapshot.NewCacheHas(newObject->UniqueID()) ||
+        return snapshot.HoldsAsNew(*newObject) ||
                (newObject == oldObject && snapshot.OldCacheHas(oldObject->UniqueID()));
     return false;
 }
@@ -365,7 +380,7 @@ bool TKovRevertStacksManager::AlreadyContainsObject(const TKovObject* newObject,
 bool TKovRevertStacksManager::UndoSnapshotAlreadyContainsBackupOf(const TKovObject* object) const {
     if (!object || FUndoStack->SnapshotLevel() == 0 || FUndoStack->Count() == 0)
         return false;
-    return FUndoStack->Snapshot(0).NewCacheHas(object->UniqueID());
+    return FUndoStack->Snapshot(0).HoldsAsNew(*object);
 }
 
 void TKovRevertStacksManager::Revert(TKovRevertStack_Memento& from, TKovRevertStack_Memento* to) {

@@ -77,7 +77,7 @@ class TKovRevertObjectMapList_Memento {
 public:
     enum TEntryAction { eaAdded, eaRemoved };
 
-    explicit TKovRevertObjectMapList_Memento(std::string name) : FName(std::move(name)) {}
+    explicit TKovRevertObjectMapList_Memento(std::string name);
     ~TKovRevertObjectMapList_Memento() { Clear(rscmBackwards); }
     TKovRevertObjectMapList_Memento(const TKovRevertObjectMapList_Memento&) = delete;
     TKovRevertObjectMapList_Memento& operator=(const TKovRevertObjectMapList_Memento&) = delete;
@@ -96,6 +96,11 @@ public:
     void EntryNotify(const TKovRevertObjectMap_Memento& entry, int action);
 
     bool NewCacheHas(const TUniqueID& id) const { return FCacheNewObject.count(id) != 0; }
+    // As NewCacheHas for the object's GUID, answered from the object's stamp. Exact for the open
+    // snapshot, the only one asked: its serial is never reused, and an object leaves its entries
+    // only by being destroyed or by the snapshot being reverted.
+    bool HoldsAsNew(const TKovObject& object) const;
+    uint64_t Serial() const { return FSerial; }
     bool OldCacheHas(const TUniqueID& id) const { return FCacheOldObject.count(id) != 0; }
     // The number of distinct objects counted as new; for tests and diagnostics.
     size_t NewCacheSize() const { return FCacheNewObject.size(); }
@@ -106,6 +111,7 @@ private:
     static void Lower(TCache& cache, const TKovObject* object);
 
     std::string FName;
+    uint64_t FSerial;
     std::vector<std::unique_ptr<TKovRevertObjectMap_Memento>> FEntries;
     TCache FCacheNewObject;
     TCache FCacheOldObject;
