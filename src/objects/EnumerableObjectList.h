@@ -8,12 +8,23 @@
 #include "services/KovException.h"
 
 #include <algorithm>
+#include <memory>
 #include <mutex>
 #include <vector>
 
 namespace tw {
 
 TW_DECLARE_EXCEPTION(EEnumerableObjectList, EKovException)
+
+template <typename T> class TEnumerableObjectList;
+
+// Told by a list about each insertion and removal, with the list's lock held.
+class TEnumerableObjectListListener {
+public:
+    virtual ~TEnumerableObjectListListener() = default;
+    virtual void ItemInserted(size_t index) = 0;
+    virtual void ItemRemoved(size_t index) = 0;
+};
 
 template <typename T> class TEnumerableObjectList {
 public:
@@ -26,6 +37,20 @@ public:
         if (std::find(FItems.begin(), FItems.end(), item) != FItems.end())
             return false;
         FItems.push_back(item);
+        for (TEnumerableObjectListListener* listener : FListeners)
+            listener->ItemInserted(FItems.size() - 1);
+        return true;
+    }
+
+    // Inserts `item` at `index` (clamped to the end) unless it is there already.
+    bool InsertUnique(size_t index, T* item) {
+        std::lock_guard lock(FMutex);
+        if (std::find(FItems.begin(), FItems.end(), item) != FItems.end())
+            return false;
+        index = std::min(index, FItems.size());
+        FItems.insert(FItems.begin() + static_cast<long>(index), item);
+        for (TEnumerableObjectListListener* listener : FListeners)
+            listener->ItemInserted(index);
         return true;
     }
 
@@ -35,11 +60,10 @@ public:
         auto it = std::find(FItems.begin(), FItems.end(), item);
         if (it == FItems.end())
             return false;
-        size_t index = static_cast<size_t>(it - FItems.begin());
+        const size_t index = static_cast<size_t>(it - FItems.begin());
         FItems.erase(it);
-        for (size_t* cursor : FCursors)
-            if (*cursor > index)
-                --*cursor;
+        for (TEnumerableObjectListListener* listener : FListeners)
+            listener->ItemRemoved(index);
         return true;
     }
 
@@ -63,42 +87,98 @@ public:
         return FItems;
     }
 
+    // Registers a walk; raises when too many walks of this list are under way.
+    void AddListener(TEnumerableObjectListListener* listener) {
+        std::lock_guard lock(FMutex);
+        if (FListeners.size() >= MaxConcurrentListeners)
+            throw EEnumerableObjectList(
+                "Too many concurrent listeners. Perhaps infinite recursion?");
+        FListeners.push_back(listener);
+    }
+    void RemoveListener(TEnumerableObjectListListener* listener) {
+        std::lock_guard lock(FMutex);
+        auto it = std::find(FListeners.begin(), FListeners.end(), listener);
+        if (it != FListeners.end())
+            FListeners.erase(it);
+    }
+    size_t ListenerCount() const {
+        std::lock_guard lock(FMutex);
+        return FListeners.size();
+    }
+
     // Calls `visit(item)` for each item in order. Items added during the walk are visited when
     // they land behind the cursor; removed ones are not visited any more.
-    template <typename F> void ForEach(F&& visit) {
-        size_t cursor = 0;
-        {
-            std::lock_guard lock(FMutex);
-            if (FCursors.size() >= MaxConcurrentListeners)
-                throw EEnumerableObjectList(
-                    "Too many concurrent listeners. Perhaps infinite recursion?");
-            FCursors.push_back(&cursor);
+    template <typename F> void ForEach(F&& visit);
+
+private:
+    template <typename U> friend class TObjectListGenerator;
+    mutable std::mutex FMutex;
+    std::vector<T*> FItems;
+    std::vector<TEnumerableObjectListListener*> FListeners;
+};
+
+// A walk over an enumerable list. It starts from a copy of the list and, as the list's listener,
+// keeps the copy in step with insertions and removals made during the walk: an item removed
+// before it is reached is not visited, one inserted behind the cursor is.
+template <typename T> class TObjectListGenerator : private TEnumerableObjectListListener {
+public:
+    explicit TObjectListGenerator(TEnumerableObjectList<T>* list) : FList(list) {
+        if (!FList)
+            return;
+        FList->AddListener(this);
+        std::lock_guard lock(FList->FMutex);
+        FGeneratedList = std::make_unique<std::vector<T*>>(FList->FItems);
+    }
+    ~TObjectListGenerator() override {
+        if (FList)
+            FList->RemoveListener(this);
+    }
+    TObjectListGenerator(const TObjectListGenerator&) = delete;
+    TObjectListGenerator& operator=(const TObjectListGenerator&) = delete;
+
+    // Moves to the next item; false at the end.
+    bool Next() {
+        if (!FList)
+            throw EEnumerableObjectList("Unassigned TObjectListGenerator.FGeneratedList");
+        std::lock_guard lock(FList->FMutex);
+        if (FCursor >= FGeneratedList->size()) {
+            FCurrent = nullptr;
+            return false;
         }
-        struct TUnregister {
-            TEnumerableObjectList* List;
-            size_t* Cursor;
-            ~TUnregister() {
-                std::lock_guard lock(List->FMutex);
-                List->FCursors.erase(
-                    std::find(List->FCursors.begin(), List->FCursors.end(), Cursor));
-            }
-        } unregister{this, &cursor};
-        for (;;) {
-            T* item;
-            {
-                std::lock_guard lock(FMutex);
-                if (cursor >= FItems.size())
-                    return;
-                item = FItems[cursor++];
-            }
-            visit(item);
-        }
+        FCurrent = (*FGeneratedList)[FCursor++];
+        return true;
+    }
+    // The item Next moved to; raises before the first Next or after the end.
+    T* Current() const {
+        if (!FCurrent)
+            throw EEnumerableObjectList("Unassigned TObjectListGenerator");
+        return FCurrent;
     }
 
 private:
-    mutable std::mutex FMutex;
-    std::vector<T*> FItems;
-    std::vector<size_t*> FCursors;
+    // Called with the list's lock held.
+    void ItemInserted(size_t index) override {
+        FGeneratedList->insert(FGeneratedList->begin() + static_cast<long>(index),
+                               FList->FItems[index]);
+        if (index < FCursor)
+            ++FCursor;
+    }
+    void ItemRemoved(size_t index) override {
+        FGeneratedList->erase(FGeneratedList->begin() + static_cast<long>(index));
+        if (index < FCursor)
+            --FCursor;
+    }
+
+    TEnumerableObjectList<T>* FList;
+    std::unique_ptr<std::vector<T*>> FGeneratedList;
+    size_t FCursor = 0;
+    T* FCurrent = nullptr;
 };
+
+template <typename T> template <typename F> void TEnumerableObjectList<T>::ForEach(F&& visit) {
+    TObjectListGenerator<T> generator(this);
+    while (generator.Next())
+        visit(generator.Current());
+}
 
 } // namespace tw

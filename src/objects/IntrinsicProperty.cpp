@@ -1,5 +1,6 @@
 #include "objects/IntrinsicProperty.h"
 
+#include "objects/AccessStrategies.h"
 #include "objects/NameTools.h"
 #include "objects/ObjectManager.h"
 #include "services/Strings.h"
@@ -61,7 +62,8 @@ TKovIntrinsicPropertyDeclaration::CreateDuplicate(const std::string& name,
 
 TKovIntrinsicProperty*
 TKovIntrinsicPropertyDeclaration::CreateInstanceOfProperty(TKovObservableObject* owner) const {
-    TKovIntrinsicProperty* property = FCreate(owner, this);
+    TKovIntrinsicProperty* property =
+        FCreate ? FCreate(owner, this) : FClass->CreateProperty(owner, this);
     property->ResetToDefault();
     return property;
 }
@@ -172,13 +174,52 @@ void TIPEnumerationDeclaration::AddLegacyMapping(const std::string& oldValue,
 
 TKovIntrinsicPropertyDeclaration&
 TKovIntrinsicPropertyDeclarationList::Add(std::unique_ptr<TKovIntrinsicPropertyDeclaration> item) {
-    FNameToIndex.emplace(item->CleanName(), Count());
+    if (!FNameToIndexMappings.Contains(item->CleanName()))
+        FNameToIndexMappings.AddOrSet(item->CleanName(), Count());
     FItems.push_back(std::move(item));
     return *FItems.back();
 }
 
+TKovIntrinsicPropertyDeclaration&
+TKovIntrinsicPropertyDeclarationList::Add(const std::string& name, const TKovClass& propertyClass) {
+    return Add(name, propertyClass, 0, "");
+}
+
+TKovIntrinsicPropertyDeclaration&
+TKovIntrinsicPropertyDeclarationList::Add(const std::string& name, const TKovClass& propertyClass,
+                                          TKovIntrinsicPropertyConfig config) {
+    return Add(name, propertyClass, config, "");
+}
+
+TKovIntrinsicPropertyDeclaration&
+TKovIntrinsicPropertyDeclarationList::Add(const std::string& name, const TKovClass& propertyClass,
+                                          TKovIntrinsicPropertyConfig config,
+                                          const std::string& caption) {
+    if (!propertyClass.IsPropertyClass())
+        throw EIntrinsicPropertyDeclarationError(Format(
+            "Class %s of property %s is no intrinsic property class", propertyClass.Name(), name));
+    return Add(std::make_unique<TKovIntrinsicPropertyDeclaration>(name, propertyClass, nullptr,
+                                                                  config, caption));
+}
+
+TKovIntrinsicPropertyDeclaration&
+TKovIntrinsicPropertyDeclarationList::Add(const std::string& name, const TKovClass& propertyClass,
+                                          const std::string& caption) {
+    return Add(name, propertyClass, 0, caption);
+}
+
+TKovIntrinsicPropertyDeclaration& TKovIntrinsicPropertyDeclarationList::Add(
+    const std::string& name, const TKovClass& propertyClass, const TKovClass& associatedClass,
+    TKovIntrinsicPropertyConfig config, const std::string& caption, bool allowSubclass) {
+    auto& declaration = Add(name, propertyClass, config, caption);
+    declaration.SetAssociatedClass(&associatedClass, allowSubclass);
+    return declaration;
+}
+
 void TKovIntrinsicPropertyDeclarationList::Insert(
     int index, std::unique_ptr<TKovIntrinsicPropertyDeclaration> item) {
+    if (index < 0 || index > Count())
+        throw EIntrinsicPropertyDeclarationError(Format("List index out of bounds (%d)", index));
     FItems.insert(FItems.begin() + index, std::move(item));
     Reindex();
 }
@@ -198,10 +239,29 @@ bool TKovIntrinsicPropertyDeclarationList::Remove(const std::string& name) {
     return Extract(name) != nullptr;
 }
 
-void TKovIntrinsicPropertyDeclarationList::Reindex() {
-    FNameToIndex.clear();
+bool TKovIntrinsicPropertyDeclarationList::Remove(
+    const TKovIntrinsicPropertyDeclaration* declaration) {
+    const int index = IndexOf(declaration);
+    if (index < 0)
+        return false;
+    FItems.erase(FItems.begin() + index);
+    Reindex();
+    return true;
+}
+
+int TKovIntrinsicPropertyDeclarationList::IndexOf(
+    const TKovIntrinsicPropertyDeclaration* declaration) const {
     for (int i = 0; i < Count(); ++i)
-        FNameToIndex.emplace(FItems[i]->CleanName(), i);
+        if (FItems[i].get() == declaration)
+            return i;
+    return -1;
+}
+
+void TKovIntrinsicPropertyDeclarationList::Reindex() {
+    FNameToIndexMappings.Clear();
+    for (int i = 0; i < Count(); ++i)
+        if (!FNameToIndexMappings.Contains(FItems[i]->CleanName()))
+            FNameToIndexMappings.AddOrSet(FItems[i]->CleanName(), i);
 }
 
 TKovIntrinsicPropertyDeclaration*
@@ -211,8 +271,15 @@ TKovIntrinsicPropertyDeclarationList::GetDeclarationFor(const std::string& name)
 }
 
 int TKovIntrinsicPropertyDeclarationList::GetIndexOfDeclarationFor(const std::string& name) const {
-    auto it = FNameToIndex.find(CleanName(name));
-    return it == FNameToIndex.end() ? -1 : it->second;
+    const int* index = FNameToIndexMappings.Find(CleanName(name));
+    return index ? *index : -1;
+}
+
+int TKovIntrinsicPropertyDeclarationList::GetIndexAndDeclarationFor(
+    const std::string& name, TKovIntrinsicPropertyDeclaration*& declaration) const {
+    const int index = GetIndexOfDeclarationFor(name);
+    declaration = index < 0 ? nullptr : FItems[index].get();
+    return index;
 }
 
 void TKovIntrinsicPropertyDeclarationList::SetDeclarationVisibleAndEditableFor(
@@ -226,10 +293,10 @@ void TKovIntrinsicPropertyDeclarationList::SetDeclarationVisibleAndEditableFor(
 }
 
 void TKovIntrinsicPropertyDeclarationList::CheckUnique() const {
-    if (FNameToIndex.size() == FItems.size())
+    if (FNameToIndexMappings.Count() == FItems.size())
         return;
     for (int i = 0; i < Count(); ++i)
-        if (FNameToIndex.at(FItems[i]->CleanName()) != i)
+        if (*FNameToIndexMappings.Find(FItems[i]->CleanName()) != i)
             throw EIntrinsicPropertyDeclarationError(
                 Format("Cannot declare the same property twice: %s", FItems[i]->OriginalName()));
 }
@@ -303,12 +370,12 @@ TKovIntrinsicPropertyDeclarationList::AddDerivedDoubleWithUnit(
     const std::string& name, TQuantityType quantity, TDerivedAccessors<double> accessors,
     TKovIntrinsicPropertyConfig config, const std::string& caption, double min, double max) {
     using D = TDerivedDeclaration<double, TIPDoubleWithUnitDeclaration>;
-    auto declaration =
-        std::make_unique<D>(name, TIPDoubleWithUnit_DerivedExternal::StaticClass(),
-                            &CreateProperty<TIPDoubleWithUnit_DerivedExternal>, config, caption);
+    auto declaration = std::make_unique<D>(
+        TIPDoubleWithUnit::StaticClass(), name, TIPDoubleWithUnit_DerivedExternal::StaticClass(),
+        &CreateProperty<TIPDoubleWithUnit_DerivedExternal>, config, caption);
     declaration->Limits = {min, max};
     declaration->QuantityType = quantity;
-    static_cast<TDerivedAccessors<double>&>(*declaration) = std::move(accessors);
+    declaration->SetAccessors(std::move(accessors));
     return static_cast<D&>(Add(std::move(declaration)));
 }
 
@@ -319,11 +386,11 @@ TKovIntrinsicPropertyDeclarationList::AddDerivedDouble(const std::string& name,
                                                        const std::string& caption, double min,
                                                        double max) {
     using D = TDerivedDeclaration<double, TIPDoubleDeclaration>;
-    auto declaration =
-        std::make_unique<D>(name, TIPDouble_DerivedExternal::StaticClass(),
-                            &CreateProperty<TIPDouble_DerivedExternal>, config, caption);
+    auto declaration = std::make_unique<D>(
+        TIPDouble::StaticClass(), name, TIPDouble_DerivedExternal::StaticClass(),
+        &CreateProperty<TIPDouble_DerivedExternal>, config, caption);
     declaration->Limits = {min, max};
-    static_cast<TDerivedAccessors<double>&>(*declaration) = std::move(accessors);
+    declaration->SetAccessors(std::move(accessors));
     return static_cast<D&>(Add(std::move(declaration)));
 }
 
@@ -334,11 +401,11 @@ TKovIntrinsicPropertyDeclarationList::AddDerivedInteger(const std::string& name,
                                                         const std::string& caption, int32_t min,
                                                         int32_t max) {
     using D = TDerivedDeclaration<int32_t, TIPIntegerDeclaration>;
-    auto declaration =
-        std::make_unique<D>(name, TIPInteger_DerivedExternal::StaticClass(),
-                            &CreateProperty<TIPInteger_DerivedExternal>, config, caption);
+    auto declaration = std::make_unique<D>(
+        TIPInteger::StaticClass(), name, TIPInteger_DerivedExternal::StaticClass(),
+        &CreateProperty<TIPInteger_DerivedExternal>, config, caption);
     declaration->Limits = {min, max};
-    static_cast<TDerivedAccessors<int32_t>&>(*declaration) = std::move(accessors);
+    declaration->SetAccessors(std::move(accessors));
     return static_cast<D&>(Add(std::move(declaration)));
 }
 
@@ -348,10 +415,10 @@ TKovIntrinsicPropertyDeclarationList::AddDerivedBoolean(const std::string& name,
                                                         TKovIntrinsicPropertyConfig config,
                                                         const std::string& caption) {
     using D = TDerivedDeclaration<bool, TKovIntrinsicPropertyDeclaration>;
-    auto declaration =
-        std::make_unique<D>(name, TIPBoolean_DerivedExternal::StaticClass(),
-                            &CreateProperty<TIPBoolean_DerivedExternal>, config, caption);
-    static_cast<TDerivedAccessors<bool>&>(*declaration) = std::move(accessors);
+    auto declaration = std::make_unique<D>(
+        TIPBoolean::StaticClass(), name, TIPBoolean_DerivedExternal::StaticClass(),
+        &CreateProperty<TIPBoolean_DerivedExternal>, config, caption);
+    declaration->SetAccessors(std::move(accessors));
     return static_cast<D&>(Add(std::move(declaration)));
 }
 
@@ -362,10 +429,38 @@ TKovIntrinsicPropertyDeclarationList::AddDerivedText(const std::string& name,
                                                      const std::string& caption) {
     using D = TDerivedDeclaration<std::string, TKovIntrinsicPropertyDeclaration>;
     auto declaration =
-        std::make_unique<D>(name, TIPText_DerivedExternal::StaticClass(),
+        std::make_unique<D>(TIPText::StaticClass(), name, TIPText_DerivedExternal::StaticClass(),
                             &CreateProperty<TIPText_DerivedExternal>, config, caption);
-    static_cast<TDerivedAccessors<std::string>&>(*declaration) = std::move(accessors);
+    declaration->SetAccessors(std::move(accessors));
     return static_cast<D&>(Add(std::move(declaration)));
+}
+
+TDerivedDeclaration<int, TIPEnumerationDeclaration>&
+TKovIntrinsicPropertyDeclarationList::AddDerivedEnumeration(const std::string& name,
+                                                            std::vector<std::string> strings,
+                                                            TDerivedAccessors<int> accessors,
+                                                            TKovIntrinsicPropertyConfig config,
+                                                            const std::string& caption,
+                                                            std::vector<std::string> captions) {
+    using D = TDerivedDeclaration<int, TIPEnumerationDeclaration>;
+    auto declaration = std::make_unique<D>(TIPEnumeration::StaticClass(), name,
+                                           TIPEnumeration_DerivedExternal::StaticClass(),
+                                           &CreateProperty<TIPEnumeration_DerivedExternal>, config,
+                                           caption, std::move(strings), std::move(captions));
+    declaration->SetAccessors(std::move(accessors));
+    return static_cast<D&>(Add(std::move(declaration)));
+}
+
+TDerivedDeclaration<TKovObject*, TKovIntrinsicPropertyDeclaration>&
+TKovIntrinsicPropertyDeclarationList::AddDerivedObject(const std::string& name,
+                                                       const TKovClass& associatedClass,
+                                                       TDerivedAccessors<TKovObject*> accessors,
+                                                       TKovIntrinsicPropertyConfig config,
+                                                       const std::string& caption) {
+    auto& declaration = AddDerived<TIPKovObject_DerivedExternal, TIPKovObject, TKovObject*>(
+        name, std::move(accessors), config, caption);
+    declaration.SetAssociatedClass(&associatedClass, true);
+    return declaration;
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -509,7 +604,97 @@ void TKovIntrinsicProperty::CopyConfigurationFrom(const TKovIntrinsicProperty& s
     SetReadOnly(source.FReadOnly);
     SetPublished(source.FPublished);
     FCaption = source.FCaption;
+    FAccessStrategyClass = source.FAccessStrategyClass;
     FInitialized = source.FInitialized;
+}
+
+std::unique_ptr<TAccessStrategyIP_Virtual> TKovIntrinsicProperty::CreateAccessStrategy() {
+    return FAccessStrategyClass ? FAccessStrategyClass(*this)
+                                : std::make_unique<TASIP_Default>(*this);
+}
+
+TKovIntrinsicProperty* RefreshStaticEquivalent(const TKovIntrinsicProperty& derived,
+                                               std::unique_ptr<TKovIntrinsicProperty>& twin) {
+    const auto* declaration =
+        dynamic_cast<const TKovIntrinsicProperty_DerivedExternalDeclaration_Abstract*>(
+            derived.Declaration());
+    if (!declaration)
+        return const_cast<TKovIntrinsicProperty*>(&derived);
+    if (!twin)
+        twin.reset(declaration->MultiselectDeclaration().CreateInstanceOfProperty(nullptr));
+    twin->AssignEssentialStateOnly_NoRevert(derived);
+    twin->CopyConfigurationFrom(derived);
+    return twin.get();
+}
+
+// ---------------------------------------------------------------------------------------------
+// Property list
+
+void TKovIntrinsicPropertyList::Add(std::unique_ptr<TKovIntrinsicProperty> property) {
+    FItems.push_back(std::move(property));
+}
+
+void TKovIntrinsicPropertyList::Insert(int index, std::unique_ptr<TKovIntrinsicProperty> property) {
+    if (index < 0 || index > Count())
+        throw EIntrinsicPropertyException(Format("List index out of bounds (%d)", index));
+    FItems.insert(FItems.begin() + index, std::move(property));
+}
+
+int TKovIntrinsicPropertyList::IndexOf(const TKovIntrinsicProperty* property) const {
+    for (int i = 0; i < Count(); ++i)
+        if (FItems[i].get() == property)
+            return i;
+    return -1;
+}
+
+std::unique_ptr<TKovIntrinsicProperty>
+TKovIntrinsicPropertyList::Extract(const TKovIntrinsicProperty* property) {
+    const int index = IndexOf(property);
+    if (index < 0)
+        return nullptr;
+    auto item = std::move(FItems[index]);
+    FItems.erase(FItems.begin() + index);
+    return item;
+}
+
+bool TKovIntrinsicPropertyList::Remove(const TKovIntrinsicProperty* property) {
+    return Extract(property) != nullptr;
+}
+
+int TKovIntrinsicPropertyList::IndexOfName(const std::string& name) const {
+    if (FOnGetIndexAndDeclarationByName) {
+        // The declaration's index is the property's index while the lists run in step, which
+        // they do unless someone inserted or removed properties by hand: check, else walk.
+        TKovIntrinsicPropertyDeclaration* declaration = nullptr;
+        const int index = FOnGetIndexAndDeclarationByName(name, declaration);
+        if (index < 0)
+            return -1;
+        if (index < Count() && FItems[index]->Declaration() == declaration)
+            return index;
+    }
+    const std::string clean = ::tw::CleanName(name);
+    for (int i = 0; i < Count(); ++i)
+        if (FItems[i]->CleanName() == clean)
+            return i;
+    return -1;
+}
+
+TKovIntrinsicProperty* TKovIntrinsicPropertyList::GetByName(const std::string& name) const {
+    const int index = IndexOfName(name);
+    return index < 0 ? nullptr : FItems[index].get();
+}
+
+bool TKovIntrinsicPropertyList::RemoveByName(const std::string& name) {
+    const int index = IndexOfName(name);
+    if (index < 0)
+        return false;
+    FItems.erase(FItems.begin() + index);
+    return true;
+}
+
+void TKovIntrinsicPropertyList::SetPublishedIfExists(const std::string& name, bool published) {
+    if (TKovIntrinsicProperty* property = GetByName(name))
+        property->SetPublished(published);
 }
 
 TKovObject* TKovIntrinsicProperty::CreateBlankForRevert() const {
@@ -767,7 +952,7 @@ void TIPText::SetValue(const std::string& text) {
     std::string value = CleanText(text);
     if (value == FValue)
         return;
-    CommitChange([&] { return value; }, [&] { FValue = std::move(value); });
+    CommitChange([&] { return CaptionText(value); }, [&] { FValue = std::move(value); });
 }
 
 bool TIPText::SaveValue(TVarRec& value) const {
@@ -1079,12 +1264,12 @@ template <typename V> const TDerivedAccessors<V>* AccessorsOf(const TKovIntrinsi
 
 template <typename V> V DerivedGet(const TKovIntrinsicProperty& p) {
     const auto* accessors = AccessorsOf<V>(p);
-    return accessors && accessors->Getter && p.Owner() ? accessors->Getter(p) : V{};
+    return accessors && accessors->HasGetter() && p.Owner() ? (*accessors->Getter)(p) : V{};
 }
 
 template <typename V> const TDerivedAccessors<V>& SetterOf(const TKovIntrinsicProperty& p) {
     const auto* accessors = AccessorsOf<V>(p);
-    if (!accessors || !accessors->Setter || !p.Owner())
+    if (!accessors || !accessors->HasSetter() || !p.Owner())
         throw EIntrinsicPropertyAssignError(
             Format("Property %s is derived and has no setter", p.Name()));
     return *accessors;
@@ -1095,7 +1280,7 @@ template <typename V> const TDerivedAccessors<V>& SetterOf(const TKovIntrinsicPr
     TW_KOV_CLASS_IMPL(Class, Base, nullptr)                                                        \
     bool Class::HasSetter() const {                                                                \
         const auto* accessors = AccessorsOf<V>(*this);                                             \
-        return accessors && accessors->Setter;                                                     \
+        return accessors && accessors->HasSetter();                                                \
     }
 
 TW_DERIVED_IMPL(TIPBoolean_DerivedExternal, TIPBoolean, bool)
@@ -1115,7 +1300,7 @@ void TIPBoolean_DerivedExternal::SetValue(bool value) {
     CheckOwnerWritable();
     FInitialized = true;
     CommitDerivedChange([&] { return std::string(value ? "True" : "False"); },
-                        [&] { accessors.Setter(*this, value); });
+                        [&] { (*accessors.Setter)(*this, value); });
 }
 
 int32_t TIPInteger_DerivedExternal::Value() const {
@@ -1127,7 +1312,7 @@ void TIPInteger_DerivedExternal::SetValue(int32_t value) {
     FInitialized = true;
     value = Limit(value);
     CommitDerivedChange([&] { return std::to_string(value); },
-                        [&] { accessors.Setter(*this, value); });
+                        [&] { (*accessors.Setter)(*this, value); });
 }
 
 double TIPDouble_DerivedExternal::Value() const {
@@ -1138,7 +1323,8 @@ void TIPDouble_DerivedExternal::SetValue(double value) {
     CheckOwnerWritable();
     FInitialized = true;
     value = Limit(value);
-    CommitDerivedChange([&] { return FloatToStr(value); }, [&] { accessors.Setter(*this, value); });
+    CommitDerivedChange([&] { return FloatToStr(value); },
+                        [&] { (*accessors.Setter)(*this, value); });
 }
 
 double TIPDoubleWithUnit_DerivedExternal::Value() const {
@@ -1149,7 +1335,8 @@ void TIPDoubleWithUnit_DerivedExternal::SetValue(double value) {
     CheckOwnerWritable();
     FInitialized = true;
     value = Limit(value);
-    CommitDerivedChange([&] { return FloatToStr(value); }, [&] { accessors.Setter(*this, value); });
+    CommitDerivedChange([&] { return FloatToStr(value); },
+                        [&] { (*accessors.Setter)(*this, value); });
 }
 
 std::string TIPText_DerivedExternal::Value() const {
@@ -1160,7 +1347,8 @@ void TIPText_DerivedExternal::SetValue(const std::string& value) {
     CheckOwnerWritable();
     FInitialized = true;
     const std::string cleaned = CleanText(value);
-    CommitDerivedChange([&] { return cleaned; }, [&] { accessors.Setter(*this, cleaned); });
+    CommitDerivedChange([&] { return CaptionText(cleaned); },
+                        [&] { (*accessors.Setter)(*this, cleaned); });
 }
 
 int TIPEnumeration_DerivedExternal::IntValue() const {
@@ -1176,7 +1364,7 @@ void TIPEnumeration_DerivedExternal::SetIntValue(int value) {
     FInitialized = true;
     CommitDerivedChange(
         [&] { return Format("%s(%d)", EnumerationDeclaration().Strings()[value], value); },
-        [&] { accessors.Setter(*this, value); });
+        [&] { (*accessors.Setter)(*this, value); });
 }
 
 TKovObject* TIPKovObject_DerivedExternal::Value() const {
@@ -1187,7 +1375,7 @@ void TIPKovObject_DerivedExternal::SetValue(TKovObject* value) {
     CheckOwnerWritable();
     FInitialized = true;
     CommitDerivedChange([&] { return value ? value->Name() : std::string("nil"); },
-                        [&] { accessors.Setter(*this, value); });
+                        [&] { (*accessors.Setter)(*this, value); });
 }
 
 // ---------------------------------------------------------------------------------------------

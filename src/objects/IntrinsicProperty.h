@@ -4,8 +4,10 @@
 // property initialised, apply the limit, stop on an equal value, back the property up in an undo
 // snapshot, store, tell the owner, close the snapshot.
 
+#include "objects/ComparisonUtils.h"
 #include "objects/KovBaseClasses.h"
 #include "objects/QuantityType.h"
+#include "objects/RadixTree.h"
 
 #include <functional>
 #include <limits>
@@ -39,9 +41,11 @@ public:
     using TCreate = TKovIntrinsicProperty* (*)(TKovObservableObject*,
                                                const TKovIntrinsicPropertyDeclaration*);
 
+    // `create` may be nullptr: the property class's own factory makes the property then.
     TKovIntrinsicPropertyDeclaration(const std::string& name, const TKovClass& propertyClass,
                                      TCreate create, TKovIntrinsicPropertyConfig configuration = 0,
                                      const std::string& caption = "");
+    TKovIntrinsicPropertyDeclaration(const TKovIntrinsicPropertyDeclaration&) = default;
     virtual ~TKovIntrinsicPropertyDeclaration() = default;
 
     virtual const char* DeclarationTypeName() const { return "Declaration"; }
@@ -60,6 +64,11 @@ public:
     const std::string& CleanName() const { return FCleanName; }
     const std::string& OriginalName() const { return FOriginalName; }
     const TKovClass& PropertyClass() const { return *FClass; }
+    // Changes the property class (and its factory) of this declaration.
+    void SetPropertyClass(const TKovClass& propertyClass, TCreate create) {
+        FClass = &propertyClass;
+        FCreate = create;
+    }
     const TKovClass* AssociatedClass() const { return FAssociatedClass; }
     void SetAssociatedClass(const TKovClass* cls, bool allowSubclass) {
         FAssociatedClass = cls;
@@ -72,6 +81,9 @@ public:
     }
     bool Has(TKovIntrinsicPropertyKind kind) const { return (FConfiguration & kind) != 0; }
     const std::string& Caption() const { return FCaption; }
+    void SetCaption(const std::string& caption) { FCaption = caption; }
+    // True for the declarations of derived properties, whose value lives in the owner.
+    virtual bool IsDerivedDeclaration() const { return false; }
 
 protected:
     void SetNames(const std::string& name);
@@ -164,31 +176,125 @@ private:
     std::map<std::string, std::string> FLegacyStringsMappings;
 };
 
-// Getter and setter of a derived property, whose value lives in the owner.
+// Getter and setter of a derived property, whose value lives in the owner. The functions are
+// shared by the copies of a declaration, so two declarations made by copying compare equal.
 template <typename V> struct TDerivedAccessors {
-    std::function<V(const TKovIntrinsicProperty&)> Getter;
-    std::function<void(TKovIntrinsicProperty&, const V&)> Setter;
+    using TGetter = std::function<V(const TKovIntrinsicProperty&)>;
+    using TSetter = std::function<void(TKovIntrinsicProperty&, const V&)>;
+
+    TDerivedAccessors() = default;
+    TDerivedAccessors(TGetter getter, TSetter setter = nullptr)
+        : Getter(getter ? std::make_shared<const TGetter>(std::move(getter)) : nullptr),
+          Setter(setter ? std::make_shared<const TSetter>(std::move(setter)) : nullptr) {}
+
+    bool HasGetter() const { return Getter != nullptr; }
+    bool HasSetter() const { return Setter != nullptr; }
+
+    std::shared_ptr<const TGetter> Getter;
+    std::shared_ptr<const TSetter> Setter;
 };
 
-template <typename V, typename BaseDeclaration>
-class TDerivedDeclaration : public BaseDeclaration, public TDerivedAccessors<V> {
+// The part of a derived declaration that doesn't depend on the value type: the declaration of the
+// plain kind that multi-select editors use, made on first request.
+class TKovIntrinsicProperty_DerivedExternalDeclaration_Abstract {
 public:
-    using BaseDeclaration::BaseDeclaration;
+    virtual ~TKovIntrinsicProperty_DerivedExternalDeclaration_Abstract() = default;
+    // The same name, configuration, caption, limits and quantity, of the plain class.
+    virtual const TKovIntrinsicPropertyDeclaration& MultiselectDeclaration() const = 0;
+    virtual bool HasSetterFunction() const = 0;
+};
+
+// A derived declaration on the plain declaration `BaseDeclaration`; `V` is the value type.
+template <typename V, typename BaseDeclaration>
+class TDerivedDeclaration : public BaseDeclaration,
+                            public TDerivedAccessors<V>,
+                            public TKovIntrinsicProperty_DerivedExternalDeclaration_Abstract {
+public:
+    using TAccessors = TDerivedAccessors<V>;
+    using TPlainDeclaration = BaseDeclaration;
+
+    // `plainClass` is the property class of the multi-select declaration.
+    template <typename... Args>
+    TDerivedDeclaration(const TKovClass& plainClass, Args&&... args)
+        : BaseDeclaration(std::forward<Args>(args)...), FPlainClass(&plainClass) {}
+    TDerivedDeclaration(const TDerivedDeclaration& other)
+        : BaseDeclaration(other), TAccessors(other),
+          TKovIntrinsicProperty_DerivedExternalDeclaration_Abstract(other),
+          FPlainClass(other.FPlainClass),
+          FMultiselectDeclaration(
+              other.FMultiselectDeclaration ? other.FMultiselectDeclaration->Clone() : nullptr) {}
+
     std::unique_ptr<TKovIntrinsicPropertyDeclaration> Clone() const override {
         return std::make_unique<TDerivedDeclaration>(*this);
     }
+    bool IsDerivedDeclaration() const override { return true; }
+    bool HasSetterFunction() const override { return this->HasSetter(); }
+    void SetAccessors(TAccessors accessors) { static_cast<TAccessors&>(*this) = accessors; }
+    const TKovClass& PlainClass() const { return *FPlainClass; }
+
+    // The plain part, then getter and setter, then the multi-select declaration by identity.
+    bool IsIdentical(const TKovIntrinsicPropertyDeclaration& other) const override;
+
+    const TKovIntrinsicPropertyDeclaration& MultiselectDeclaration() const override {
+        if (!FMultiselectDeclaration) {
+            auto plain =
+                std::make_unique<BaseDeclaration>(static_cast<const BaseDeclaration&>(*this));
+            plain->SetPropertyClass(*FPlainClass, nullptr);
+            FMultiselectDeclaration = std::move(plain);
+        }
+        return *FMultiselectDeclaration;
+    }
+
+private:
+    const TKovClass* FPlainClass;
+    mutable std::unique_ptr<TKovIntrinsicPropertyDeclaration> FMultiselectDeclaration;
 };
 
-// The declarations of one class, in declaration order, with a name index.
+template <typename V, typename BaseDeclaration>
+bool TDerivedDeclaration<V, BaseDeclaration>::IsIdentical(
+    const TKovIntrinsicPropertyDeclaration& other) const {
+    if (!BaseDeclaration::IsIdentical(other))
+        return false;
+    const auto& o = static_cast<const TDerivedDeclaration&>(other);
+    return TAnonymousFunctionComparer::AreEqual(this->Getter, o.Getter) &&
+           TAnonymousFunctionComparer::AreEqual(this->Setter, o.Setter) &&
+           FMultiselectDeclaration == o.FMultiselectDeclaration;
+}
+
+// The declarations of one class, in declaration order. Look-up by clean name goes through a
+// radix tree from the clean name to the index, so it doesn't depend on the number of properties.
 class TKovIntrinsicPropertyDeclarationList {
 public:
     explicit TKovIntrinsicPropertyDeclarationList(const TKovClass* ownerClass = nullptr)
         : FOwnerClass(ownerClass) {}
+    TKovIntrinsicPropertyDeclarationList(const TKovIntrinsicPropertyDeclarationList&) = delete;
+    TKovIntrinsicPropertyDeclarationList&
+    operator=(const TKovIntrinsicPropertyDeclarationList&) = delete;
 
+    std::string GetObjectTypeName() const { return "IPDeclarationList"; }
+
+    // The six ways of declaring: an existing declaration; a property class with name only; with
+    // configuration; with configuration and caption; with a caption only; and with an associated
+    // class for references.
     TKovIntrinsicPropertyDeclaration& Add(std::unique_ptr<TKovIntrinsicPropertyDeclaration> item);
+    TKovIntrinsicPropertyDeclaration& Add(const std::string& name, const TKovClass& propertyClass);
+    TKovIntrinsicPropertyDeclaration& Add(const std::string& name, const TKovClass& propertyClass,
+                                          TKovIntrinsicPropertyConfig config);
+    TKovIntrinsicPropertyDeclaration& Add(const std::string& name, const TKovClass& propertyClass,
+                                          TKovIntrinsicPropertyConfig config,
+                                          const std::string& caption);
+    TKovIntrinsicPropertyDeclaration& Add(const std::string& name, const TKovClass& propertyClass,
+                                          const std::string& caption);
+    TKovIntrinsicPropertyDeclaration& Add(const std::string& name, const TKovClass& propertyClass,
+                                          const TKovClass& associatedClass,
+                                          TKovIntrinsicPropertyConfig config = 0,
+                                          const std::string& caption = "",
+                                          bool allowSubclass = true);
     void Insert(int index, std::unique_ptr<TKovIntrinsicPropertyDeclaration> item);
     std::unique_ptr<TKovIntrinsicPropertyDeclaration> Extract(const std::string& name);
     bool Remove(const std::string& name);
+    bool Remove(const TKovIntrinsicPropertyDeclaration* declaration);
+    int IndexOf(const TKovIntrinsicPropertyDeclaration* declaration) const;
 
     // Declaring helpers for the kinds of the framework.
     TKovIntrinsicPropertyDeclaration& AddBoolean(const std::string& name,
@@ -208,7 +314,7 @@ public:
     TKovIntrinsicPropertyDeclaration& AddText(const std::string& name,
                                               TKovIntrinsicPropertyConfig config = 0,
                                               const std::string& caption = "");
-    // A property of a given text kind (large text, free text, name, ...).
+    // A property of a given kind with a plain declaration (large text, free text, colour, ...).
     template <typename P>
     TKovIntrinsicPropertyDeclaration& AddOfKind(const std::string& name,
                                                 TKovIntrinsicPropertyConfig config = 0,
@@ -249,11 +355,35 @@ public:
     TDerivedDeclaration<std::string, TKovIntrinsicPropertyDeclaration>&
     AddDerivedText(const std::string& name, TDerivedAccessors<std::string> accessors,
                    TKovIntrinsicPropertyConfig config = 0, const std::string& caption = "");
+    TDerivedDeclaration<int, TIPEnumerationDeclaration>&
+    AddDerivedEnumeration(const std::string& name, std::vector<std::string> strings,
+                          TDerivedAccessors<int> accessors, TKovIntrinsicPropertyConfig config = 0,
+                          const std::string& caption = "", std::vector<std::string> captions = {});
+    TDerivedDeclaration<TKovObject*, TKovIntrinsicPropertyDeclaration>&
+    AddDerivedObject(const std::string& name, const TKovClass& associatedClass,
+                     TDerivedAccessors<TKovObject*> accessors,
+                     TKovIntrinsicPropertyConfig config = 0, const std::string& caption = "");
+    // A derived declaration of any kind: `PDerived` is the derived property class, `PPlain` the
+    // plain one; the caller sets limits and the like on the answer.
+    template <typename PDerived, typename PPlain, typename V,
+              typename BaseDeclaration = TKovIntrinsicPropertyDeclaration>
+    TDerivedDeclaration<V, BaseDeclaration>&
+    AddDerived(const std::string& name, TDerivedAccessors<V> accessors,
+               TKovIntrinsicPropertyConfig config = 0, const std::string& caption = "");
 
     int Count() const { return static_cast<int>(FItems.size()); }
     TKovIntrinsicPropertyDeclaration& operator[](int index) const { return *FItems[index]; }
+    TKovIntrinsicPropertyDeclaration* First() const {
+        return FItems.empty() ? nullptr : FItems.front().get();
+    }
+    TKovIntrinsicPropertyDeclaration* Last() const {
+        return FItems.empty() ? nullptr : FItems.back().get();
+    }
     TKovIntrinsicPropertyDeclaration* GetDeclarationFor(const std::string& name) const;
     int GetIndexOfDeclarationFor(const std::string& name) const;
+    // The index, -1 for an unknown name; `declaration` is set or cleared.
+    int GetIndexAndDeclarationFor(const std::string& name,
+                                  TKovIntrinsicPropertyDeclaration*& declaration) const;
     bool HasDeclarationFor(const std::string& name) const {
         return GetIndexOfDeclarationFor(name) >= 0;
     }
@@ -264,16 +394,41 @@ public:
     void CheckUnique() const;
     const TKovClass* OwnerClass() const { return FOwnerClass; }
 
+    // Walks the declarations in order.
+    auto Enumerate() const {
+        struct TRange {
+            const TKovIntrinsicPropertyDeclarationList* List;
+            struct TIterator {
+                const TKovIntrinsicPropertyDeclarationList* List;
+                int Index;
+                TKovIntrinsicPropertyDeclaration& operator*() const { return (*List)[Index]; }
+                TIterator& operator++() {
+                    ++Index;
+                    return *this;
+                }
+                bool operator!=(const TIterator& other) const { return Index != other.Index; }
+            };
+            TIterator begin() const { return {List, 0}; }
+            TIterator end() const { return {List, List->Count()}; }
+        };
+        return TRange{this};
+    }
+
 private:
     void Reindex();
 
     const TKovClass* FOwnerClass;
     std::vector<std::unique_ptr<TKovIntrinsicPropertyDeclaration>> FItems;
-    std::unordered_map<std::string, int> FNameToIndex;
+    TRadixTree<int> FNameToIndexMappings; // clean name -> index; the first of equal names wins
 };
 
 // ---------------------------------------------------------------------------------------------
 // The property base
+
+class TAccessStrategyIP_Virtual;
+// How the user-facing layers read and write a property: a factory of the strategy object.
+using TAccessStrategyIPClass =
+    std::unique_ptr<TAccessStrategyIP_Virtual> (*)(TKovIntrinsicProperty& property);
 
 class TKovIntrinsicProperty : public TKovObject {
     TW_KOV_CLASS(TKovIntrinsicProperty, TKovObject)
@@ -308,8 +463,20 @@ public:
     bool Initialized() const { return FInitialized; }
     virtual bool IsDerived() const { return false; }
     virtual bool AlternativesArePossible() const { return false; }
-    // A derived property answers its plain form; a plain one itself.
-    virtual TKovIntrinsicProperty* GetStaticEquivalent() { return this; }
+    // A plain property answers itself. A derived one answers a plain property of its declaration's
+    // multi-select form holding the current value; it stays owned by the derived property and is
+    // refreshed by each call.
+    virtual TKovIntrinsicProperty* GetStaticEquivalent() const {
+        return const_cast<TKovIntrinsicProperty*>(this);
+    }
+
+    // Empty by default: then the default strategy serves.
+    TAccessStrategyIPClass AccessStrategyClass() const { return FAccessStrategyClass; }
+    void SetAccessStrategyClass(TAccessStrategyIPClass strategyClass) {
+        FAccessStrategyClass = strategyClass;
+    }
+    // A strategy of the property's class, or the default one.
+    std::unique_ptr<TAccessStrategyIP_Virtual> CreateAccessStrategy();
 
     bool AllowModification(std::string* reason = nullptr) const override;
     bool RevertEnabled() const override;
@@ -338,7 +505,8 @@ public:
 
     // Copies value and state without recording undo and without notifying.
     void AssignEssentialStateOnly_NoRevert(const TKovIntrinsicProperty& source);
-    // Copies the non-value state: read-only, published, caption, initialised state.
+    // Copies the non-value state: read-only, published, caption, access strategy and initialised
+    // state.
     void CopyConfigurationFrom(const TKovIntrinsicProperty& source);
 
     TKovObject* CreateBlankForRevert() const override;
@@ -361,7 +529,7 @@ protected:
     // for the undo caption; it is asked only when undo is recorded.
     template <typename Text, typename Store> void CommitChange(Text&& text, Store&& store) {
         if (WillRecordUndo()) {
-            TUndoSnapshot snapshot(*this, WriteCaption(text()));
+            TUndoSnapshot snapshot(*this, [&] { return WriteCaption(text()); });
             store();
             Changed();
         } else {
@@ -375,6 +543,7 @@ protected:
     // Step 7: tell the owner now, or queue the notification during an update.
     void Changed();
 
+    TAccessStrategyIPClass FAccessStrategyClass = nullptr;
     bool FReadOnly = false;
     bool FPublished = true;
     std::string FCaption;
@@ -391,7 +560,7 @@ protected:
 template <typename Text, typename Store>
 void TKovIntrinsicProperty::CommitDerivedChange(Text&& text, Store&& store) {
     if (FOwner && FOwner->WillRecordUndo()) {
-        TUndoSnapshot snapshot(*FOwner, WriteCaption(text()));
+        TUndoSnapshot snapshot(*FOwner, [&] { return WriteCaption(text()); });
         store();
         Changed();
     } else {
@@ -399,6 +568,44 @@ void TKovIntrinsicProperty::CommitDerivedChange(Text&& text, Store&& store) {
         Changed();
     }
 }
+
+// The properties of one object, in declaration order; owns them. A list linked to its
+// declaration list finds a property by name through the declarations' radix tree; an unlinked one
+// compares names.
+class TKovIntrinsicPropertyList {
+public:
+    using TGetIndexAndDeclarationByName =
+        std::function<int(const std::string& name, TKovIntrinsicPropertyDeclaration*&)>;
+
+    TKovIntrinsicPropertyList() = default;
+    TKovIntrinsicPropertyList(const TKovIntrinsicPropertyList&) = delete;
+    TKovIntrinsicPropertyList& operator=(const TKovIntrinsicPropertyList&) = delete;
+
+    void SetOnGetIndexAndDeclarationByName(TGetIndexAndDeclarationByName handler) {
+        FOnGetIndexAndDeclarationByName = std::move(handler);
+    }
+
+    int Count() const { return static_cast<int>(FItems.size()); }
+    TKovIntrinsicProperty* operator[](int index) const {
+        return index >= 0 && index < Count() ? FItems[index].get() : nullptr;
+    }
+    TKovIntrinsicProperty* First() const { return FItems.empty() ? nullptr : FItems[0].get(); }
+    TKovIntrinsicProperty* Last() const { return FItems.empty() ? nullptr : FItems.back().get(); }
+    void Add(std::unique_ptr<TKovIntrinsicProperty> property);
+    void Insert(int index, std::unique_ptr<TKovIntrinsicProperty> property);
+    std::unique_ptr<TKovIntrinsicProperty> Extract(const TKovIntrinsicProperty* property);
+    bool Remove(const TKovIntrinsicProperty* property);
+    bool RemoveByName(const std::string& name);
+    int IndexOf(const TKovIntrinsicProperty* property) const;
+    TKovIntrinsicProperty* GetByName(const std::string& name) const;
+    void SetPublishedIfExists(const std::string& name, bool published);
+
+private:
+    int IndexOfName(const std::string& name) const;
+
+    std::vector<std::unique_ptr<TKovIntrinsicProperty>> FItems;
+    TGetIndexAndDeclarationByName FOnGetIndexAndDeclarationByName;
+};
 
 // ---------------------------------------------------------------------------------------------
 // The plain kinds
@@ -512,6 +719,8 @@ public:
 protected:
     void SetDefault() override { FValue.clear(); }
     void AssignEssentialState(const TKovObject& source) override;
+    // The value as the undo caption shows it.
+    virtual std::string CaptionText(const std::string& value) const { return value; }
 
     std::string FValue;
 };
@@ -630,6 +839,10 @@ public:
 // backs up the owner, calls the setter and notifies; a derived property without setter is
 // read-only.
 
+// Makes or refreshes the plain twin of a derived property with its current value.
+TKovIntrinsicProperty* RefreshStaticEquivalent(const TKovIntrinsicProperty& derived,
+                                               std::unique_ptr<TKovIntrinsicProperty>& twin);
+
 #define TW_DERIVED_PROPERTY(Class, Base, ValueType, ParamType, Getter, Setter)                     \
     class Class : public Base {                                                                    \
         TW_KOV_CLASS(Class, Base)                                                                  \
@@ -639,6 +852,12 @@ public:
         void Setter(ParamType value) override;                                                     \
         bool IsDerived() const override { return true; }                                           \
         bool HasSetter() const;                                                                    \
+        TKovIntrinsicProperty* GetStaticEquivalent() const override {                              \
+            return RefreshStaticEquivalent(*this, FStatic);                                        \
+        }                                                                                          \
+                                                                                                   \
+    private:                                                                                       \
+        mutable std::unique_ptr<TKovIntrinsicProperty> FStatic;                                    \
     };
 
 TW_DERIVED_PROPERTY(TIPBoolean_DerivedExternal, TIPBoolean, bool, bool, Value, SetValue)
@@ -652,7 +871,19 @@ TW_DERIVED_PROPERTY(TIPEnumeration_DerivedExternal, TIPEnumeration, int, int, In
 TW_DERIVED_PROPERTY(TIPKovObject_DerivedExternal, TIPKovObject, TKovObject*, TKovObject*, Value,
                     SetValue)
 
-#undef TW_DERIVED_PROPERTY
+// The declarations of the derived kinds, by the names the rest of the system uses.
+using TIPBoolean_DerivedExternalDeclaration =
+    TDerivedDeclaration<bool, TKovIntrinsicPropertyDeclaration>;
+using TIPInteger_DerivedExternalDeclaration = TDerivedDeclaration<int32_t, TIPIntegerDeclaration>;
+using TIPDouble_DerivedExternalDeclaration = TDerivedDeclaration<double, TIPDoubleDeclaration>;
+using TIPDoubleWithUnit_DerivedExternalDeclaration =
+    TDerivedDeclaration<double, TIPDoubleWithUnitDeclaration>;
+using TIPText_DerivedExternalDeclaration =
+    TDerivedDeclaration<std::string, TKovIntrinsicPropertyDeclaration>;
+using TIPEnumeration_DerivedExternalDeclaration =
+    TDerivedDeclaration<int, TIPEnumerationDeclaration>;
+using TIPKovObject_DerivedExternalDeclaration =
+    TDerivedDeclaration<TKovObject*, TKovIntrinsicPropertyDeclaration>;
 
 // ---------------------------------------------------------------------------------------------
 
@@ -664,6 +895,20 @@ TKovIntrinsicPropertyDeclaration& TKovIntrinsicPropertyDeclarationList::AddOfKin
         [](TKovObservableObject* owner, const TKovIntrinsicPropertyDeclaration* declaration)
             -> TKovIntrinsicProperty* { return new P(owner, declaration); },
         config, caption));
+}
+
+template <typename PDerived, typename PPlain, typename V, typename BaseDeclaration>
+TDerivedDeclaration<V, BaseDeclaration>& TKovIntrinsicPropertyDeclarationList::AddDerived(
+    const std::string& name, TDerivedAccessors<V> accessors, TKovIntrinsicPropertyConfig config,
+    const std::string& caption) {
+    using D = TDerivedDeclaration<V, BaseDeclaration>;
+    auto declaration = std::make_unique<D>(
+        PPlain::StaticClass(), name, PDerived::StaticClass(),
+        [](TKovObservableObject* owner, const TKovIntrinsicPropertyDeclaration* d)
+            -> TKovIntrinsicProperty* { return new PDerived(owner, d); },
+        config, caption);
+    declaration->SetAccessors(std::move(accessors));
+    return static_cast<D&>(Add(std::move(declaration)));
 }
 
 template <typename E>

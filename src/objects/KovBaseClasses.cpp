@@ -1,6 +1,9 @@
 #include "objects/KovBaseClasses.h"
 
 #include "objects/IntrinsicProperty.h"
+#include "objects/IntrinsicPropertyKinds.h"
+#include "objects/IntrinsicPropertyRegistries.h"
+#include "objects/KovObjectLists.h"
 #include "objects/NameTools.h"
 #include "objects/ObjectManager.h"
 #include "services/Strings.h"
@@ -13,8 +16,26 @@ namespace tw {
 // ---------------------------------------------------------------------------------------------
 // TKovClass
 
-TKovClass::TKovClass(const char* name, const TKovClass* parent, TFactory factory, TDeclare declare)
-    : FName(name), FParent(parent), FFactory(factory), FDeclare(declare) {}
+TKovClass::TKovClass(const char* name, const TKovClass* parent, TFactory factory, TDeclare declare,
+                     TCreate create, TCreateProperty createProperty)
+    : FName(name), FParent(parent), FFactory(factory), FDeclare(declare), FCreate(create),
+      FCreateProperty(createProperty) {}
+
+TKovClass::~TKovClass() {
+    delete FDeclarations.load();
+}
+
+const std::string& TKovClass::TypeName() const {
+    std::call_once(FTypeNameOnce, [this] {
+        if (FFactory) {
+            std::unique_ptr<TKovObject> blank(FFactory());
+            FTypeName = blank->GetObjectTypeName();
+        } else {
+            FTypeName = TypeNameFromClassName(FName);
+        }
+    });
+    return FTypeName;
+}
 
 int TKovClass::InheritanceDistance(const TKovClass& ancestor) const {
     int distance = 0;
@@ -30,20 +51,52 @@ TKovObject* TKovClass::CreateBlank() const {
     return FFactory();
 }
 
+std::unique_ptr<TKovObject> TKovClass::Create(TKovObjectManager* manager) const {
+    if (!FCreate)
+        throw EKovObjectException(Format("Cannot create an instance of class %s", FName));
+    return std::unique_ptr<TKovObject>(FCreate(manager));
+}
+
+TKovIntrinsicProperty*
+TKovClass::CreateProperty(TKovObservableObject* owner,
+                          const TKovIntrinsicPropertyDeclaration* declaration) const {
+    if (!FCreateProperty)
+        throw EKovObjectException(Format("Class %s is no intrinsic property class", FName));
+    return FCreateProperty(owner, declaration);
+}
+
 TKovIntrinsicPropertyDeclarationList& TKovClass::Declarations() const {
-    std::call_once(FDeclarationsOnce, [this] {
-        auto list = std::make_unique<TKovIntrinsicPropertyDeclarationList>(this);
-        if (FParent) {
-            const auto& inherited = FParent->Declarations();
-            for (int i = 0; i < inherited.Count(); ++i)
-                list->Add(inherited[i].Clone());
-        }
-        if (FDeclare)
-            FDeclare(*list);
-        list->CheckUnique();
-        FDeclarations = std::move(list);
-    });
-    return *FDeclarations;
+    if (TKovIntrinsicPropertyDeclarationList* built = FDeclarations.load(std::memory_order_acquire))
+        return *built;
+    // The parent's list is built first, under its own lock; no lock is held across classes in
+    // the other direction, so two threads building related classes can't deadlock.
+    const TKovIntrinsicPropertyDeclarationList* inherited =
+        FParent ? &FParent->Declarations() : nullptr;
+    std::lock_guard lock(FDeclarationsMutex);
+    if (TKovIntrinsicPropertyDeclarationList* built = FDeclarations.load())
+        return *built;
+    auto list = std::make_unique<TKovIntrinsicPropertyDeclarationList>(this);
+    if (inherited)
+        for (int i = 0; i < inherited->Count(); ++i)
+            list->Add((*inherited)[i].Clone());
+    if (FDeclare)
+        FDeclare(*list);
+    if (TIntrPropDeclarationsModifier* modifier =
+            TIntrPropDeclarationModifiers::Instance().GetModifierFor(*this))
+        modifier->Modify(*list);
+    list->CheckUnique();
+    FDeclarations.store(list.release(), std::memory_order_release);
+    return *FDeclarations.load();
+}
+
+void TKovClass::RegisterDeclarations(
+    std::unique_ptr<TKovIntrinsicPropertyDeclarationList> list) const {
+    std::lock_guard lock(FDeclarationsMutex);
+    if (FDeclarations.load())
+        throw EIntrinsicPropertyDeclarationError(
+            Format("Intrinsic property declaration list for class %s already registered!", FName));
+    list->CheckUnique();
+    FDeclarations.store(list.release(), std::memory_order_release);
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -209,6 +262,13 @@ bool TKovObject::BeginUndoSnapshot(const std::string& caption) {
     return true;
 }
 
+bool TKovObject::BeginUndoSnapshotLazy(const std::function<std::string()>& caption) {
+    if (!WillRecordUndo())
+        return false;
+    const bool outermost = !FObjectManager->IsUndoRedoSnapshotOpened();
+    return BeginUndoSnapshot(outermost ? caption() : std::string());
+}
+
 void TKovObject::EndUndoSnapshot() {
     if (FObjectManager)
         FObjectManager->UndoEndSnapshot();
@@ -337,7 +397,7 @@ const TKovClass& TKovObservableObject::StaticClass() {
     static const TKovClass cls(
         "TKovObservableObject", &TKovObject::StaticClass(),
         []() -> TKovObject* { return new TKovObservableObject(TForRevert{}); },
-        &TKovObservableObject::DeclareProperties);
+        &TKovObservableObject::DeclareProperties, LiveFactoryOf<TKovObservableObject>());
     return cls;
 }
 
@@ -348,13 +408,18 @@ TKovObservableObject::TKovObservableObject(TKovObjectManager* manager,
                                            TUniqueIDRegister& uidRegister, const TUniqueID& id)
     : TKovObject(manager, uidRegister, id), FObservable(this) {}
 
-void TKovObservableObject::TPropertyDeleter::operator()(TKovIntrinsicProperty* property) const {
-    delete property;
+void TKovObservableObject::TPropertiesDeleter::operator()(TKovIntrinsicPropertyList* list) const {
+    delete list;
+}
+
+void TKovObservableObject::TFeaturesDeleter::operator()(TKovUserFeatureList* list) const {
+    delete list;
 }
 
 TKovObservableObject::~TKovObservableObject() {
     FObservable.NotifyObserversDestroy();
-    FProperties.clear();
+    FUserFeatures.reset();
+    FProperties.reset();
 }
 
 void TKovObservableObject::DeclareProperties(TKovIntrinsicPropertyDeclarationList& list) {
@@ -366,6 +431,8 @@ void TKovObservableObject::DeclareProperties(TKovIntrinsicPropertyDeclarationLis
                          nullptr},
                         ipkReadOnly | ipkNotPublished);
     list.AddOfKind<TIPLargeText>("Comments", ipkNotPublished, "Comments");
+    list.AddOfKind<TIPKovObservableUserFeaturesList>("UserFeatures", ipkReadOnly | ipkNotPublished);
+    // The metadata keeps its entry separator, a control character, so it is a free text.
     list.AddOfKind<TIPFreeText>("Metadata", ipkReadOnly | ipkNotPublished);
 }
 
@@ -388,42 +455,61 @@ TKovIntrinsicPropertyDeclarationList& TKovObservableObject::IntrinsicPropertyDec
 }
 
 void TKovObservableObject::BuildProperties() const {
-    if (FPropertiesBuilt)
+    if (FProperties)
         return;
-    FPropertiesBuilt = true;
     auto& declarations = IntrinsicPropertyDeclarations();
-    FProperties.reserve(declarations.Count());
+    std::unique_ptr<TKovIntrinsicPropertyList, TPropertiesDeleter> list(
+        new TKovIntrinsicPropertyList);
+    list->SetOnGetIndexAndDeclarationByName(
+        [&declarations](const std::string& name, TKovIntrinsicPropertyDeclaration*& declaration) {
+            return declarations.GetIndexAndDeclarationFor(name, declaration);
+        });
     auto* self = const_cast<TKovObservableObject*>(this);
     for (int i = 0; i < declarations.Count(); ++i)
-        FProperties.emplace_back(declarations[i].CreateInstanceOfProperty(self));
+        list->Add(
+            std::unique_ptr<TKovIntrinsicProperty>(declarations[i].CreateInstanceOfProperty(self)));
+    FProperties = std::move(list);
+}
+
+TKovIntrinsicPropertyList& TKovObservableObject::IntrinsicProperties() const {
+    BuildProperties();
+    return *FProperties;
 }
 
 int TKovObservableObject::IntrinsicPropertiesCount() const {
-    BuildProperties();
-    return static_cast<int>(FProperties.size());
+    return IntrinsicProperties().Count();
 }
 
 TKovIntrinsicProperty* TKovObservableObject::GetIntrinsicProperty(int index) const {
-    BuildProperties();
-    return index >= 0 && index < static_cast<int>(FProperties.size()) ? FProperties[index].get()
-                                                                      : nullptr;
+    return IntrinsicProperties()[index];
 }
 
 TKovIntrinsicProperty*
 TKovObservableObject::GetIntrinsicPropertyByName(const std::string& name) const {
-    BuildProperties();
-    return GetIntrinsicProperty(IntrinsicPropertyDeclarations().GetIndexOfDeclarationFor(name));
+    return IntrinsicProperties().GetByName(name);
 }
 
 void TKovObservableObject::GetIntrinsicProperties(std::vector<TKovIntrinsicProperty*>& list) const {
-    BuildProperties();
-    for (const auto& p : FProperties)
-        list.push_back(p.get());
+    auto& properties = IntrinsicProperties();
+    for (int i = 0; i < properties.Count(); ++i)
+        list.push_back(properties[i]);
+}
+
+TKovUserFeatureList& TKovObservableObject::UserFeatures() const {
+    if (!FUserFeatures) {
+        // The list is part of this object: its creation is no undo step of its own.
+        TRevertLock lock(ObjectManager());
+        FUserFeatures.reset(Make<TKovUserFeatureList>(ObjectManager()).release());
+    }
+    return *FUserFeatures;
+}
+
+bool TKovObservableObject::HasUserFeatures() const {
+    return FUserFeatures && FUserFeatures->Count() > 0;
 }
 
 void TKovObservableObject::SetPublishedIfExists(const std::string& name, bool published) {
-    if (TKovIntrinsicProperty* p = GetIntrinsicPropertyByName(name))
-        p->SetPublished(published);
+    IntrinsicProperties().SetPublishedIfExists(name, published);
 }
 
 void TKovObservableObject::IntrinsicPropertyChanged(TKovIntrinsicProperty& property) {
@@ -488,9 +574,9 @@ void TKovObservableObject::AssignEssentialState(const TKovObject& source) {
     if (!other)
         return;
     const bool sameClass = &other->ClassType() == &ClassType();
-    BuildProperties();
-    for (int i = 0; i < static_cast<int>(FProperties.size()); ++i) {
-        TKovIntrinsicProperty& target = *FProperties[i];
+    auto& properties = IntrinsicProperties();
+    for (int i = 0; i < properties.Count(); ++i) {
+        TKovIntrinsicProperty& target = *properties[i];
         if (target.IsDerived())
             continue;
         TKovIntrinsicProperty* from = sameClass ? other->GetIntrinsicProperty(i)
@@ -519,6 +605,8 @@ void TKovObservableObject::CopyIntrinsicPropertiesFrom(const TKovObservableObjec
         TKovIntrinsicProperty* target = GetIntrinsicPropertyByName(name);
         if (!from || !target)
             continue;
+        // A derived source takes part as the plain property with its current value.
+        from = from->GetStaticEquivalent();
         if ((options & cipoIgnoreStaged) && target->SupportsStages())
             continue;
         if (target->ReadOnly_Internal() && !(options & cipoIncludeReadonly))
@@ -544,6 +632,29 @@ void TKovObservableObject::CopyIntrinsicPropertiesFrom(const TKovObservableObjec
         for (TKovIntrinsicProperty* target : marked)
             if (TKovIntrinsicProperty* from = source.GetIntrinsicPropertyByName(target->Name()))
                 target->CopyConfigurationFrom(*from);
+}
+
+void TKovObservableObject::CopyIntrinsicPropertiesAndUserFeaturesFrom(
+    const TKovObservableObject& source, unsigned options) {
+    TUndoSnapshot snapshot(*this, "Copy IPs and UFs");
+    CopyIntrinsicPropertiesFrom(source, options);
+    if (!source.HasUserFeatures())
+        return;
+    TKovUserFeatureList& mine = UserFeatures();
+    const TKovUserFeatureList& theirs = source.UserFeatures();
+    for (int i = 0; i < theirs.Count(); ++i) {
+        auto* feature = dynamic_cast<TKovUserFeature*>(theirs.GetItem(i));
+        if (!feature)
+            continue;
+        if (TKovUserFeature* existing = mine.FindByClass(feature->ClassType())) {
+            existing->CopyIntrinsicPropertiesFrom(*feature, options);
+        } else if (!(options & cipoIgnoreNewUserFeatures)) {
+            std::unique_ptr<TKovObject> copy = feature->ClassType().Create(ObjectManager());
+            auto& added = static_cast<TKovUserFeature&>(*copy);
+            added.CopyIntrinsicPropertiesFrom(*feature, options);
+            mine.Add(copy.release());
+        }
+    }
 }
 
 bool TKovObservableObject::HasSameIntrinsicPropertyValues(
@@ -596,12 +707,22 @@ void TKovObservableObject::SaveRegisteredObjectsAndProperties(const std::string&
 }
 
 void TKovObservableObject::MarkAsFreed() {
+    if (FUserFeatures)
+        for (int i = 0; i < FUserFeatures->Count(); ++i)
+            if (TKovObject* feature = FUserFeatures->GetItemOrNull(i);
+                feature && !feature->IsFreed())
+                feature->MarkAsFreed();
     TKovObject::MarkAsFreed();
     NotifyObservers();
 }
 
 void TKovObservableObject::MarkAsNotFreed() {
     TKovObject::MarkAsNotFreed();
+    if (FUserFeatures)
+        for (int i = 0; i < FUserFeatures->Count(); ++i)
+            if (TKovObject* feature = FUserFeatures->GetItemOrNull(i);
+                feature && feature->IsFreed())
+                feature->MarkAsNotFreed();
     NotifyObservers();
 }
 

@@ -16,10 +16,12 @@
 #include "services/Format.h"
 #include "services/KovException.h"
 
+#include <atomic>
 #include <functional>
 #include <memory>
 #include <mutex>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 namespace tw {
@@ -29,6 +31,9 @@ class TKovObservableObject;
 class TKovObjectManager;
 class TKovIntrinsicProperty;
 class TKovIntrinsicPropertyDeclarationList;
+class TKovIntrinsicPropertyDeclaration;
+class TKovIntrinsicPropertyList;
+class TKovUserFeatureList;
 
 TW_DECLARE_EXCEPTION(EKovObjectException, EKovException)
 
@@ -36,19 +41,29 @@ TW_DECLARE_EXCEPTION(EKovObjectException, EKovException)
 // manager, no initialisation.
 struct TForRevert {};
 
-// The class of a model object: its name, its parent, a factory of blank instances for mementos
-// and, for observable classes, the declarations of its intrinsic properties, built once on first
-// use and kept for the life of the program.
+// The class of a model object: its name, its parent, a factory of blank instances for mementos,
+// factories of live instances (for loading and for class-valued properties) and, for observable
+// classes, the declarations of its intrinsic properties, built once on first use and kept for the
+// life of the program.
 class TKovClass {
 public:
     using TFactory = TKovObject* (*)();
     using TDeclare = void (*)(TKovIntrinsicPropertyDeclarationList&);
+    // Makes a live instance in both phases of construction; the caller owns it.
+    using TCreate = TKovObject* (*)(TKovObjectManager*);
+    // Makes a property for an owner and its declaration.
+    using TCreateProperty = TKovIntrinsicProperty* (*)(TKovObservableObject*,
+                                                       const TKovIntrinsicPropertyDeclaration*);
 
-    TKovClass(const char* name, const TKovClass* parent, TFactory factory, TDeclare declare);
+    TKovClass(const char* name, const TKovClass* parent, TFactory factory, TDeclare declare,
+              TCreate create = nullptr, TCreateProperty createProperty = nullptr);
     TKovClass(const TKovClass&) = delete;
     TKovClass& operator=(const TKovClass&) = delete;
+    ~TKovClass();
 
     const std::string& Name() const { return FName; }
+    // The type name that files and commands use: GetObjectTypeName of an instance.
+    const std::string& TypeName() const;
     const TKovClass* Parent() const { return FParent; }
     bool InheritsFrom(const TKovClass& ancestor) const {
         return InheritanceDistance(ancestor) >= 0;
@@ -58,17 +73,39 @@ public:
     bool IsAbstract() const { return FFactory == nullptr; }
     // A blank instance for a memento; raises for an abstract class.
     TKovObject* CreateBlank() const;
-    // The declarations of the class: the parent's, then its own. Built once, thread-safe.
+    // A live instance with a manager; raises for a class without such a constructor.
+    std::unique_ptr<TKovObject> Create(TKovObjectManager* manager) const;
+    bool CanCreate() const { return FCreate != nullptr; }
+    // A property of this class; raises for a class that is no property kind.
+    TKovIntrinsicProperty*
+    CreateProperty(TKovObservableObject* owner,
+                   const TKovIntrinsicPropertyDeclaration* declaration) const;
+    bool IsPropertyClass() const { return FCreateProperty != nullptr; }
+
+    // The declarations of the class: the parent's, then its own, then the changes of the most
+    // fitting modifier. Built once, thread-safe.
     TKovIntrinsicPropertyDeclarationList& Declarations() const;
+    // Gives a class its declaration list from outside (a class declared at run time); raises when
+    // the class has one already.
+    void RegisterDeclarations(std::unique_ptr<TKovIntrinsicPropertyDeclarationList> list) const;
+    bool HasDeclarations() const { return FDeclarations.load() != nullptr; }
 
 private:
     std::string FName;
     const TKovClass* FParent;
     TFactory FFactory;
     TDeclare FDeclare;
-    mutable std::once_flag FDeclarationsOnce;
-    mutable std::unique_ptr<TKovIntrinsicPropertyDeclarationList> FDeclarations;
+    TCreate FCreate;
+    TCreateProperty FCreateProperty;
+    mutable std::once_flag FTypeNameOnce;
+    mutable std::string FTypeName;
+    mutable std::mutex FDeclarationsMutex;
+    mutable std::atomic<TKovIntrinsicPropertyDeclarationList*> FDeclarations{nullptr};
 };
+
+// The live and property factories of a class, where it has the constructor for them.
+template <typename C> constexpr TKovClass::TCreate LiveFactoryOf();
+template <typename C> constexpr TKovClass::TCreateProperty PropertyFactoryOf();
 
 // In the body of each model class: its class object, and the blank constructor for mementos.
 #define TW_KOV_CLASS(Class, Parent)                                                                \
@@ -87,7 +124,8 @@ private:
     const ::tw::TKovClass& Class::StaticClass() {                                                  \
         static const ::tw::TKovClass cls(                                                          \
             #Class, &Parent::StaticClass(),                                                        \
-            []() -> ::tw::TKovObject* { return new Class(::tw::TForRevert{}); }, Declare);         \
+            []() -> ::tw::TKovObject* { return new Class(::tw::TForRevert{}); }, Declare,          \
+            ::tw::LiveFactoryOf<Class>(), ::tw::PropertyFactoryOf<Class>());                       \
         return cls;                                                                                \
     }
 
@@ -151,6 +189,9 @@ public:
     template <typename... Args> bool BeginUndoSnapshot(const char* format, const Args&... args) {
         return WillRecordUndo() && BeginUndoSnapshot(Format(format, args...));
     }
+    // As BeginUndoSnapshot, with the caption made only when it is used: inner captions are
+    // dropped, so a write inside an open snapshot doesn't pay for formatting its text.
+    bool BeginUndoSnapshotLazy(const std::function<std::string()>& caption);
     void EndUndoSnapshot();
     void EndUndoSnapshotWithRollback();
     // True when a snapshot opened now would record something.
@@ -189,6 +230,10 @@ public:
     virtual void MarkResurrecting();
     virtual void EndResurrecting();
     void SetLocked(bool locked) { FLocked = locked; }
+    // The serial of the last snapshot that holds this object as new; lets the open snapshot tell
+    // "backed up already" by looking at the object alone, without touching a large table.
+    uint64_t BackupSnapshotSerial() const { return FBackupSnapshotSerial; }
+    void SetBackupSnapshotSerial(uint64_t serial) { FBackupSnapshotSerial = serial; }
 
 protected:
     // The internal copy of essential state, called by Assign between the two hooks.
@@ -220,6 +265,7 @@ private:
         TDestroyCallback Callback;
     };
     std::unique_ptr<std::vector<TCallback>> FDestroyCallbacks; // made on first use
+    uint64_t FBackupSnapshotSerial = 0;
     int FNextCallbackHandle = 1;
     bool FIsFreed = false;
     bool FIsBeingPermanentlyDestroyed = false;
@@ -235,12 +281,34 @@ template <typename T, typename... Args> std::unique_ptr<T> Make(Args&&... args) 
     return object;
 }
 
+template <typename C> constexpr TKovClass::TCreate LiveFactoryOf() {
+    if constexpr (std::is_constructible_v<C, TKovObjectManager*>)
+        return [](TKovObjectManager* manager) -> TKovObject* { return Make<C>(manager).release(); };
+    else
+        return nullptr;
+}
+
+template <typename C> constexpr TKovClass::TCreateProperty PropertyFactoryOf() {
+    if constexpr (std::is_constructible_v<C, TKovObservableObject*,
+                                          const TKovIntrinsicPropertyDeclaration*>)
+        return [](TKovObservableObject* owner,
+                  const TKovIntrinsicPropertyDeclaration* declaration) -> TKovIntrinsicProperty* {
+            return new C(owner, declaration);
+        };
+    else
+        return nullptr;
+}
+
 // Opens an undo snapshot on an object for the life of a scope, and closes it at the end: with a
 // rollback when the scope is left by an exception, so a failed action leaves no partial step.
 class TUndoSnapshot {
 public:
     TUndoSnapshot(TKovObject& object, const std::string& caption)
         : FObject(object), FOpened(object.BeginUndoSnapshot(caption)),
+          FExceptions(std::uncaught_exceptions()) {}
+    // The caption is made only when the snapshot is the outermost one.
+    TUndoSnapshot(TKovObject& object, const std::function<std::string()>& caption)
+        : FObject(object), FOpened(object.BeginUndoSnapshotLazy(caption)),
           FExceptions(std::uncaught_exceptions()) {}
     TUndoSnapshot(const TUndoSnapshot&) = delete;
     TUndoSnapshot& operator=(const TUndoSnapshot&) = delete;
@@ -279,6 +347,8 @@ public:
     // As above, raising when there is none; typed.
     template <typename P> P& Property(const std::string& name) const;
     void GetIntrinsicProperties(std::vector<TKovIntrinsicProperty*>& list) const;
+    // The owned list of the properties, in declaration order.
+    TKovIntrinsicPropertyList& IntrinsicProperties() const;
     // Sets a property published or hidden, when the object has it.
     void SetPublishedIfExists(const std::string& name, bool published);
 
@@ -305,12 +375,20 @@ public:
         cipoIgnoreStaged = 16,
     };
     void CopyIntrinsicPropertiesFrom(const TKovObservableObject& source, unsigned options = 0);
+    // As above, and the user features: each feature of the source is copied into the target's
+    // feature of the same class, or into a new one (unless cipoIgnoreNewUserFeatures).
+    void CopyIntrinsicPropertiesAndUserFeaturesFrom(const TKovObservableObject& source,
+                                                    unsigned options = 0);
     bool HasSameIntrinsicPropertyValues(
         const TKovObservableObject& other, bool includeName = false,
         const std::function<bool(const TKovIntrinsicProperty&)>& exclude = nullptr) const;
     void MakeAllPropertiesWritable(bool keepDeclaredReadOnly);
     // Writes every object of the manager's registry and its properties to a text file.
     void SaveRegisteredObjectsAndProperties(const std::string& fileName) const;
+
+    // The features attached to this object; the list is made on first use and owned here.
+    TKovUserFeatureList& UserFeatures() const;
+    bool HasUserFeatures() const;
 
     void MarkAsFreed() override;
     void MarkAsNotFreed() override;
@@ -330,12 +408,15 @@ private:
 
     TObservable FObservable;
     bool FIsPermanentlyReadOnly = false;
-    // A deleter defined where the property type is complete, so this header needn't include it.
-    struct TPropertyDeleter {
-        void operator()(TKovIntrinsicProperty* property) const;
+    // Deleters defined where the types are complete, so this header needn't include them.
+    struct TPropertiesDeleter {
+        void operator()(TKovIntrinsicPropertyList* list) const;
     };
-    mutable std::vector<std::unique_ptr<TKovIntrinsicProperty, TPropertyDeleter>> FProperties;
-    mutable bool FPropertiesBuilt = false;
+    struct TFeaturesDeleter {
+        void operator()(TKovUserFeatureList* list) const;
+    };
+    mutable std::unique_ptr<TKovIntrinsicPropertyList, TPropertiesDeleter> FProperties;
+    mutable std::unique_ptr<TKovUserFeatureList, TFeaturesDeleter> FUserFeatures;
 };
 
 } // namespace tw

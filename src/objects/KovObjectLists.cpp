@@ -4,6 +4,7 @@
 #include "services/Strings.h"
 
 #include <algorithm>
+#include <unordered_set>
 
 namespace tw {
 
@@ -21,8 +22,11 @@ TKovObjectList::~TKovObjectList() {
     if (FOwnsObjects && !FCreatedForRevert) {
         auto items = std::move(FItems);
         FItems.clear();
+        // An object that stands in the list twice is still deleted once.
+        std::unordered_set<TKovObject*> deleted;
         for (auto it = items.rbegin(); it != items.rend(); ++it)
-            delete *it;
+            if (*it && deleted.insert(*it).second)
+                delete *it;
     }
 }
 
@@ -165,17 +169,17 @@ void TKovObjectList::SortByName() {
 }
 
 void TKovObjectList::RemoveDuplicates() {
-    std::vector<TKovObject*> seen;
-    for (int i = 0; i < Count(); ++i) {
-        if (std::find(seen.begin(), seen.end(), FItems[i]) != seen.end()) {
-            TUndoSnapshot snapshot(*this, Format("Delete %d", i));
-            FItems.erase(FItems.begin() + i); // the same object stays in the list: not freed
-            --i;
-            ListChanged();
-        } else {
-            seen.push_back(FItems[i]);
-        }
-    }
+    std::vector<TKovObject*> unique;
+    for (TKovObject* item : FItems)
+        if (std::find(unique.begin(), unique.end(), item) == unique.end())
+            unique.push_back(item);
+    if (unique.size() == FItems.size())
+        return;
+    // One step for the whole clean-up. The removed slots held objects that stay in the list, so
+    // nothing is freed.
+    TUndoSnapshot snapshot(*this, "Remove duplicates");
+    FItems = std::move(unique);
+    ListChanged();
 }
 
 void TKovObjectList::Pack() {
@@ -260,6 +264,8 @@ void TKovObservableObjectList::Unwatch(TKovObject* item) {
 }
 
 void TKovObservableObjectList::ItemNotify(TKovObject* item, TListAction action) {
+    if (action != TListAction::Added && action != TListAction::Removed)
+        throw EKovListException(Format("Unexpected list action: %d", static_cast<int>(action)));
     if (item) {
         if (action == TListAction::Added)
             Watch(item);
@@ -298,6 +304,173 @@ void TKovObservableObjectList::DetachObserverFromAllContents(TObserver* observer
 void TKovObservableObjectList::MarkAsNotFreed() {
     TKovObjectList::MarkAsNotFreed();
     NotifyObservers();
+}
+
+// ---------------------------------------------------------------------------------------------
+// TKovReferenceList
+
+TW_KOV_CLASS_IMPL(TKovReferenceList, TKovObservableObjectList, nullptr)
+
+TKovReferenceList::TKovReferenceList(TKovObjectManager* manager)
+    : TKovObservableObjectList(manager, false) {}
+
+TKovReferenceList::~TKovReferenceList() {
+    Unsubscribe();
+    for (auto& [item, handle] : FDestroyHandles)
+        item->RemovePermanentDestroyCallback(handle);
+}
+
+std::vector<TUniqueID> TKovReferenceList::ItemIDs() const {
+    std::vector<TUniqueID> ids;
+    ids.reserve(FItems.size());
+    for (const TKovObject* item : FItems)
+        ids.push_back(GetGUIDOrEmptyGUID(item));
+    return ids;
+}
+
+void TKovReferenceList::WatchDestruction(TKovObject* item) {
+    const int handle = item->AddPermanentDestroyCallback([this](TKovObject* destroyed) {
+        // A target destroyed for good leaves the list; that is no change a user made, so it is
+        // no undo step.
+        FItems.erase(std::remove(FItems.begin(), FItems.end(), destroyed), FItems.end());
+        FDestroyHandles.erase(std::remove_if(FDestroyHandles.begin(), FDestroyHandles.end(),
+                                             [destroyed](const std::pair<TKovObject*, int>& h) {
+                                                 return h.first == destroyed;
+                                             }),
+                              FDestroyHandles.end());
+        if (!IsBeingDestroyed())
+            NotifyObservers();
+    });
+    FDestroyHandles.emplace_back(item, handle);
+}
+
+void TKovReferenceList::UnwatchDestruction(TKovObject* item) {
+    auto it =
+        std::find_if(FDestroyHandles.begin(), FDestroyHandles.end(),
+                     [item](const std::pair<TKovObject*, int>& h) { return h.first == item; });
+    if (it == FDestroyHandles.end())
+        return;
+    item->RemovePermanentDestroyCallback(it->second);
+    FDestroyHandles.erase(it);
+}
+
+void TKovReferenceList::ItemNotify(TKovObject* item, TListAction action) {
+    TKovObservableObjectList::ItemNotify(item, action);
+    if (!item || FCreatedForRevert)
+        return;
+    if (action == TListAction::Added)
+        WatchDestruction(item);
+    else
+        UnwatchDestruction(item);
+}
+
+void TKovReferenceList::AssignEssentialState(const TKovObject& source) {
+    const auto* list = dynamic_cast<const TKovReferenceList*>(&source);
+    if (!list) {
+        TKovObservableObjectList::AssignEssentialState(source);
+        return;
+    }
+    std::vector<TUniqueID> ids = list->FCreatedForRevert ? list->FMementoIDs : list->ItemIDs();
+    FPersistedGuidList = list->FPersistedGuidList;
+    if (FCreatedForRevert) {
+        FMementoIDs = std::move(ids);
+        return;
+    }
+    // Resolve the GUIDs again: what was destroyed in the meantime is gone from the register.
+    for (TKovObject* item : FItems)
+        if (item) {
+            Unwatch(item);
+            UnwatchDestruction(item);
+        }
+    FItems.clear();
+    for (const TUniqueID& id : ids)
+        if (TKovObject* item = UIDRegister().Get(id))
+            FItems.push_back(item);
+    for (TKovObject* item : FItems) {
+        Watch(item);
+        WatchDestruction(item);
+    }
+    if (FPersistedGuidList.empty())
+        Unsubscribe();
+    else
+        Subscribe();
+}
+
+void TKovReferenceList::SetPersistedGuids(const std::vector<TUniqueID>& ids) {
+    FPersistedGuidList = ids;
+    ResolvePersistedGuids();
+}
+
+bool TKovReferenceList::ResolvePersistedGuids() {
+    if (FPersistedGuidList.empty())
+        return true;
+    std::vector<TKovObject*> resolved;
+    bool all = true;
+    for (const TUniqueID& id : FPersistedGuidList) {
+        TKovObject* target = UIDRegister().Get(id);
+        if (target)
+            resolved.push_back(target);
+        else
+            all = false;
+    }
+    if (resolved != FItems) {
+        // Reading a file is no user action: the stored order is filled in without undo.
+        for (TKovObject* item : FItems)
+            if (item) {
+                Unwatch(item);
+                UnwatchDestruction(item);
+            }
+        FItems = std::move(resolved);
+        for (TKovObject* item : FItems) {
+            Watch(item);
+            WatchDestruction(item);
+        }
+        NotifyObservers();
+    }
+    if (all) {
+        FPersistedGuidList.clear();
+        Unsubscribe();
+    } else {
+        Subscribe();
+    }
+    return all;
+}
+
+void TKovReferenceList::Subscribe() {
+    if (FRegistryHandle || !ObjectManager() || FCreatedForRevert)
+        return;
+    TKovObjectRegistry::TObserver observer;
+    observer.OnRegister = [this](TKovObject* object) {
+        if (std::find(FPersistedGuidList.begin(), FPersistedGuidList.end(), object->UniqueID()) !=
+            FPersistedGuidList.end())
+            ResolvePersistedGuids();
+    };
+    FRegistryHandle = ObjectManager()->ObjectRegistry().SubscribeToNotifications(observer);
+}
+
+void TKovReferenceList::Unsubscribe() {
+    if (FRegistryHandle && ObjectManager())
+        ObjectManager()->ObjectRegistry().UnsubscribeFromNotifications(FRegistryHandle);
+    FRegistryHandle = 0;
+}
+
+// ---------------------------------------------------------------------------------------------
+// TKovReferenceableObservableObject, user features
+
+TW_KOV_CLASS_IMPL(TKovReferenceableObservableObject, TKovObservableObject, nullptr)
+
+std::string TKovReferenceableObservableObject::GetObjectNameText() const {
+    return FOwner ? Format("%s.%s", FOwner->Name(), FReferencingName) : Name();
+}
+
+TW_KOV_CLASS_IMPL(TKovUserFeature, TKovObservableObject, nullptr)
+TW_KOV_CLASS_IMPL(TKovUserFeatureList, TKovObservableObjectList, nullptr)
+
+TKovUserFeature* TKovUserFeatureList::FindByClass(const TKovClass& cls) const {
+    for (TKovObject* item : FItems)
+        if (item && &item->ClassType() == &cls)
+            return static_cast<TKovUserFeature*>(item);
+    return nullptr;
 }
 
 // ---------------------------------------------------------------------------------------------

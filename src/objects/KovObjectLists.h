@@ -27,6 +27,8 @@ public:
     TKovObject* GetItem(int index) const;
     // nullptr for an index outside the list.
     TKovObject* GetItemOrNull(int index) const;
+    // The item at `index` as a T (nullptr for an item of another class or an empty slot).
+    template <typename T> T* GetItemAs(int index) const { return dynamic_cast<T*>(GetItem(index)); }
     TKovObject* First() const { return GetItem(0); }
     TKovObject* Last() const { return GetItem(Count() - 1); }
     int IndexOf(const TKovObject* item) const;
@@ -53,6 +55,9 @@ public:
     void RemoveDuplicates();
     // Removes empty slots.
     virtual void Pack();
+    // Calls the item-notify operation as the list does on a change; for a notification of an
+    // action the list doesn't know, it raises.
+    void NotifyItem(TKovObject* item, int action) { ItemNotify(item, TListAction(action)); }
     void MigrateWithContentsToOtherManager(TKovObjectManager* manager, bool renameIfNeeded);
 
 protected:
@@ -98,15 +103,50 @@ protected:
     void ItemNotify(TKovObject* item, TListAction action) override;
     void ListChanged() override { NotifyObservers(); }
     void AssignEssentialState(const TKovObject& source) override;
-
-private:
+    // Attaches the list's item observer and the content observers to an item, and detaches them.
     void Watch(TKovObject* item);
     void Unwatch(TKovObject* item);
 
+private:
     TObservable FObservable;
     TObserver FItemObserver;
     std::vector<TObserver*> FContentObservers;
     bool FNotifyOnItemChange = false;
+};
+
+// A list of references to objects owned elsewhere. Removing an item never deletes it, and an item
+// destroyed for good leaves the list by itself. A list read from a file holds the stored GUIDs
+// until their targets are registered: each target then takes its place in the order of the file.
+// The list's mementos keep GUIDs, so undo never brings back a pointer to a destroyed object.
+class TKovReferenceList : public TKovObservableObjectList {
+    TW_KOV_CLASS(TKovReferenceList, TKovObservableObjectList)
+public:
+    explicit TKovReferenceList(TKovObjectManager* manager);
+    ~TKovReferenceList() override;
+
+    // The GUIDs as read from a file, in order. Those already registered resolve at once; the
+    // others when their targets register with the manager (or on ResolvePersistedGuids).
+    void SetPersistedGuids(const std::vector<TUniqueID>& ids);
+    const std::vector<TUniqueID>& PersistedGuids() const { return FPersistedGuidList; }
+    bool HasUnresolvedGuids() const { return !FPersistedGuidList.empty(); }
+    // Resolves what the register knows now; answers whether nothing is left unresolved.
+    bool ResolvePersistedGuids();
+    std::vector<TUniqueID> ItemIDs() const;
+
+protected:
+    void ItemNotify(TKovObject* item, TListAction action) override;
+    void AssignEssentialState(const TKovObject& source) override;
+
+private:
+    void WatchDestruction(TKovObject* item);
+    void UnwatchDestruction(TKovObject* item);
+    void Subscribe();
+    void Unsubscribe();
+
+    std::vector<TUniqueID> FPersistedGuidList; // the whole stored order, while any is pending
+    std::vector<TUniqueID> FMementoIDs;        // a memento's contents
+    std::vector<std::pair<TKovObject*, int>> FDestroyHandles;
+    int FRegistryHandle = 0;
 };
 
 // An observable object with a parent, held as a GUID like any reference.
@@ -124,6 +164,46 @@ protected:
 
 private:
     TUniqueID FParentID;
+};
+
+} // namespace tw
+
+namespace tw {
+
+// An observable object that another object holds under a name of its own ("Owner.Name").
+class TKovReferenceableObservableObject : public TKovObservableObject {
+    TW_KOV_CLASS(TKovReferenceableObservableObject, TKovObservableObject)
+public:
+    using TKovObservableObject::TKovObservableObject;
+    TKovObservableObject* Owner() const { return FOwner; }
+    void SetOwner(TKovObservableObject* owner, const std::string& referencingName) {
+        FOwner = owner;
+        FReferencingName = referencingName;
+    }
+    const std::string& ReferencingName() const { return FReferencingName; }
+    // "%s.%s" of the owner's name and the referencing name; the own name without an owner.
+    std::string GetObjectNameText() const;
+
+private:
+    TKovObservableObject* FOwner = nullptr;
+    std::string FReferencingName;
+};
+
+// A feature a user attaches to a model object; its values are its intrinsic properties.
+class TKovUserFeature : public TKovObservableObject {
+    TW_KOV_CLASS(TKovUserFeature, TKovObservableObject)
+public:
+    using TKovObservableObject::TKovObservableObject;
+};
+
+// The features of one object; owns them.
+class TKovUserFeatureList : public TKovObservableObjectList {
+    TW_KOV_CLASS(TKovUserFeatureList, TKovObservableObjectList)
+public:
+    explicit TKovUserFeatureList(TKovObjectManager* manager)
+        : TKovObservableObjectList(manager, true) {}
+    // The first feature of exactly that class, or nullptr.
+    TKovUserFeature* FindByClass(const TKovClass& cls) const;
 };
 
 } // namespace tw

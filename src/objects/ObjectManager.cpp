@@ -91,9 +91,7 @@ bool TKovObjectRegistry::RegisterObject(TKovObject* object) {
             FLastKnownUnusedRootIndices.emplace(root, 2);
         }
     }
-    for (const auto& [handle, observer] : FObservers)
-        if (observer.OnRegister)
-            observer.OnRegister(object);
+    Notify(object, true);
     return true;
 }
 
@@ -117,9 +115,24 @@ void TKovObjectRegistry::UnregisterObject(TKovObject* object) {
             it->second = index;
     }
     FObjectNames.DeleteObjectByName(clean);
-    for (const auto& [handle, observer] : FObservers)
-        if (observer.OnUnregister)
-            observer.OnUnregister(object);
+    Notify(object, false);
+}
+
+void TKovObjectRegistry::Notify(TKovObject* object, bool registered) {
+    // A subscriber may subscribe or unsubscribe from inside its event: walk the handles as they
+    // are now, and skip those that left meanwhile.
+    std::vector<int> handles;
+    handles.reserve(FObservers.size());
+    for (const auto& entry : FObservers)
+        handles.push_back(entry.first);
+    for (int handle : handles) {
+        auto it = FObservers.find(handle);
+        if (it == FObservers.end())
+            continue;
+        auto event = registered ? it->second.OnRegister : it->second.OnUnregister;
+        if (event)
+            event(object);
+    }
 }
 
 int TKovObjectRegistry::SubscribeToNotifications(TObserver observer) {

@@ -58,6 +58,8 @@ public:
     }
 
 private:
+    void Notify(TKovObject* object, bool registered);
+
     TObjectNamesContainer FObjectNames;
     std::unordered_map<std::string, int> FLastKnownUnusedRootIndices;
     std::map<int, TObserver> FObservers;

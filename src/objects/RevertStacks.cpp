@@ -4,9 +4,25 @@
 #include "objects/ObjectManager.h"
 
 #include <algorithm>
+#include <atomic>
 #include <iostream>
 
 namespace tw {
+
+namespace {
+std::function<void(const std::string&)>& TraceSink() {
+    static std::function<void(const std::string&)> sink;
+    return sink;
+}
+void RevertTrace(const std::string& text) {
+    if (TraceSink())
+        TraceSink()(text);
+}
+} // namespace
+
+void SetRevertTrace(std::function<void(const std::string&)> trace) {
+    TraceSink() = std::move(trace);
+}
 
 // ---------------------------------------------------------------------------------------------
 // Entry
@@ -15,7 +31,10 @@ TKovRevertObjectMap_Memento::TKovRevertObjectMap_Memento(TKovObject* newObject,
                                                          TKovObject* oldObject)
     : FNewObject(newObject), FOldObject(oldObject) {
     Watch(FNewObject, FNewHandle);
-    Watch(FOldObject, FOldHandle);
+    // A memento belongs to this entry alone and can't be destroyed behind its back: watching it
+    // would cost a callback record per memento for nothing. A deleted object is watched.
+    if (FOldObject && !FOldObject->CreatedForRevert())
+        Watch(FOldObject, FOldHandle);
 }
 
 TKovRevertObjectMap_Memento::~TKovRevertObjectMap_Memento() {
@@ -26,7 +45,7 @@ TKovRevertObjectMap_Memento::~TKovRevertObjectMap_Memento() {
 
 void TKovRevertObjectMap_Memento::Watch(TKovObject* object, int& handle) {
     handle = object ? object->AddPermanentDestroyCallback(
-                          [this](TKovObject* destroyed) { ObjectDestroyed(destroyed); })
+                          [this](TKovObject* destroyed) { OnObjectDestroyed(destroyed); })
                     : 0;
 }
 
@@ -36,20 +55,28 @@ void TKovRevertObjectMap_Memento::Unwatch(TKovObject* object, int& handle) {
     handle = 0;
 }
 
-void TKovRevertObjectMap_Memento::ObjectDestroyed(TKovObject* object) {
+void TKovRevertObjectMap_Memento::OnObjectDestroyed(TKovObject* object) {
+    if (!object || (object != FOldObject && object != FNewObject))
+        throw ERevertStackException("Expected destroy event only from own old or new object!");
     if (object == FOldObject) {
+        if (FOnFreedOldObject)
+            FOnFreedOldObject(object);
         FOldObject = nullptr;
         FOldHandle = 0;
+        return;
+    }
+    if (FOnFreedNewObject)
+        FOnFreedNewObject(object);
+    FNewObject = nullptr;
+    FNewHandle = 0;
+    if (FOldObject && FOldObject->CreatedForRevert()) {
+        // A memento of an object that is gone restores nothing any more.
+        TKovObject* memento = FOldObject;
         if (FOnFreedOldObject)
-            FOnFreedOldObject();
-    } else if (object == FNewObject) {
-        FNewObject = nullptr;
-        FNewHandle = 0;
-        if (FOnFreedNewObject)
-            FOnFreedNewObject();
-    } else {
-        // Only our own subscriptions call here; anything else is a fault of the framework.
-        std::cerr << "Expected destroy event only from own old or new object!" << std::endl;
+            FOnFreedOldObject(memento);
+        Unwatch(FOldObject, FOldHandle);
+        FOldObject = nullptr;
+        delete memento;
     }
 }
 
@@ -106,11 +133,52 @@ void TKovRevertObjectMap_Memento::Invert() {
 // ---------------------------------------------------------------------------------------------
 // Snapshot
 
+TKovRevertObjectMapList_Memento::TKovRevertObjectMapList_Memento(std::string name)
+    : FName(std::move(name)) {
+    static std::atomic<uint64_t> serials{0};
+    FSerial = ++serials;
+}
+
+bool TKovRevertObjectMapList_Memento::HoldsAsNew(const TKovObject& object) const {
+    return object.BackupSnapshotSerial() == FSerial;
+}
+
+void TKovRevertObjectMapList_Memento::Raise(TCache& cache, const TKovObject* object) {
+    if (object && !object->UniqueID().IsEmpty())
+        ++cache[object->UniqueID()];
+}
+
+void TKovRevertObjectMapList_Memento::Lower(TCache& cache, const TKovObject* object) {
+    if (!object || object->UniqueID().IsEmpty())
+        return;
+    auto it = cache.find(object->UniqueID());
+    if (it != cache.end() && --it->second <= 0)
+        cache.erase(it);
+}
+
+void TKovRevertObjectMapList_Memento::EntryNotify(const TKovRevertObjectMap_Memento& entry,
+                                                  int action) {
+    switch (action) {
+    case eaAdded:
+        Raise(FCacheNewObject, entry.NewObject());
+        Raise(FCacheOldObject, entry.OldObject());
+        break;
+    case eaRemoved:
+        Lower(FCacheNewObject, entry.NewObject());
+        Lower(FCacheOldObject, entry.OldObject());
+        break;
+    default:
+        throw ERevertStackException(Format("Unexpected aciont: %d", action));
+    }
+}
+
 void TKovRevertObjectMapList_Memento::Add(std::unique_ptr<TKovRevertObjectMap_Memento> entry) {
-    if (entry->NewObject() && !entry->NewObject()->UniqueID().IsEmpty())
-        ++FCacheNewObject[entry->NewObject()->UniqueID()];
-    if (entry->OldObject() && !entry->OldObject()->UniqueID().IsEmpty())
-        ++FCacheOldObject[entry->OldObject()->UniqueID()];
+    EntryNotify(*entry, eaAdded);
+    if (entry->NewObject())
+        entry->NewObject()->SetBackupSnapshotSerial(FSerial);
+    // An object of the entry destroyed for good leaves the counts with it.
+    entry->SetOnFreedNewObject([this](TKovObject* freed) { Lower(FCacheNewObject, freed); });
+    entry->SetOnFreedOldObject([this](TKovObject* freed) { Lower(FCacheOldObject, freed); });
     FEntries.push_back(std::move(entry));
 }
 
@@ -120,11 +188,15 @@ void TKovRevertObjectMapList_Memento::Clear(TRevertStackCleanMode mode) {
         while (!FEntries.empty()) {
             auto entry = std::move(FEntries.back());
             FEntries.pop_back();
+            EntryNotify(*entry, eaRemoved);
+            entry.reset();
         }
         break;
     case rscmForwards:
-        for (auto& entry : FEntries)
+        for (auto& entry : FEntries) {
+            EntryNotify(*entry, eaRemoved);
             entry.reset();
+        }
         FEntries.clear();
         break;
     default:
@@ -136,6 +208,13 @@ void TKovRevertObjectMapList_Memento::Clear(TRevertStackCleanMode mode) {
 
 void TKovRevertObjectMapList_Memento::Reverse() {
     std::reverse(FEntries.begin(), FEntries.end());
+}
+
+void TKovRevertObjectMapList_Memento::RebuildCaches() {
+    FCacheNewObject.clear();
+    FCacheOldObject.clear();
+    for (const auto& entry : FEntries)
+        EntryNotify(*entry, eaAdded);
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -261,6 +340,11 @@ void TKovRevertStacksManager::EndSnapshotWithRollback(bool onlyIfEmpty) {
 bool TKovRevertStacksManager::Add(TKovObject* newObject, TKovObject* oldObject,
                                   const std::string& caption) {
     auto& stack = *FUndoStack;
+    if (stack.IsRevertLocked()) {
+        if (newObject && oldObject)
+            delete oldObject; // a memento nobody will use
+        return false;
+    }
     if (stack.SnapshotLevel() == 0) {
         BeginSnapshot(caption);
         bool added = Add(newObject, oldObject, caption);
@@ -286,10 +370,9 @@ bool TKovRevertStacksManager::AlreadyContainsObject(const TKovObject* newObject,
         return snapshot.OldCacheHas(oldObject->UniqueID()) &&
                snapshot.NewCacheHas(oldObject->UniqueID());
     if (newObject && !oldObject)
-        return snapshot.NewCacheHas(newObject->UniqueID()) &&
-               !snapshot.OldCacheHas(newObject->UniqueID());
+        return snapshot.HoldsAsNew(*newObject) && !snapshot.OldCacheHas(newObject->UniqueID());
     if (newObject && oldObject)
-        return snapshot.NewCacheHas(newObject->UniqueID()) ||
+        return snapshot.HoldsAsNew(*newObject) ||
                (newObject == oldObject && snapshot.OldCacheHas(oldObject->UniqueID()));
     return false;
 }
@@ -297,7 +380,7 @@ bool TKovRevertStacksManager::AlreadyContainsObject(const TKovObject* newObject,
 bool TKovRevertStacksManager::UndoSnapshotAlreadyContainsBackupOf(const TKovObject* object) const {
     if (!object || FUndoStack->SnapshotLevel() == 0 || FUndoStack->Count() == 0)
         return false;
-    return FUndoStack->Snapshot(0).NewCacheHas(object->UniqueID());
+    return FUndoStack->Snapshot(0).HoldsAsNew(*object);
 }
 
 void TKovRevertStacksManager::Revert(TKovRevertStack_Memento& from, TKovRevertStack_Memento* to) {
@@ -321,6 +404,7 @@ void TKovRevertStacksManager::Revert(TKovRevertStack_Memento& from, TKovRevertSt
     auto snapshot = from.ExtractNewest();
     for (int i = snapshot->Count() - 1; i >= 0; --i)
         (*snapshot)[i].Invert();
+    snapshot->RebuildCaches();
     if (to) {
         snapshot->Reverse();
         to->PushNewest(std::move(snapshot));
@@ -376,6 +460,7 @@ void TKovRevertStacksManager::ClearRevertStacks() {
     FRedoStack->Clear(rscmBackwards);
     FUndoStack->Clear(rscmForwards);
     UnlockRevert();
+    RevertTrace("+++ Revert stacks cleared!");
     if (FOnRevertStackChange)
         FOnRevertStackChange();
 }
@@ -392,25 +477,34 @@ void TKovRevertStacksManager::ClearRedoStack() {
 
 // ---------------------------------------------------------------------------------------------
 
+TRevertStackLevels TRevertStackLevels::Of(const TKovObjectManager* manager) {
+    TRevertStackLevels levels;
+    levels.FObjectManager = manager;
+    levels.FUndoStackLevel = manager ? manager->UndoCount() : 0;
+    levels.FRedoStackLevel = manager ? manager->RedoCount() : 0;
+    return levels;
+}
+
 void TProjectRevertStackDiagnosis::PushCurrentStackState(const TKovObjectManager* manager) {
-    FManager = manager;
-    FUndoStackLevel = manager ? manager->UndoCount() : 0;
-    FRedoStackLevel = manager ? manager->RedoCount() : 0;
+    FLevels = TRevertStackLevels::Of(manager);
+    FPushed = true;
 }
 
 bool TProjectRevertStackDiagnosis::PopAndVerifyCurrentStackState(const std::string& context) {
-    const TKovObjectManager* manager = FManager;
-    FManager = nullptr;
-    if (!manager)
+    if (!FPushed)
         return true;
-    const bool match =
-        manager->UndoCount() == FUndoStackLevel && manager->RedoCount() == FRedoStackLevel;
-    if (!match)
-        std::cerr << Format("Revert stacks changed during %s: undo %d -> %d, redo %d -> %d",
-                            context, FUndoStackLevel, manager->UndoCount(), FRedoStackLevel,
-                            manager->RedoCount())
-                  << std::endl;
-    return match;
+    FPushed = false;
+    const TRevertStackLevels now = TRevertStackLevels::Of(FLevels.FObjectManager);
+    if (FLevels.Match(now))
+        return true;
+    const std::string message = Format(
+        "Revert stacks changed during %s: undo %d -> %d, redo %d -> %d", context,
+        FLevels.FUndoStackLevel, now.FUndoStackLevel, FLevels.FRedoStackLevel, now.FRedoStackLevel);
+    if (FOnMismatch)
+        FOnMismatch(message);
+    else
+        std::cerr << message << std::endl;
+    return false;
 }
 
 } // namespace tw

@@ -20,48 +20,67 @@ class TKovObject;
 
 TW_DECLARE_EXCEPTION(ERevertStackException, EKovException)
 
+// The abstract entry of a snapshot: something that can swap the live state with the stored one.
+// The handlers are told when an object of the entry is destroyed for good, before the entry lets
+// go of it.
+class TKovRevertObjectMap_Virtual {
+public:
+    using TOnFreed = std::function<void(TKovObject* freed)>;
+    virtual ~TKovRevertObjectMap_Virtual() = default;
+    virtual void Invert() = 0;
+    void SetOnFreedOldObject(TOnFreed handler) { FOnFreedOldObject = std::move(handler); }
+    void SetOnFreedNewObject(TOnFreed handler) { FOnFreedNewObject = std::move(handler); }
+
+protected:
+    TOnFreed FOnFreedOldObject;
+    TOnFreed FOnFreedNewObject;
+};
+
 // One entry of a snapshot. With both objects set, FOldObject is the memento of FNewObject; with
 // only FNewObject, the object was created; with only FOldObject, it was deleted and the entry
 // keeps it. The entry owns FOldObject.
-class TKovRevertObjectMap_Memento {
+//
+// When FNewObject is destroyed for good (its owner went), a memento has nothing left to restore:
+// the entry frees it and becomes empty, and inverting an empty entry does nothing.
+class TKovRevertObjectMap_Memento : public TKovRevertObjectMap_Virtual {
 public:
     TKovRevertObjectMap_Memento(TKovObject* newObject, TKovObject* oldObject);
-    ~TKovRevertObjectMap_Memento();
+    ~TKovRevertObjectMap_Memento() override;
     TKovRevertObjectMap_Memento(const TKovRevertObjectMap_Memento&) = delete;
     TKovRevertObjectMap_Memento& operator=(const TKovRevertObjectMap_Memento&) = delete;
 
     // Swaps the live state and the stored one (three cases, see the class comment).
-    void Invert();
+    void Invert() override;
     TKovObject* NewObject() const { return FNewObject; }
     TKovObject* OldObject() const { return FOldObject; }
-    void SetOnFreedOldObject(std::function<void()> handler) {
-        FOnFreedOldObject = std::move(handler);
-    }
-    void SetOnFreedNewObject(std::function<void()> handler) {
-        FOnFreedNewObject = std::move(handler);
-    }
+    bool IsEmpty() const { return !FNewObject && !FOldObject; }
+
+    // The destroy event of an object of this entry; raises for any other object.
+    void OnObjectDestroyed(TKovObject* object);
 
 private:
     void Watch(TKovObject* object, int& handle);
     void Unwatch(TKovObject* object, int& handle);
-    void ObjectDestroyed(TKovObject* object);
 
     TKovObject* FNewObject;
     TKovObject* FOldObject;
     int FNewHandle = 0;
     int FOldHandle = 0;
-    std::function<void()> FOnFreedOldObject;
-    std::function<void()> FOnFreedNewObject;
 };
 
 enum TRevertStackCleanMode { rscmBackwards, rscmForwards };
 
-// One snapshot: a named group of entries, one user action. Counts per GUID of the objects that
-// stand as new and as old in its entries answer "is it backed up already" in constant time.
+// One snapshot: a named group of entries, one user action; owns them. Counts per GUID of the
+// objects that stand as new and as old in its entries answer "is it backed up already" in
+// constant time; they follow every entry added, removed or emptied.
 class TKovRevertObjectMapList_Memento {
 public:
-    explicit TKovRevertObjectMapList_Memento(std::string name) : FName(std::move(name)) {}
+    enum TEntryAction { eaAdded, eaRemoved };
+
+    explicit TKovRevertObjectMapList_Memento(std::string name);
     ~TKovRevertObjectMapList_Memento() { Clear(rscmBackwards); }
+    TKovRevertObjectMapList_Memento(const TKovRevertObjectMapList_Memento&) = delete;
+    TKovRevertObjectMapList_Memento& operator=(const TKovRevertObjectMapList_Memento&) = delete;
 
     const std::string& Name() const { return FName; }
     int Count() const { return static_cast<int>(FEntries.size()); }
@@ -70,15 +89,32 @@ public:
     // Deletes the entries one at a time: from the last (backwards) or from the first (forwards).
     void Clear(TRevertStackCleanMode mode);
     void Reverse();
+    // After an inversion the objects have changed their roles: count again.
+    void RebuildCaches();
+    // Raises the counts of an added entry, lowers those of a removed one; any other action
+    // raises.
+    void EntryNotify(const TKovRevertObjectMap_Memento& entry, int action);
 
     bool NewCacheHas(const TUniqueID& id) const { return FCacheNewObject.count(id) != 0; }
+    // As NewCacheHas for the object's GUID, answered from the object's stamp. Exact for the open
+    // snapshot, the only one asked: its serial is never reused, and an object leaves its entries
+    // only by being destroyed or by the snapshot being reverted.
+    bool HoldsAsNew(const TKovObject& object) const;
+    uint64_t Serial() const { return FSerial; }
     bool OldCacheHas(const TUniqueID& id) const { return FCacheOldObject.count(id) != 0; }
+    // The number of distinct objects counted as new; for tests and diagnostics.
+    size_t NewCacheSize() const { return FCacheNewObject.size(); }
 
 private:
+    using TCache = std::unordered_map<TUniqueID, int, TUniqueIDHash>;
+    static void Raise(TCache& cache, const TKovObject* object);
+    static void Lower(TCache& cache, const TKovObject* object);
+
     std::string FName;
+    uint64_t FSerial;
     std::vector<std::unique_ptr<TKovRevertObjectMap_Memento>> FEntries;
-    std::unordered_map<TUniqueID, int, TUniqueIDHash> FCacheNewObject;
-    std::unordered_map<TUniqueID, int, TUniqueIDHash> FCacheOldObject;
+    TCache FCacheNewObject;
+    TCache FCacheOldObject;
 };
 
 class TKovRevertStack_Memento {
@@ -163,20 +199,41 @@ private:
     std::function<void()> FOnRevertStackChange;
 };
 
-// Records the counts of both stacks before an operation that must leave them as they were, and
-// reports a difference afterwards. Holds one level.
-class TProjectRevertStackDiagnosis {
-public:
-    void PushCurrentStackState(const class TKovObjectManager* manager);
-    // Answers whether the counts still match; a mismatch also goes to standard error with
-    // `context`.
-    bool PopAndVerifyCurrentStackState(const std::string& context);
-    void PopWithoutVerification() { FManager = nullptr; }
-
-private:
-    const class TKovObjectManager* FManager = nullptr;
+// The counts of both stacks of a manager at one moment.
+struct TRevertStackLevels {
+    const class TKovObjectManager* FObjectManager = nullptr;
     int FUndoStackLevel = 0;
     int FRedoStackLevel = 0;
+    static TRevertStackLevels Of(const class TKovObjectManager* manager);
+    bool Match(const TRevertStackLevels& other) const {
+        return FObjectManager == other.FObjectManager && FUndoStackLevel == other.FUndoStackLevel &&
+               FRedoStackLevel == other.FRedoStackLevel;
+    }
 };
+
+// A self-check for operations that must leave the stacks as they were (a read, a validation, a
+// calculation): records the counts before and complains if they differ afterwards. Holds one
+// level and changes nothing.
+class TProjectRevertStackDiagnosis {
+public:
+    using TReport = std::function<void(const std::string& message)>;
+
+    // Where mismatches go; standard error when not set.
+    void SetOnMismatch(TReport report) { FOnMismatch = std::move(report); }
+    void PushCurrentStackState(const class TKovObjectManager* manager);
+    // Answers whether the counts still match, and reports a mismatch with `context`. Without a
+    // pushed state it answers true.
+    bool PopAndVerifyCurrentStackState(const std::string& context);
+    void PopWithoutVerification() { FPushed = false; }
+    bool HasPushedState() const { return FPushed; }
+
+private:
+    TRevertStackLevels FLevels;
+    bool FPushed = false;
+    TReport FOnMismatch;
+};
+
+// Where the stacks leave their traces ("+++ Revert stacks cleared!"). Discarded unless set.
+void SetRevertTrace(std::function<void(const std::string&)> trace);
 
 } // namespace tw

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <chrono>
 #include <thread>
 
 using namespace tw;
@@ -116,4 +117,26 @@ TEST(Registry, GlobalStatesOnePerClass) {
     EXPECT_EQ(manager.GetGlobalState(TTestThing::StaticClass()), a.get());
     EXPECT_EQ(manager.ExtractGlobalState(TTestThing::StaticClass()), a.get());
     EXPECT_EQ(manager.GetGlobalState(TTestThing::StaticClass()), nullptr);
+}
+
+TEST(Registry, HighPerformanceModeRecordsNothingAndKeepsOtherThreadsOut) {
+    TKovObjectManager manager;
+    auto thing = Make<TTestThing>(&manager);
+    manager.ClearRevertStacks();
+    manager.BeginHighPerformanceMode();
+    thing->Number().SetValue(3);
+    EXPECT_EQ(manager.UndoCount(), 0);
+    std::atomic<bool> entered{false};
+    std::thread other([&] {
+        manager.BeginHighPerformanceMode();
+        entered = true;
+        manager.EndHighPerformanceMode();
+    });
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    EXPECT_FALSE(entered); // the bracket is held here
+    manager.EndHighPerformanceMode();
+    other.join();
+    EXPECT_TRUE(entered);
+    thing->Number().SetValue(4);
+    EXPECT_EQ(manager.UndoCount(), 1);
 }

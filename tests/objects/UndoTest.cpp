@@ -186,3 +186,171 @@ TEST(Undo, WithoutManagerNothingIsRecordedAndNothingElseChanges) {
     thing.release()->FreeWithUndo(); // destroyed at once
     EXPECT_EQ(TTestThing::Destroyed, destroyed + 1);
 }
+
+namespace {
+// A test-like class: stored stresses, a derived cell pressure that writes them and the first
+// phase of its own phase list, as the lab's tests do.
+class TMiniTest : public TKovObservableObject {
+    TW_KOV_CLASS(TMiniTest, TKovObservableObject)
+public:
+    explicit TMiniTest(TKovObjectManager* manager)
+        : TKovObservableObject(manager), FPhases(Make<TKovObservableObjectList>(manager, true)) {}
+    static void DeclareProperties(TKovIntrinsicPropertyDeclarationList& list) {
+        list.AddDouble("SigxxTotInit");
+        list.AddDerivedDouble("CellPressure",
+                              {[](const TKovIntrinsicProperty& p) {
+                                   return -static_cast<TMiniTest*>(p.Owner())
+                                               ->Property<TIPDouble>("SigxxTotInit")
+                                               .Value();
+                               },
+                               [](TKovIntrinsicProperty& p, const double& v) {
+                                   auto& test = *static_cast<TMiniTest*>(p.Owner());
+                                   test.Property<TIPDouble>("SigxxTotInit").SetValue(-v);
+                                   if (test.Phases().Count() > 0)
+                                       test.Phases().GetItemAs<TTestThing>(0)->Number().SetValue(v);
+                               }});
+    }
+    TKovObservableObjectList& Phases() const { return *FPhases; }
+
+private:
+    std::unique_ptr<TKovObservableObjectList> FPhases;
+};
+TW_KOV_CLASS_IMPL(TMiniTest, TKovObservableObject, &TMiniTest::DeclareProperties)
+} // namespace
+
+TEST(UndoOfTests, AMainTestWriteIsOneStepAndALoadedTestRecordsNothing) {
+    TKovObjectManager manager;
+    std::unique_ptr<TMiniTest> main;
+    {
+        TRevertLock lock(&manager);
+        main = Make<TMiniTest>(&manager);
+        main->SetName("Main");
+        main->Phases().Add(Make<TTestThing>(&manager).release());
+    }
+    main->Property<TIPDouble>("CellPressure").SetValue(250000);
+    ASSERT_EQ(manager.UndoCount(), 1);
+    EXPECT_EQ(manager.GetUndoName(0), "Set Main.CellPressure to \"250000\"");
+    auto& phase = *main->Phases().GetItemAs<TTestThing>(0);
+    EXPECT_EQ(phase.Number().Value(), 250000);
+    manager.Undo();
+    EXPECT_EQ(main->Property<TIPDouble>("SigxxTotInit").Value(), 0);
+    EXPECT_EQ(phase.Number().Value(), 0);
+    manager.Redo();
+    EXPECT_EQ(main->Property<TIPDouble>("CellPressure").Value(), 250000);
+
+    // A loaded test has no manager: it changes, but records nothing anywhere.
+    auto loaded = Make<TMiniTest>(nullptr);
+    loaded->Phases().Add(Make<TTestThing>(nullptr).release());
+    loaded->Property<TIPDouble>("CellPressure").SetValue(1e5);
+    loaded->Phases().Delete(0);
+    EXPECT_EQ(loaded->Property<TIPDouble>("SigxxTotInit").Value(), -1e5);
+    EXPECT_EQ(manager.UndoCount(), 1);
+    EXPECT_EQ(manager.RedoCount(), 0);
+    EXPECT_FALSE(loaded->Property<TIPDouble>("SigxxTotInit").RevertEnabled());
+}
+
+TEST_F(UndoFixture, CreatedAndDeletedInOneStepIsDestroyedOnceWhenTheStepGoes) {
+    auto list = tw::Make<TKovObjectList>(nullptr, false); // a plain holder, no manager
+    const int destroyed = TTestThing::Destroyed;
+    Manager.UndoBeginSnapshot("Make and drop");
+    TTestThing* temporary = tw::Make<TTestThing>(&Manager).release();
+    temporary->Number().SetValue(3); // no memento: the creation entry covers it
+    EXPECT_TRUE(Manager.UndoSnapshotAlreadyContainsBackupOf(temporary));
+    temporary->FreeWithUndo();
+    Manager.UndoEndSnapshot();
+    EXPECT_EQ(Manager.UndoCount(), 1);
+    EXPECT_TRUE(temporary->IsFreed());
+    Manager.Undo(); // back before its creation: still out of the model
+    EXPECT_TRUE(temporary->IsFreed());
+    Manager.Redo();
+    EXPECT_TRUE(temporary->IsFreed());
+    EXPECT_EQ(TTestThing::Destroyed, destroyed);
+    Manager.ClearRevertStacks();
+    EXPECT_EQ(TTestThing::Destroyed, destroyed + 1);
+}
+
+TEST_F(UndoFixture, AStepWhoseObjectIsGoneUndoesTheRestSafely) {
+    auto keeper = Make();
+    auto gone = Make();
+    {
+        TUndoSnapshot snapshot(*keeper, "Both");
+        keeper->Number().SetValue(1);
+        gone->Number().SetValue(2);
+    }
+    gone.reset(); // its owner destroys it for good; the step keeps no memento of it
+    Manager.Undo();
+    EXPECT_EQ(keeper->Number().Value(), 0);
+    Manager.Redo();
+    EXPECT_EQ(keeper->Number().Value(), 1);
+
+    // A rolled-back creation inside an owning list destroys the new object.
+    auto list = tw::Make<TKovObservableObjectList>(&Manager, true);
+    Manager.ClearRevertStacks();
+    const int destroyed = TTestThing::Destroyed;
+    try {
+        TUndoSnapshot snapshot(*list, "Add one");
+        list->Add(tw::Make<TTestThing>(&Manager).release());
+        throw std::runtime_error("refused");
+    } catch (const std::runtime_error&) {
+    }
+    EXPECT_EQ(list->Count(), 0);
+    EXPECT_EQ(TTestThing::Destroyed, destroyed + 1);
+    EXPECT_EQ(Manager.UndoCount(), 0);
+    EXPECT_EQ(Manager.RedoCount(), 0);
+}
+
+TEST_F(UndoFixture, DiagnosisTracesAndTheMessagesOfMisuse) {
+    auto thing = Make();
+    TProjectRevertStackDiagnosis diagnosis;
+    std::string report;
+    diagnosis.SetOnMismatch([&](const std::string& message) { report = message; });
+    EXPECT_TRUE(diagnosis.PopAndVerifyCurrentStackState("nothing pushed"));
+    diagnosis.PushCurrentStackState(&Manager);
+    thing->Number().SetValue(1);
+    EXPECT_FALSE(diagnosis.PopAndVerifyCurrentStackState("a read"));
+    EXPECT_EQ(report, "Revert stacks changed during a read: undo 0 -> 1, redo 0 -> 0");
+    diagnosis.PushCurrentStackState(&Manager);
+    EXPECT_TRUE(diagnosis.PopAndVerifyCurrentStackState("nothing"));
+
+    std::vector<std::string> traces;
+    SetRevertTrace([&](const std::string& text) { traces.push_back(text); });
+    Manager.ClearRevertStacks();
+    SetRevertTrace(nullptr);
+    EXPECT_EQ(traces, (std::vector<std::string>{"+++ Revert stacks cleared!"}));
+
+    Manager.SetMaxRevertStack(-3);
+    EXPECT_EQ(Manager.MaxRevertStack(), 0);
+    thing->Number().SetValue(2); // a stack of no steps keeps nothing
+    EXPECT_EQ(Manager.UndoCount(), 0);
+    EXPECT_EQ(thing->Number().Value(), 2);
+
+    TKovRevertObjectMapList_Memento snapshot("x");
+    try {
+        snapshot.Clear(static_cast<TRevertStackCleanMode>(5));
+        FAIL();
+    } catch (const ERevertStackException& e) {
+        EXPECT_STREQ(e.what(), "Unexpected clean mode: 5");
+    }
+    TKovRevertObjectMap_Memento entry(thing.get(), nullptr);
+    try {
+        snapshot.EntryNotify(entry, 9);
+        FAIL();
+    } catch (const ERevertStackException& e) {
+        EXPECT_STREQ(e.what(), "Unexpected aciont: 9");
+    }
+    auto stranger = Make();
+    try {
+        entry.OnObjectDestroyed(stranger.get());
+        FAIL();
+    } catch (const ERevertStackException& e) {
+        EXPECT_STREQ(e.what(), "Expected destroy event only from own old or new object!");
+    }
+    Manager.LockRevert();
+    Manager.UnlockRevert();
+    try {
+        Manager.UnlockRevert();
+        FAIL();
+    } catch (const ERevertStackException& e) {
+        EXPECT_STREQ(e.what(), "Did not expect to get revert lock < 0!");
+    }
+}
