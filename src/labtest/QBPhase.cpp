@@ -206,8 +206,15 @@ TQBPhase& TQBPhaseList::AddWithSettings(TKovObject* parent, int steps, double du
 
 void TQBPhaseList::CopyFrom(const TQBPhaseList& source) {
     Clear();
-    for (int i = 0; i < source.Count(); ++i)
-        Add(source[i].Clone().release());
+    for (int i = 0; i < source.Count(); ++i) {
+        // A clone made in this list's manager: the source may live in another one (a test cloned
+        // for comparison has none), and a phase must not be registered where its list isn't.
+        const TQBPhase& original = source[i];
+        auto phase = Make<TQBPhase>(ObjectManager());
+        phase->CopyParentFrom(original);
+        phase->CopyIntrinsicPropertiesFrom(original, TKovObservableObject::cipoIncludeReadonly);
+        Add(phase.release());
+    }
 }
 
 void TQBPhaseList::DeletePhase(int index) {

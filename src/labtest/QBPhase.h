@@ -81,7 +81,7 @@ public:
                               const TQBLoadDirectionDoubleArray& strainIncrements,
                               const TQBLoadDirectionDoubleArray& stressIncrements,
                               const TQBBoundaryConditions& boundaryConditions);
-    // Clears, then adds a clone of each phase of `source`.
+    // Clears, then adds a clone of each phase of `source`, made in this list's manager.
     void CopyFrom(const TQBPhaseList& source);
     // Tells the handler, then deletes the phase.
     void DeletePhase(int index);
