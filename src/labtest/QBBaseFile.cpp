@@ -205,7 +205,7 @@ void TQBBaseFile::DiscardWrite() {
     if (!FTemporaryName.empty())
         std::filesystem::remove(FTemporaryName, ignored);
     FTemporaryName.clear();
-    if (!KeepsPreviousFileOnFailure())
+    if (!FKeepsPreviousFileOnFailure)
         std::filesystem::remove(FFileName, ignored);
 }
 

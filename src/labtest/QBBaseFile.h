@@ -130,8 +130,9 @@ public:
     static bool HasValidKeywords(const std::string& fileName);
 
 protected:
-    // Whether the file that stood under the name before survives a failed write.
-    virtual bool KeepsPreviousFileOnFailure() const { return true; }
+    // Whether the file that stood under the name before survives a failed write; the kinds set
+    // it in their constructors (a flag, not a virtual: the destructor closes the file too).
+    void SetKeepsPreviousFileOnFailure(bool keeps) { FKeepsPreviousFileOnFailure = keeps; }
     // Runs one write operation of the file; an exception leaves the file marked as failed, so
     // that closing it puts nothing in place, and passes on.
     template <typename F> void Guarded(F&& write) {
@@ -177,6 +178,7 @@ private:
     std::FILE* FOut = nullptr;
     std::string FBuffer;
     bool FWriteFailed = false;
+    bool FKeepsPreviousFileOnFailure = true;
     int FExceptionsAtOpen = 0;
     // Reading: the whole file, without byte order mark, and the offset of the next line.
     std::string FText;
