@@ -7,7 +7,6 @@
 
 #include <atomic>
 #include <cerrno>
-#include <charconv>
 #include <cstring>
 #include <exception>
 #include <filesystem>
@@ -160,6 +159,7 @@ void TQBBaseFile::OpenAppend() {
 void TQBBaseFile::Close() {
     const TQBFileMode mode = FMode;
     FMode = fmClosed;
+    FPos = 0;
     FText.clear();
     FText.shrink_to_fit();
     FReadOffset = 0;
@@ -444,6 +444,8 @@ bool TQBBaseFile::SetPosBySection(const std::string& name, int offset, bool must
 }
 
 void TQBBaseFile::SetPos(int line) {
+    if (FMode == fmClosed)
+        EnsureReading();
     if (line < FPos)
         throw EQBFileException(Format(
             "SetPos: Can not move file position backwards!\n  Pos = %d\n  Value = %d", FPos, line));
@@ -452,7 +454,6 @@ void TQBBaseFile::SetPos(int line) {
             WriteBlankLine();
         return;
     }
-    EnsureReading();
     while (FPos < line) {
         if (FReadOffset >= FText.size())
             throw EQBFileException(

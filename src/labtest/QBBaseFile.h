@@ -59,7 +59,8 @@ public:
     bool DisplayErrorBox() const { return FDisplayErrorBox; }
     void SetDisplayErrorBox(bool display) { FDisplayErrorBox = display; }
     TQBFileMode Mode() const { return FMode; }
-    // The number of the current line, counted from 0: the lines read or written so far.
+    // The number of the current line, counted from 0: the lines read or written since the file
+    // was opened.
     int Pos() const { return FPos; }
     // From the header, once read.
     const std::string& MaterialName() const { return FMaterialName; }
@@ -111,7 +112,8 @@ public:
     // end of file before finding desired sectionname." when `mustExist`, else answers false.
     bool SetPosBySection(const std::string& name, int offset, bool mustExist);
     // Moves forward to line `line`: a file being written gets empty lines, a file being read
-    // skips lines. Raises when asked to move backwards or when a read runs out of lines.
+    // (or a closed one, which is opened for reading) skips lines. Raises when asked to move
+    // backwards or when a read runs out of lines.
     void SetPos(int line);
 
     // The material sections. The base writes [header] and hands the open file to the registered

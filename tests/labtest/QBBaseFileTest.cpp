@@ -154,6 +154,9 @@ TEST_F(FileFixture, PositionsMoveOnlyForward) {
     file.SetPosBySection("[none]", 0, false);
     EXPECT_EQ(ReadBytes(Dir / "pos.txt"), "\xEF\xBB\xBF"
                                           "first\n\n\nfourth\n");
+    file.Close(); // a closed file starts from the top again
+    file.SetPos(1);
+    EXPECT_EQ(file.ReadNextLine(), "");
     TQBBaseFile reader(nullptr, Path("pos.txt"));
     reader.SetPos(0);
     reader.SetPos(3);
