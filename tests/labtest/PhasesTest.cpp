@@ -288,15 +288,6 @@ TEST(Phase, IncrementPropertiesByKindAndDirection) {
               "Increment type is not implemented with direction: 2");
     EXPECT_EQ(MessageOf([&] { phase->GetIncrementIP(4); }),
               "Increment type is not implemented without direction: 4");
-
-    phase->SetTemperatureVisibility(true);
-    EXPECT_TRUE(phase->GetIncrementIP(3).IsPublished());
-    EXPECT_FALSE(phase->GetIncrementIP(3).ReadOnly());
-    phase->SetTemperatureVisibility(false);
-    EXPECT_FALSE(phase->GetIncrementIP(3).IsPublished());
-    EXPECT_TRUE(phase->GetIncrementIP(3).ReadOnly());
-    phase->SetDuration(-5.0); // a duration is never negative
-    EXPECT_EQ(phase->Duration(), 0.0);
 }
 
 TEST(Increments, StoredFormRoundTripsAndRefusesWhatIsNotSixValues) {
