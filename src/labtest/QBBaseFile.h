@@ -152,12 +152,13 @@ protected:
         return StorageSystemOfUnits().GetUnit(quantity);
     }
     TSystemOfUnits& WritableStorageSystemOfUnits();
+    // Appends one line (without its end) to the file being written, as it stands: the caller
+    // keeps the line format.
+    void WriteRawLine(std::string_view line);
 
 private:
     void EnsureWriting();
     void EnsureReading();
-    // Appends one line (without its end) to the file being written.
-    void WriteRawLine(std::string_view line);
     void WriteLabelled(std::string& line, const std::string& label);
     void FlushBuffer();
     // Reports a failed write by message or exception, after dropping what was written.

@@ -1,5 +1,7 @@
 #include "labtest/QBExtendedFile.h"
 
+#include "labtest/QBRFile.h"
+
 #include "services/Format.h"
 #include "services/Strings.h"
 
@@ -15,31 +17,6 @@ constexpr double PercentToFraction = 0.01;
 constexpr double FractionToPercent = 100.0;
 // Before version 6 the test type ordinal 4 stood for the general test.
 constexpr int OldGeneralTestOrdinal = 4;
-
-// The quantity of a result column by its index in a row of a result file: time, then the
-// strains (no unit), stresses and pore pressures, saturations, temperature, and the derived
-// columns. The rest are pressures or have no unit.
-TQuantityType ResultQuantityOfFileIndex(int index) {
-    switch (index) {
-    case 0:
-        return qtTime;
-    case 7:
-    case 8:
-    case 9:
-    case 10:
-    case 11:
-    case 12:
-    case 13:
-    case 14:
-        return qtPressure;
-    case 17:
-        return qtTemperature;
-    default:
-        if ((index >= 23 && index <= 33) || (index >= 35 && index <= 41))
-            return qtPressure;
-        return qtDummy;
-    }
-}
 
 const TKovIntrinsicProperty* InnerRadiusProperty(const TQBTestBase& test) {
     return test.TestType() == ttPressuremeter ? test.GetIntrinsicPropertyByName("InnerRadius")
@@ -110,36 +87,39 @@ void TQBExtendedFile::WriteResults(const TQBResults& results) {
     Guarded([&] {
         const TSystemOfUnits& units = StorageSystemOfUnits();
         WriteSection("[testresults]");
-        std::vector<double> row(results.ColumnCount());
-        for (int r = 0; r < results.RowCount(); ++r) {
-            for (int c = 0; c < results.ColumnCount(); ++c)
-                row[c] =
-                    units.GetUnit(ResultQuantityOfFileIndex(c)).ToPresentation(results.Value(c, r));
-            WriteDoubles(row);
+        std::string line;
+        for (int row = 0; row < results.RowCount(); ++row) {
+            line.clear();
+            for (int index = 0; index < results.ResultColCount(); ++index) {
+                if (index > 0)
+                    line += '\t';
+                if (results.GetIsSetByIndex(row, index))
+                    line += FloatToStr(results.GetPresentationValueByIndex(row, index, &units));
+            }
+            WriteRawLine(line);
         }
     });
 }
 
 void TQBExtendedFile::ReadResults(TQBResults& results) {
     SetPosBySection("[testresults]", 0, true);
-    results.ClearRows();
-    const TSystemOfUnits& units = StorageSystemOfUnits();
-    while (!EndOfFile()) {
-        const std::string line = ReadNextLine();
-        if (Trim(line).empty())
-            continue;
-        std::vector<double> row;
-        for (const std::string& field : Split(line, '\t')) {
-            const std::string token = Trim(field);
-            double value = 0.0; // a value that isn't set reads as 0
-            if (!token.empty() && !TryStrToFloat(token, value))
-                throw EQBFileException(
-                    Format("\"%s\" is not a number in line %d of %s", token, Pos(), FileName()));
-            row.push_back(
-                units.GetUnit(ResultQuantityOfFileIndex(static_cast<int>(row.size()))).ToSI(value));
+    const TResultRowConversion conversion(&StorageSystemOfUnits());
+    results.BeginUpdate();
+    try {
+        results.ClearRows();
+        while (!EndOfFile()) {
+            const std::string line = ReadNextLine();
+            if (Trim(line).empty())
+                continue;
+            ReadResultRow(line, results, results.AddNewRow(), VersionNumber(), conversion);
         }
-        results.AddRow(row);
+        results.CalculateDerivedResults();
+    } catch (...) {
+        results.ClearRows();
+        results.EndUpdate();
+        throw;
     }
+    results.EndUpdate();
 }
 
 void TQBExtendedFile::LoadTest(TQBTestBase& test) {

@@ -30,11 +30,11 @@ public:
     // Raises EQBFileException for an ordinal other than 0 (strain) and 1 (stress).
     TQBBoundaryConditions ReadBoundaryConditions();
 
-    // "[testresults]", then one line a row: every column in presentation units, joined by tabs,
-    // without label.
+    // "[testresults]", then one line a row: every column a result file holds, in presentation
+    // units, joined by tabs, with an empty field for a value that isn't set; no label.
     void WriteResults(const TQBResults& results);
-    // The rows behind "[testresults]" up to the end of the file, in base units; the rows the
-    // results held are cleared first.
+    // The rows behind "[testresults]" up to the end of the file, in base units, then the derived
+    // results; the rows the results held are cleared first, and a fault leaves none.
     void ReadResults(TQBResults& results);
 
     // Reads what this kind of file holds for a test into it, inside one update bracket and one

@@ -3,6 +3,7 @@
 #include "commands/KovTaskController.h"
 #include "labtest/QBExtendedFile.h"
 #include "labtest/QBKernelRun.h"
+#include "labtest/QBRFile.h"
 #include "objects/ObjectManager.h"
 #include "services/Localisation.h"
 #include "services/RuntimeSettings.h"
@@ -233,54 +234,12 @@ std::string TQBProject::WriteQBC(TQBTestType testType) {
     return path;
 }
 
-namespace {
-// Reads the rows after "[testresults]": tab-separated numbers, one row per line.
-void ReadResultRows(const std::string& fileName, TQBResults& results) {
-    std::ifstream in(fileName, std::ios::binary);
-    if (!in)
-        throw EQBProjectException("TQBBaseFile.OpenRead: File not found:\n" + fileName);
-    std::string line;
-    bool inResults = false;
-    while (std::getline(in, line)) {
-        if (!line.empty() && line.back() == '\r')
-            line.pop_back();
-        if (!inResults) {
-            inResults = Trim(line) == "[testresults]";
-            continue;
-        }
-        std::vector<double> row;
-        for (const std::string& field : Split(line, '\t')) {
-            const std::string value = Trim(field);
-            if (value.empty())
-                continue;
-            double number;
-            if (!TryStrToFloat(value, number))
-                throw EQBProjectException(Format("Not a number in %s: \"%s\"", fileName, value));
-            row.push_back(number);
-        }
-        if (!row.empty())
-            results.AddRow(row);
-    }
-}
-} // namespace
-
 bool TQBProject::ReadQBR(const std::string& fileName, TQBTestType testType) {
     TQBTestBase* test = FMainTests->ByTestType(testType);
     if (!test)
         throw EQBProjectException("TQBProject.ReadQBR: unknown testtype found.");
-    test->BeginUpdate();
-    try {
-        try {
-            ReadResultRows(fileName, test->Results());
-        } catch (...) {
-            test->Results().ClearRows();
-            throw;
-        }
-    } catch (...) {
-        test->EndUpdate();
-        throw;
-    }
-    test->EndUpdate();
+    TQBRFile file(*FSystemOfUnits, fileName);
+    file.LoadTest(*test);
     return true;
 }
 

@@ -3,6 +3,7 @@
 #include "objects/ObjectManager.h"
 #include "services/Strings.h"
 
+#include <algorithm>
 #include <cfloat>
 #include <climits>
 #include <cmath>
@@ -600,7 +601,42 @@ void TQBTestBase::DoAfterLoadFromStorage() {
 }
 
 void TQBTestBase::UpdateAdvancedResultsVisibility() {
-    FResults->SetAdvancedColumnsVisible(IsSuctionEnabled(), IsThermalEnabled());
+    FResults->UpdateAdvancedResultsVisibility(IsSuctionEnabled(), IsThermalEnabled());
+}
+
+double TQBTestBase::ResultValueInProjectUnits(int row, TQBResultType type,
+                                              const IQuantityPresenter* units) const {
+    if (!HasResults())
+        return 0.0;
+    return FResults->GetPresentationValueByType(row, type, units);
+}
+
+namespace {
+// Extremes of a stress column in presentation units. The maximum starts at the smallest positive
+// normal double, not at the most negative number: with compression in every row it stays near 0,
+// which the chart scaling expects.
+double ColumnExtreme(const TQBResults& results, TQBResultType type, const IQuantityPresenter* units,
+                     bool maximum) {
+    double extreme = maximum ? 2.2250738585072014e-308 : 1.7976931348623157e308;
+    for (int row = 0; row < results.RowCount(); ++row) {
+        const double value = results.GetPresentationValueByType(row, type, units);
+        extreme = maximum ? std::max(extreme, value) : std::min(extreme, value);
+    }
+    return extreme;
+}
+} // namespace
+
+double TQBTestBase::GetSig1MinInPresentationUnit(const IQuantityPresenter* units) const {
+    return ColumnExtreme(*FResults, rtSig1, units, false);
+}
+double TQBTestBase::GetSig1MaxInPresentationUnit(const IQuantityPresenter* units) const {
+    return ColumnExtreme(*FResults, rtSig1, units, true);
+}
+double TQBTestBase::GetSig3MinInPresentationUnit(const IQuantityPresenter* units) const {
+    return ColumnExtreme(*FResults, rtSig3, units, false);
+}
+double TQBTestBase::GetSig3MaxInPresentationUnit(const IQuantityPresenter* units) const {
+    return ColumnExtreme(*FResults, rtSig3, units, true);
 }
 
 void TQBTestBase::PropertyChanged(TKovIntrinsicProperty& property) {

@@ -88,6 +88,14 @@ public:
     TQBResults& Results() const { return *FResults; }
     bool HasResults() const { return FResults->RowCount() > 0; }
     int ResultCount() const { return FResults->RowCount(); }
+    // A result value in presentation units; 0 when the test has no results.
+    double ResultValueInProjectUnits(int row, TQBResultType type,
+                                     const IQuantityPresenter* units) const;
+    // Extremes of the principal stresses over all rows, in the pressure unit of `units`.
+    double GetSig1MinInPresentationUnit(const IQuantityPresenter* units) const;
+    double GetSig1MaxInPresentationUnit(const IQuantityPresenter* units) const;
+    double GetSig3MinInPresentationUnit(const IQuantityPresenter* units) const;
+    double GetSig3MaxInPresentationUnit(const IQuantityPresenter* units) const;
     // The number of phases, each cyclic stretch counted with its repetitions. A definition whose
     // first or last phase is not in the list, or whose last phase stands before its first, is
     // left out, as the kernel file writes its phases once.

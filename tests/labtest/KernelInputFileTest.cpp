@@ -282,15 +282,29 @@ TEST_F(KernelFileFixture, OurKernelRunsWhatTheLabWrites) {
     Project->SetApplicationDirectory(fs::path(TW_QBABC_3D).parent_path().string());
     CyclicGeneralTest(false);
     RebuiltCyclicTriaxialTest();
-    const std::pair<TQBTestType, int> runs[] = {{ttTriaxial, 100},
-                                                {ttCycTriaxial, 100 + 5 + 10 + 10 + 10 + 5},
-                                                {ttGeneral, 20 + 3 * 20 + 10}};
-    for (const auto& [type, steps] : runs) {
-        SCOPED_TRACE(TestTypeName(type));
-        EXPECT_TRUE(TQBBaseFile::HasValidKeywords(Project->WriteQBC(type)));
-        ASSERT_TRUE(Project->DoTest(type));
-        // One row for the initial state and one for each step of every written phase.
-        EXPECT_EQ(Project->MainTests().ByTestType(type)->Results().RowCount(), steps + 1);
+    // The steps of every written phase, and where the driven strain ends (a fraction): the
+    // triaxial test at -10 % in yy; the cyclic one back there after its cycles; the general one
+    // at 3 * (0.5 - 1) + 0.5 = -1 % of shear.
+    struct TRun {
+        TQBTestType Type;
+        int Steps;
+        TQBResultType Strain;
+        double Final;
+    };
+    const TRun runs[] = {{ttTriaxial, 100, rtEpsYY, -0.1},
+                         {ttCycTriaxial, 100 + 5 + 10 + 10 + 10 + 5, rtEpsYY, -0.1},
+                         {ttGeneral, 20 + 3 * 20 + 10, rtGamXY, -0.01}};
+    for (const TRun& run : runs) {
+        SCOPED_TRACE(TestTypeName(run.Type));
+        EXPECT_TRUE(TQBBaseFile::HasValidKeywords(Project->WriteQBC(run.Type)));
+        ASSERT_TRUE(Project->DoTest(run.Type));
+        const TQBResults& results = Project->MainTests().ByTestType(run.Type)->Results();
+        // One row for the initial state and one for each step.
+        ASSERT_EQ(results.RowCount(), run.Steps + 1);
+        EXPECT_NEAR(results.GetValueByType(run.Steps, run.Strain), run.Final, 1e-12);
+        // The cell pressure holds where the stress is the boundary condition.
+        EXPECT_NEAR(results.GetValueByType(run.Steps, rtSigXX),
+                    run.Type == ttGeneral ? -150000 : -100000, 1000);
     }
     EXPECT_TRUE(Messages.Messages.empty());
 }
@@ -458,9 +472,15 @@ TEST_F(KernelFileFixture, AConfigurationWrittenAndReadBackGivesAnEqualTest) {
 
 TEST_F(KernelFileFixture, ATestFileKeepsTheResultsAndReadsOlderVersions) {
     TQBTestBase& test = *Project->TriaxialTest();
-    // Time in s, strains, stresses in Pa.
-    test.Results().AddRow({0, 0, 0, 0, 0, 0, 0, -100000, -100000, -100000});
-    test.Results().AddRow({86400, 0.01, -0.1, 0.01, 0, 0, 0, -100000, -250000, -100000});
+    // The columns of a kernel result up to the excess pore pressure: time in s, strains as
+    // fractions, stresses in Pa; the rest not set.
+    const TQBResultType types[] = {rtT,     rtEpsXX, rtEpsYY, rtEpsZZ, rtGamXY, rtGamYZ, rtGamZX,
+                                   rtSigXX, rtSigYY, rtSigZZ, rtTauXY, rtTauYZ, rtTauZX, rtPExcess};
+    test.Results().AddValuesInNewRow(
+        types, std::vector<double>{0, 0, 0, 0, 0, 0, 0, -100000, -100000, -100000, 0, 0, 0, 0});
+    test.Results().AddValuesInNewRow(types,
+                                     std::vector<double>{86400, 0.01, -0.1, 0.01, 0, 0, 0, -100000,
+                                                         -250000, -100000, 0, 0, 0, 0});
     {
         TQBTFile file(&Project->SystemOfUnits(), Path("triaxial.qbt"));
         file.WriteHeader(Material, 8);
@@ -471,7 +491,9 @@ TEST_F(KernelFileFixture, ATestFileKeepsTheResultsAndReadsOlderVersions) {
     const std::vector<std::string> lines = Lines(text);
     ASSERT_GE(lines.size(), 3u);
     EXPECT_EQ(lines[lines.size() - 3], "[testresults]");
-    EXPECT_EQ(lines.back(), "1\t0.01\t-0.1\t0.01\t0\t0\t0\t-100\t-250\t-100");
+    // All 42 columns of a result file, empty where not set.
+    EXPECT_EQ(lines.back(),
+              "1\t0.01\t-0.1\t0.01\t0\t0\t0\t-100\t-250\t-100\t0\t0\t0\t0" + std::string(28, '\t'));
     EXPECT_EQ(LineLabelled(text, "strain increments for phase 1"),
               "0\t-0.1\t0\t0\t0\t0\t=strain increments for phase 1");
 
@@ -481,9 +503,12 @@ TEST_F(KernelFileFixture, ATestFileKeepsTheResultsAndReadsOlderVersions) {
     file.LoadTest(*loaded);
     EXPECT_EQ(file.MaterialName(), "Sand");
     ExpectSameProperties(test, *loaded);
-    ASSERT_EQ(loaded->Results().RowCount(), 2);
-    EXPECT_DOUBLE_EQ(loaded->Results().Value(8, 1), -250000);
-    EXPECT_DOUBLE_EQ(loaded->Results().Value(0, 1), 86400);
+    const TQBResults& results = loaded->Results();
+    ASSERT_EQ(results.RowCount(), 2);
+    EXPECT_DOUBLE_EQ(results.GetValueByType(1, rtSigYY), -250000);
+    EXPECT_DOUBLE_EQ(results.GetValueByType(1, rtT), 86400);
+    EXPECT_FALSE(results.GetIsSetByType(1, rtPw));
+    EXPECT_DOUBLE_EQ(results.GetValueByType(1, rtSig1), -250000); // derived on reading
 
     // Version 5: the old general test ordinal, no inner radius or control type, and one set of
     // boundary conditions for all phases.

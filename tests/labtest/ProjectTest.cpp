@@ -54,10 +54,11 @@ struct ProjectFixture : ::testing::Test {
     std::string ResultFile() const { return KernelWorkingDirectory() + "tokernel.qbr"; }
 };
 
+// Two rows in the project's units (kN, m, day): the isotropic start and a triaxial state.
 const char* const WritesTwoRows = R"(out="${1%.qbc}.qbr"
 printf '[kernelinfo]\nversion=1\n[testresults]\n' > "$out"
-printf '0\t0\t-100\t-100\n' >> "$out"
-printf '1\t-0.1\t-150\t-100\n' >> "$out")";
+printf '0\t0\t0\t0\t0\t0\t0\t-100\t-100\t-100\t0\t0\t0\t0\t0\t1\t1\t293.15\t1\n' >> "$out"
+printf '1\t0.001\t-0.002\t0.001\t0\t0\t0\t-100\t-200\t-100\t0\t0\t0\t0\t0\t1\t1\t293.15\t1\n' >> "$out")";
 
 } // namespace
 
@@ -66,7 +67,14 @@ TEST_F(ProjectFixture, ARunReadsTheRowsTheKernelWrote) {
     EXPECT_TRUE(Project->DoTest(ttTriaxial));
     TQBTestBase& test = *Project->TriaxialTest();
     EXPECT_EQ(test.Results().RowCount(), 2);
-    EXPECT_EQ(test.Results().Value(2, 1), -150.0);
+    // Times come in the project's unit (days) and are held in seconds, stresses in pascal.
+    EXPECT_EQ(test.Results().GetValueByType(1, rtT), 86400.0);
+    EXPECT_EQ(test.Results().GetValueByType(1, rtSigYY), -2e5);
+    // Derived in the project's units: the triaxial state gives p' = -133.33 and q = 100.
+    EXPECT_NEAR(test.ResultValueInProjectUnits(1, rtP, &Project->SystemOfUnits()), -133.3333333,
+                1e-6);
+    EXPECT_NEAR(test.ResultValueInProjectUnits(1, rtQ, &Project->SystemOfUnits()), 100, 1e-9);
+    EXPECT_NEAR(test.ResultValueInProjectUnits(1, rtEpsV, &Project->SystemOfUnits()), 0, 1e-15);
     EXPECT_TRUE(test.MaterialInSyncWithTest());
     EXPECT_EQ(EndCalculations, 1);
     EXPECT_TRUE(Messages.Messages.empty());
@@ -109,9 +117,9 @@ printf '[testresults]\n0\t1\n1\tgarbage\n' > "$out")");
 
 TEST_F(ProjectFixture, KernelGetsItsInputPathAndTheMethodChoosesIt) {
     // The application folder has blanks in its name; the kernel still gets one argument.
-    Kernel(R"(printf '[testresults]\n%s\n' "$#" > "${1%.qbc}.qbr")");
+    Kernel(R"(printf '[testresults]\n0\t%s\n' "$#" > "${1%.qbc}.qbr")");
     ASSERT_TRUE(Project->DoTest(ttTriaxial));
-    EXPECT_EQ(Project->TriaxialTest()->Results().Value(0, 0), 1.0);
+    EXPECT_EQ(Project->TriaxialTest()->Results().GetValueByIndex(0, 1), 1.0);
     EXPECT_EQ(Project->KernelExecutableName(), "qbabc_3d");
     EXPECT_EQ(BuildKernelCommandLine("/a b/qbabc_3d", "/tmp/x.qbc"),
               "\"/a b/qbabc_3d\" /tmp/x.qbc");
