@@ -1,7 +1,6 @@
 #include "labtest/QBExtendedFile.h"
 
 #include "labtest/QBRFile.h"
-
 #include "services/Format.h"
 #include "services/Strings.h"
 
