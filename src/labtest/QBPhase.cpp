@@ -72,50 +72,91 @@ TKovIntrinsicProperty& TQBPhase::GetIncrementIP(int kind) const {
     }
 }
 
+namespace {
+// The declaration indices of a phase's properties, found once from the class's declarations.
+struct TPhasePropertyIndices {
+    int Steps, Duration, Suction, Temperature;
+    int Stress[QBLoadDirectionCount], Strain[QBLoadDirectionCount], Condition[QBLoadDirectionCount];
+};
+
+const TPhasePropertyIndices& Indices() {
+    static const TPhasePropertyIndices indices = [] {
+        const TKovIntrinsicPropertyDeclarationList& list = TQBPhase::StaticClass().Declarations();
+        auto at = [&](const std::string& name) {
+            const int index = list.GetIndexOfDeclarationFor(name);
+            if (index < 0)
+                throw EKovException("QBPhase declares no property " + name);
+            return index;
+        };
+        TPhasePropertyIndices result{
+            at("Steps"), at("Duration"), at("SuctionInc"), at("TempInc"), {}, {}, {}};
+        for (TQBLoadDirection d : AllLoadDirections) {
+            result.Stress[d] = at(TQBPhase::StressIncrementName(d));
+            result.Strain[d] = at(TQBPhase::StrainIncrementName(d));
+            result.Condition[d] = at(TQBPhase::BoundaryConditionName(d));
+        }
+        return result;
+    }();
+    return indices;
+}
+} // namespace
+
 int TQBPhase::Steps() const {
-    return Property<TIPInteger>("Steps").Value();
+    return OwnProperty<TIPInteger>(Indices().Steps, [] { return "Steps"; }).Value();
 }
 void TQBPhase::SetSteps(int steps) {
-    Property<TIPInteger>("Steps").SetValue(steps);
+    OwnProperty<TIPInteger>(Indices().Steps, [] { return "Steps"; }).SetValue(steps);
 }
 double TQBPhase::Duration() const {
-    return Property<TIPDouble>("Duration").Value();
+    return OwnProperty<TIPDouble>(Indices().Duration, [] { return "Duration"; }).Value();
 }
 void TQBPhase::SetDuration(double seconds) {
-    Property<TIPDouble>("Duration").SetValue(seconds);
+    OwnProperty<TIPDouble>(Indices().Duration, [] { return "Duration"; }).SetValue(seconds);
 }
 
 double TQBPhase::GetStrainIncrement(TQBLoadDirection direction) const {
-    return Property<TIPDouble>(StrainIncrementName(direction)).Value();
+    return OwnProperty<TIPDouble>(Indices().Strain[direction],
+                                  [&] { return StrainIncrementName(direction); })
+        .Value();
 }
 void TQBPhase::SetStrainIncrement(TQBLoadDirection direction, double percent) {
-    Property<TIPDouble>(StrainIncrementName(direction)).SetValue(percent);
+    OwnProperty<TIPDouble>(Indices().Strain[direction], [&] {
+        return StrainIncrementName(direction);
+    }).SetValue(percent);
 }
 double TQBPhase::GetStressIncrement(TQBLoadDirection direction) const {
-    return Property<TIPDouble>(StressIncrementName(direction)).Value();
+    return OwnProperty<TIPDouble>(Indices().Stress[direction],
+                                  [&] { return StressIncrementName(direction); })
+        .Value();
 }
 void TQBPhase::SetStressIncrement(TQBLoadDirection direction, double pascal) {
-    Property<TIPDouble>(StressIncrementName(direction)).SetValue(pascal);
+    OwnProperty<TIPDouble>(Indices().Stress[direction], [&] {
+        return StressIncrementName(direction);
+    }).SetValue(pascal);
 }
 TQBBoundaryConditionType TQBPhase::GetBoundaryCondition(TQBLoadDirection direction) const {
     return static_cast<TQBBoundaryConditionType>(
-        Property<TIPInteger>(BoundaryConditionName(direction)).Value());
+        OwnProperty<TIPInteger>(Indices().Condition[direction], [&] {
+            return BoundaryConditionName(direction);
+        }).Value());
 }
 void TQBPhase::SetBoundaryCondition(TQBLoadDirection direction,
                                     TQBBoundaryConditionType condition) {
-    Property<TIPInteger>(BoundaryConditionName(direction)).SetValue(condition);
+    OwnProperty<TIPInteger>(Indices().Condition[direction], [&] {
+        return BoundaryConditionName(direction);
+    }).SetValue(condition);
 }
 double TQBPhase::SuctionIncrement() const {
-    return Property<TIPDouble>("SuctionInc").Value();
+    return OwnProperty<TIPDouble>(Indices().Suction, [] { return "SuctionInc"; }).Value();
 }
 void TQBPhase::SetSuctionIncrement(double pascal) {
-    Property<TIPDouble>("SuctionInc").SetValue(pascal);
+    OwnProperty<TIPDouble>(Indices().Suction, [] { return "SuctionInc"; }).SetValue(pascal);
 }
 double TQBPhase::TemperatureIncrement() const {
-    return Property<TIPDouble>("TempInc").Value();
+    return OwnProperty<TIPDouble>(Indices().Temperature, [] { return "TempInc"; }).Value();
 }
 void TQBPhase::SetTemperatureIncrement(double kelvin) {
-    Property<TIPDouble>("TempInc").SetValue(kelvin);
+    OwnProperty<TIPDouble>(Indices().Temperature, [] { return "TempInc"; }).SetValue(kelvin);
 }
 
 TQBLoadDirectionDoubleArray TQBPhase::StrainIncrements() const {
@@ -206,8 +247,15 @@ TQBPhase& TQBPhaseList::AddWithSettings(TKovObject* parent, int steps, double du
 
 void TQBPhaseList::CopyFrom(const TQBPhaseList& source) {
     Clear();
-    for (int i = 0; i < source.Count(); ++i)
-        Add(source[i].Clone().release());
+    for (int i = 0; i < source.Count(); ++i) {
+        // A clone made in this list's manager: the source may live in another one (a test cloned
+        // for comparison has none), and a phase must not be registered where its list isn't.
+        const TQBPhase& original = source[i];
+        auto phase = Make<TQBPhase>(ObjectManager());
+        phase->CopyParentFrom(original);
+        phase->CopyIntrinsicPropertiesFrom(original, TKovObservableObject::cipoIncludeReadonly);
+        Add(phase.release());
+    }
 }
 
 void TQBPhaseList::DeletePhase(int index) {

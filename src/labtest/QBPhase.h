@@ -65,6 +65,16 @@ public:
     static std::string StressIncrementName(TQBLoadDirection direction);
     static std::string StrainIncrementName(TQBLoadDirection direction);
     static std::string BoundaryConditionName(TQBLoadDirection direction);
+
+private:
+    // One of the phase's own properties, by its declaration index in this class (the kernel file
+    // reads 22 numbers a phase, and a lookup by name costs a name cleaning and a hash each); by
+    // name in a class that may have declared others before it.
+    template <typename P, typename Name> P& OwnProperty(int index, Name&& name) const {
+        if (&ClassType() == &StaticClass())
+            return static_cast<P&>(*GetIntrinsicProperty(index));
+        return Property<P>(name());
+    }
 };
 
 class TQBPhaseList : public TKovObservableObjectList {
@@ -81,7 +91,7 @@ public:
                               const TQBLoadDirectionDoubleArray& strainIncrements,
                               const TQBLoadDirectionDoubleArray& stressIncrements,
                               const TQBBoundaryConditions& boundaryConditions);
-    // Clears, then adds a clone of each phase of `source`.
+    // Clears, then adds a clone of each phase of `source`, made in this list's manager.
     void CopyFrom(const TQBPhaseList& source);
     // Tells the handler, then deletes the phase.
     void DeletePhase(int index);

@@ -1,6 +1,7 @@
 #include "labtest/QBProject.h"
 
 #include "commands/KovTaskController.h"
+#include "labtest/QBExtendedFile.h"
 #include "labtest/QBKernelRun.h"
 #include "labtest/QBRFile.h"
 #include "objects/ObjectManager.h"
@@ -227,11 +228,9 @@ std::string TQBProject::WriteQBC(TQBTestType testType) {
     TQBTestBase* test = FMainTests->ByTestType(testType);
     if (!test)
         throw EQBProjectException(Format("Unknown test type: %d", static_cast<int>(testType)));
-    // Until the kernel input writer lands, the file holds the test's description only.
-    std::ofstream out(path, std::ios::binary | std::ios::trunc);
-    out << "; " << TestTypeName(testType) << "\n; " << test->ToString() << "\n";
-    if (!out)
-        throw EQBProjectException(Format("Cannot write the kernel input file %s", path));
+    TQBCFile file(FSystemOfUnits.get(), path);
+    file.WriteAll(*test, FMainMaterial.get(), FIceThermalExpansion, FLiquidThermalExpansion);
+    file.Close();
     return path;
 }
 

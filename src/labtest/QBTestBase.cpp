@@ -376,7 +376,7 @@ int TQBTestBase::PhaseCountIncludingCycles() const {
         const TQBCyclicPhases& definition = *FCyclicPhases->GetItems(i);
         const int first = FPhases->IndexOf(definition.FirstPhase());
         const int last = FPhases->IndexOf(definition.LastPhase());
-        if (first >= 0 && last >= 0)
+        if (first >= 0 && last >= first)
             count += (last + 1 - first) * (definition.Cycles() - 1);
     }
     return count;
@@ -416,6 +416,111 @@ TQBTestBase::GetCyclicPhasesForStartPhase(const TQBPhase* phase) const {
     if (definition && (*definition)->LastPhase() == phase)
         return std::nullopt;
     return definition;
+}
+
+namespace {
+// One user operation on the phases: one undo step of the test around one update bracket. The
+// step closes after the bracket, and is rolled back when the operation fails.
+class TPhaseOperation {
+public:
+    TPhaseOperation(TQBTestBase& test, const std::string& caption)
+        : FSnapshot(test, caption), FTest(test) {
+        FTest.BeginUpdate();
+    }
+    ~TPhaseOperation() { FTest.EndUpdate(); }
+    TPhaseOperation(const TPhaseOperation&) = delete;
+    TPhaseOperation& operator=(const TPhaseOperation&) = delete;
+
+private:
+    TUndoSnapshot FSnapshot;
+    TQBTestBase& FTest;
+};
+} // namespace
+
+void TQBTestBase::AddNewPhase() {
+    TPhaseOperation operation(*this, "Inserting phase");
+    InsertPhase(FPhases->Count());
+}
+
+void TQBTestBase::InsertPhase(int index) {
+    if (index < 0 || index > FPhases->Count())
+        throw EKovListException(Format("List index out of bounds (%d)", index));
+    TPhaseOperation operation(*this, "Inserting phase");
+    std::unique_ptr<TQBPhase> phase;
+    if (index < 1) {
+        phase = Make<TQBPhase>(ObjectManager());
+        phase->SetParent(this);
+    } else {
+        phase = (*FPhases)[index - 1].Clone();
+    }
+    FPhases->Insert(index, phase.get());
+    phase.release();
+}
+
+void TQBTestBase::DeletePhase(int index) {
+    FPhases->GetItem(index); // raises for an index outside the list
+    TPhaseOperation operation(*this, "Deleting phase");
+    FPhases->DeletePhase(index);
+}
+
+void TQBTestBase::MarkPhasesCyclic(int first, int last, int cycles) {
+    if (!FPhases->GetItems(first))
+        throw EQBTestException(Format("Specified first cyclic phase index %d is invalid", first));
+    if (!FPhases->GetItems(last))
+        throw EQBTestException(Format("Specified last cyclic phase index %d is invalid", last));
+    if (last < first)
+        throw EQBTestException(Format(
+            "The last cyclic phase index cannot be lower than the first cyclic phase index %d",
+            first));
+    // Overlapping stretches would be written twice over and counted apart: the kernel file would
+    // announce more phases than it holds.
+    for (int i = 0; i < FCyclicPhases->Count(); ++i) {
+        const TQBCyclicPhases& other = *FCyclicPhases->GetItems(i);
+        const int otherFirst = FPhases->IndexOf(other.FirstPhase());
+        const int otherLast = FPhases->IndexOf(other.LastPhase());
+        if (otherFirst >= 0 && otherLast >= 0 && first <= otherLast && otherFirst <= last)
+            throw EQBTestException(
+                Format("The specified cyclic phases would overlap with existing cyclic phases "
+                       "\"%s\", with first phase index %d and last phase index %d",
+                       other.Name(), otherFirst, otherLast));
+    }
+    TPhaseOperation operation(*this, "Mark phases as cyclic");
+    TQBCyclicPhases& definition =
+        FCyclicPhases->AddCyclicPhasesObject(&(*FPhases)[first], &(*FPhases)[last], cycles);
+    definition.SetParent(this);
+}
+
+void TQBTestBase::DeleteCyclicPhasesDefinition(int index) {
+    FCyclicPhases->GetItem(index); // raises for an index outside the list
+    TPhaseOperation operation(*this, "Remove cyclic phases definition");
+    FCyclicPhases->Delete(index);
+}
+
+void TQBTestBase::RebuildCyclicTestPhases(int cycles, int stepsPerQuarter, double durationPerCycle,
+                                          double stressAmplitude, double strainAmplitude,
+                                          TQBLoadDirection direction,
+                                          const TQBBoundaryConditions& conditions) {
+    TPhaseOperation operation(*this, "Changing phases");
+    for (int i = FPhases->Count() - 1; i >= 1; --i)
+        FPhases->DeletePhase(i);
+    if (cycles <= 0)
+        return;
+    auto add = [&](int steps, double duration, double factor) {
+        TQBLoadDirectionDoubleArray strains{};
+        TQBLoadDirectionDoubleArray stresses{};
+        strains[direction] = factor * strainAmplitude;
+        stresses[direction] = factor * stressAmplitude;
+        FPhases->AddWithSettings(this, steps, duration, strains, stresses, conditions);
+    };
+    auto quarter = [&](double factor) { add(stepsPerQuarter, durationPerCycle / 4, factor); };
+    auto half = [&](double factor) { add(2 * stepsPerQuarter, durationPerCycle / 2, factor); };
+    quarter(1.0);
+    for (int i = 0; i < cycles; ++i) {
+        half(-2.0);
+        if (i < cycles - 1)
+            half(2.0);
+    }
+    quarter(1.0);
 }
 
 void TQBTestBase::UpdateMaterialDependentProperties() {

@@ -96,14 +96,47 @@ public:
     double GetSig1MaxInPresentationUnit(const IQuantityPresenter* units) const;
     double GetSig3MinInPresentationUnit(const IQuantityPresenter* units) const;
     double GetSig3MaxInPresentationUnit(const IQuantityPresenter* units) const;
-    // The number of phases, each cyclic stretch counted with its repetitions.
+    // The number of phases, each cyclic stretch counted with its repetitions. A definition whose
+    // first or last phase is not in the list, or whose last phase stands before its first, is
+    // left out, as the kernel file writes its phases once.
     int PhaseCountIncludingCycles() const;
     // Deletes phases from index `count` upward until `count` remain.
     void ClipPhases(int count);
     // Removes the cyclic definitions that begin or end at the phase about to be deleted.
     void OnDeletePhase(int index);
+    // The first cyclic definition that begins or ends at the phase; empty for nullptr or none.
     std::optional<TQBCyclicPhases*> GetCyclicPhasesWithReferenceTo(const TQBPhase* phase) const;
+    // As above, but a definition that ends at the phase answers empty: the phase starts no
+    // repetition. A definition of one phase is therefore never started.
     std::optional<TQBCyclicPhases*> GetCyclicPhasesForStartPhase(const TQBPhase* phase) const;
+
+    // The user's operations on the phases. Each is one undo step with the caption named, and runs
+    // inside one update bracket of the test.
+    // "Inserting phase": InsertPhase(PhaseCount).
+    void AddNewPhase();
+    // "Inserting phase": at index 0 a blank phase, at any other index a copy of the phase before
+    // it. Raises EKovListException for an index outside 0 .. PhaseCount.
+    void InsertPhase(int index);
+    // "Deleting phase": the cyclic definitions that begin or end at the phase go with it.
+    void DeletePhase(int index);
+    // "Mark phases as cyclic": repeats the phases `first` to `last` (indices, both included)
+    // `cycles` times (clamped to at least 1). Raises EQBTestException for an index outside the
+    // phases, a last phase before the first, or a stretch that overlaps an existing definition.
+    void MarkPhasesCyclic(int first, int last, int cycles);
+    // "Remove cyclic phases definition": the phases stay.
+    void DeleteCyclicPhasesDefinition(int index);
+    // "Changing phases": keeps the first phase (the initial phase of the test) and builds behind
+    // it a quarter cycle (factor 1), then per cycle a half cycle down (-2) and, but after the last
+    // cycle, a half cycle up (2), and a closing quarter (1): 2 * cycles + 2 phases in all, so the
+    // driven quantity runs 0, +A, -A, +A, ..., -A, 0. A quarter has `stepsPerQuarter` steps and
+    // lasts durationPerCycle / 4; a half twice the steps and durationPerCycle / 2. The increment
+    // at `direction` is the factor times the amplitude (stress in pascal, strain in percent); all
+    // other increments are 0, and every phase takes `conditions`. With 0 cycles only the first
+    // phase stays.
+    void RebuildCyclicTestPhases(int cycles, int stepsPerQuarter, double durationPerCycle,
+                                 double stressAmplitude, double strainAmplitude,
+                                 TQBLoadDirection direction,
+                                 const TQBBoundaryConditions& conditions);
 
     // Observables fired at the end of a run and on changes of suction, thermal and behaviour.
     TObservable& EndCalculationObservable() { return FEndCalculationObservable; }

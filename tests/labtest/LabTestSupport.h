@@ -16,7 +16,9 @@ class TFakeMaterial : public ITestMaterial {
 public:
     TMXSoil_MaterialModel Model = mxsmmMohrCoulomb;
     TMXSoil_DrainageType Drainage = mxsdtDrained;
-    std::map<std::string, double> Numbers;
+    // Every material knows its water: the header of a kernel file needs its weight.
+    std::map<std::string, double> Numbers{{"RhoWater", 1000.0}, {"GravityAcceleration", 9.81}};
+    std::map<std::string, TTestMaterialTable> Tables;
     std::string Id = "Sand";
     TObservable Observable;
 
@@ -26,6 +28,10 @@ public:
         auto it = Numbers.find(name);
         return it == Numbers.end() ? std::nullopt : std::optional<double>(it->second);
     }
+    std::optional<TTestMaterialTable> GetTable(const std::string& name) const override {
+        auto it = Tables.find(name);
+        return it == Tables.end() ? std::nullopt : std::optional<TTestMaterialTable>(it->second);
+    }
     std::string Identification() const override { return Id; }
     TObservable& MaterialObservable() override { return Observable; }
     std::unique_ptr<ITestMaterial> CreateStaticCopy() const override {
@@ -33,6 +39,7 @@ public:
         copy->Model = Model;
         copy->Drainage = Drainage;
         copy->Numbers = Numbers;
+        copy->Tables = Tables;
         copy->Id = Id;
         return copy;
     }

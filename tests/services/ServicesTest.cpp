@@ -7,6 +7,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <locale>
 
 using namespace tw;
 
@@ -56,4 +57,38 @@ TEST(Strings, NumbersAndTrimming) {
     EXPECT_EQ(FloatToStr(1e-20), "1E-20");
     EXPECT_EQ(FloatToStr(1.0 / 3.0), "0.333333333333333");
     EXPECT_EQ(Utf16Length("kN/m²"), 5u);
+}
+
+namespace {
+// A numeric punctuation with a decimal comma, as a German locale has.
+struct CommaDecimal : std::numpunct<char> {
+    char do_decimal_point() const override { return ','; }
+};
+} // namespace
+
+TEST(Format, FloatToStrSwitchesToExponentsWhereTheFilesExpectIt) {
+    // Fixed notation from 1E-4 up to 15 digits before the point, counted after rounding.
+    EXPECT_EQ(FloatToStr(0.0001), "0.0001");
+    EXPECT_EQ(FloatToStr(0.00001), "1E-5");
+    EXPECT_EQ(FloatToStr(0.000099999999999999995), "0.0001");
+    EXPECT_EQ(FloatToStr(-1.5e-7), "-1.5E-7");
+    EXPECT_EQ(FloatToStr(1e14), "100000000000000");
+    EXPECT_EQ(FloatToStr(99999999999999.95), "100000000000000");
+    EXPECT_EQ(FloatToStr(1e15), "1E15");
+    EXPECT_EQ(FloatToStr(1.5e300), "1.5E300");
+    // 15 significant digits, rounded; no trailing zeros; no negative zero.
+    EXPECT_EQ(FloatToStr(123456789012345.6), "123456789012346");
+    EXPECT_EQ(FloatToStr(0.1 + 0.2), "0.3");
+    EXPECT_EQ(FloatToStr(-10 * 0.01), "-0.1");
+    EXPECT_EQ(FloatToStr(-0.0), "0");
+    EXPECT_EQ(FloatToStr(2.0), "2");
+    EXPECT_EQ(FloatToStr(1.0 / 0.0), "INF");
+}
+
+TEST(Format, FloatToStrWritesAPointWhateverTheLocale) {
+    const std::locale previous =
+        std::locale::global(std::locale(std::locale::classic(), new CommaDecimal));
+    const std::string text = FloatToStr(7692.307692307692);
+    std::locale::global(previous);
+    EXPECT_EQ(text, "7692.30769230769");
 }
