@@ -20,8 +20,9 @@ TW_KOV_ABSTRACT_CLASS_IMPL(TQBTestDSBase, TQBTestWithConsolidation,
 
 void TQBTestDSBase::DeclareProperties(TKovIntrinsicPropertyDeclarationList& list) {
     AddDerivedAdvancedEffectiveStressDeclarations(list, ipkReadOnly | ipkNotPublished);
-    TQBTestHelper::AddDerivedInitialStress(list, "AbsSigyyinit",
-                                           "Initial effective stress |@s#'_yy#|", 0.0, DBL_MAX);
+    // Magnitudes: a value of either sign makes the vertical stress compressive.
+    TQBTestHelper::AddDerivedInitialStress(
+        list, "AbsSigyyinit", "Initial effective stress |@s#'_yy#|", -DBL_MAX, DBL_MAX);
     list.AddDerivedDoubleWithUnit(
         "AbsSigyyTotinit", qtPressure,
         {[](const TKovIntrinsicProperty& p) {
@@ -30,7 +31,7 @@ void TQBTestDSBase::DeclareProperties(TKovIntrinsicPropertyDeclarationList& list
          [](TKovIntrinsicProperty& p, const double& v) {
              static_cast<TQBTestDSBase&>(*p.Owner()).SetTotalInitialStressValue(v);
          }},
-        ipkReadOnly | ipkNotPublished, "Initial total stress |@s#_yy#|", 0.0, DBL_MAX);
+        ipkReadOnly | ipkNotPublished, "Initial total stress |@s#_yy#|", -DBL_MAX, DBL_MAX);
     TQBTestHelper::AddDerivedFirstPhaseDuration(list);
 }
 

@@ -46,6 +46,12 @@ TQBTestBase& TestOf(const TKovIntrinsicProperty& property) {
     return *test;
 }
 
+// The test behind a property that needs ICyclicTest; raises when the owner has no cycles.
+TQBTestBase& CyclicTestOf(const TKovIntrinsicProperty& property) {
+    CyclicOf(property);
+    return TestOf(property);
+}
+
 // Rebuilds with the current values of the phase list, but for what the caller changes.
 void Rebuild(const TKovIntrinsicProperty& property, std::optional<int> cycles,
              std::optional<int> steps, std::optional<double> duration) {
@@ -74,8 +80,7 @@ void TQBTestHelper::AddDerivedNumberOfStepsPerQuarterCycle(
     RequireInterface<ICyclicTest>(list, NeedsCyclicTest);
     list.AddDerivedInteger("NumberOfStepsPerQuarterCycle",
                            {[](const TKovIntrinsicProperty& p) {
-                                CyclicOf(p);
-                                return TQBCyclicTestHelper::StepsPerQuarterCycle(TestOf(p));
+                                return TQBCyclicTestHelper::StepsPerQuarterCycle(CyclicTestOf(p));
                             },
                             [](TKovIntrinsicProperty& p, const int32_t& v) {
                                 // The initial phase shares the step count of the quarter cycles: it
@@ -91,8 +96,8 @@ void TQBTestHelper::AddDerivedDurationPerCycle(TKovIntrinsicPropertyDeclarationL
     RequireInterface<ICyclicTest>(list, NeedsCyclicTest);
     list.AddDerivedDoubleWithUnit("DurationPerCycle", qtTime,
                                   {[](const TKovIntrinsicProperty& p) {
-                                       CyclicOf(p);
-                                       return TQBCyclicTestHelper::DurationPerCycle(TestOf(p));
+                                       return TQBCyclicTestHelper::DurationPerCycle(
+                                           CyclicTestOf(p));
                                    },
                                    [](TKovIntrinsicProperty& p, const double& v) {
                                        Rebuild(p, std::nullopt, std::nullopt, v);
