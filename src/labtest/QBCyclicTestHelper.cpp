@@ -68,12 +68,12 @@ void TQBCyclicTestHelper::InitializeCyclicProperties(ICyclicTest& test) {
 
 void TQBCyclicTestHelper::HandleTestControlTypeChange(TTestControlType controlType,
                                                       ICyclicTest& test) {
-    TKovIntrinsicProperty& shown =
+    TIPDouble& shown =
         controlType == tctStress ? test.StressAmplitudeIP() : test.StrainAmplitudeIP();
-    TKovIntrinsicProperty& hidden =
+    TIPDouble& hidden =
         controlType == tctStress ? test.StrainAmplitudeIP() : test.StressAmplitudeIP();
     shown.SetPublishedAndEditable(true);
-    static_cast<TIPDouble&>(shown).SetValue(0.0);
+    shown.SetValue(0.0);
     hidden.SetPublishedAndEditable(false);
 }
 

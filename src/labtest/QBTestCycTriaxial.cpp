@@ -31,10 +31,10 @@ double TQBTestCycTriaxial::StoredStressAmplitude() const {
 void TQBTestCycTriaxial::SetStoredStressAmplitude(double pascal) {
     Property<TIPDouble>("StoredShearStressAmplitude").SetValue(pascal);
 }
-TKovIntrinsicProperty& TQBTestCycTriaxial::StrainAmplitudeIP() const {
+TIPDouble& TQBTestCycTriaxial::StrainAmplitudeIP() const {
     return Property<TIPDouble>("AxialStrainAmplitude");
 }
-TKovIntrinsicProperty& TQBTestCycTriaxial::StressAmplitudeIP() const {
+TIPDouble& TQBTestCycTriaxial::StressAmplitudeIP() const {
     return Property<TIPDouble>("AxialStressAmplitude");
 }
 bool TQBTestCycTriaxial::IsStrainTestControl() const {

@@ -23,8 +23,8 @@ public:
     void SetStoredStrainAmplitude(double percent) override;
     double StoredStressAmplitude() const override;
     void SetStoredStressAmplitude(double pascal) override;
-    TKovIntrinsicProperty& StrainAmplitudeIP() const override;
-    TKovIntrinsicProperty& StressAmplitudeIP() const override;
+    TIPDouble& StrainAmplitudeIP() const override;
+    TIPDouble& StressAmplitudeIP() const override;
     bool IsStrainTestControl() const override;
     TQBLoadDirection CyclicDirection() const override { return ldYY; }
     TQBBoundaryConditions CyclicBoundaryConditions() const override;

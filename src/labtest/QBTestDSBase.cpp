@@ -170,10 +170,10 @@ double TQBTestCDSS::StoredStressAmplitude() const {
 void TQBTestCDSS::SetStoredStressAmplitude(double pascal) {
     Property<TIPDouble>("StoredShearStressAmplitude").SetValue(pascal);
 }
-TKovIntrinsicProperty& TQBTestCDSS::StrainAmplitudeIP() const {
+TIPDouble& TQBTestCDSS::StrainAmplitudeIP() const {
     return Property<TIPDouble>("ShearStrainAmplitude");
 }
-TKovIntrinsicProperty& TQBTestCDSS::StressAmplitudeIP() const {
+TIPDouble& TQBTestCDSS::StressAmplitudeIP() const {
     return Property<TIPDouble>("ShearStressAmplitude");
 }
 bool TQBTestCDSS::IsStrainTestControl() const {

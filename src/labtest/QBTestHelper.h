@@ -24,8 +24,8 @@ public:
     virtual double StoredStressAmplitude() const = 0;
     virtual void SetStoredStressAmplitude(double pascal) = 0;
     // The user's amplitude properties; only that of the current control is shown.
-    virtual TKovIntrinsicProperty& StrainAmplitudeIP() const = 0;
-    virtual TKovIntrinsicProperty& StressAmplitudeIP() const = 0;
+    virtual TIPDouble& StrainAmplitudeIP() const = 0;
+    virtual TIPDouble& StressAmplitudeIP() const = 0;
     virtual bool IsStrainTestControl() const = 0;
 
     // The direction the cycles drive, and the boundary conditions of the cyclic phases under the

@@ -359,3 +359,19 @@ TEST(CyclicTests, CyclicPropertiesNeedACyclicTest) {
     EXPECT_EQ(dss.Count(), 0);
     EXPECT_EQ(cdss.Count(), 1);
 }
+
+TEST(CyclicTests, ResetBringsAChangedTestBackToItsDefaults) {
+    auto test = Make<TQBTestCDSS>(nullptr, tm3D);
+    test->Property<TIPInteger>("NumberOfCycles").SetValue(2);
+    test->Property<TIPEnumeration>("TestControlType").SetIntValue(tctStress);
+    test->Property<TIPDouble>("ShearStressAmplitude").SetValue(8000);
+    test->Property<TIPDouble>("InitialStaticShear").SetValue(3000);
+    test->ResetToDefault(true);
+    ASSERT_EQ(test->Phases().Count(), 1);
+    EXPECT_EQ(test->Phases()[0].GetStressIncrement(ldXY), 0.0);
+    EXPECT_EQ(test->Phases()[0].BoundaryConditions(), TQBTestCDSS::InitialBoundaryConditions());
+    EXPECT_EQ(test->TestControlType(), tctStrain);
+    EXPECT_EQ(test->StoredStressAmplitude(), 0.0);
+    EXPECT_TRUE(test->GetIntrinsicPropertyByName("ShearStrainAmplitude")->IsPublished());
+    EXPECT_FALSE(test->GetIntrinsicPropertyByName("ShearStressAmplitude")->IsPublished());
+}

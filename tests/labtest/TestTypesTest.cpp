@@ -311,3 +311,20 @@ TEST(TestTypes, FreshProjectTestsFollowTheMaterialsTimeDependence) {
             EXPECT_EQ(project->MainTests().ByTestType(type)->Phases()[0].Duration(), 86400.0);
     }
 }
+
+TEST(TestTypes, BlankInstancesForUndoReadEveryPropertyWithoutOwnedObjects) {
+    // Undo keeps the state of a test in a blank instance, which has no phases, results or
+    // charts of its own; whatever reads it must not reach for them.
+    for (int type = 0; type < QBTestTypeCount; ++type) {
+        auto test = CreateTest(static_cast<TQBTestType>(type), nullptr, tm2D);
+        std::unique_ptr<TKovObject> blank(test->ClassType().CreateBlank());
+        auto& memento = dynamic_cast<TQBTestBase&>(*blank);
+        SCOPED_TRACE(test->Caption());
+        EXPECT_EQ(memento.IntrinsicPropertiesCount(), test->IntrinsicPropertiesCount());
+        for (int i = 0; i < memento.IntrinsicPropertiesCount(); ++i)
+            EXPECT_NO_THROW(memento.GetIntrinsicProperty(i)->ValueAsText())
+                << memento.GetIntrinsicProperty(i)->Name();
+        blank->Assign(*test);
+        EXPECT_EQ(memento.GetInitialTotalStress(ldYY), test->GetInitialTotalStress(ldYY));
+    }
+}
