@@ -125,6 +125,9 @@ void TQBTestBase::SetUpOwnedObjects() {
     FResults = Make<TQBResults>(manager);
     FPhases = Make<TQBPhaseList>(manager);
     FCyclicPhases = Make<TQBCyclicPhasesList>(manager);
+    // Chart settings are a view of the test: no manager, no undo.
+    FChartSettings = Make<TQBChartSettingsList>(nullptr);
+    FLoadedChartSettings = Make<TQBChartSettingsList>(nullptr);
     FPhases->SetOnDeletePhase([this](int index) { OnDeletePhase(index); });
     FPhasesObserver.SetOnNotify([this](TNotifySender) {
         if (FPhases->Observable().LockLevel() == 0) {
@@ -136,12 +139,24 @@ void TQBTestBase::SetUpOwnedObjects() {
 }
 
 void TQBTestBase::Initialize() {
+    AddDefaultChartSettings();
     Property<TIPKovObject>("Phases").SetValue(FPhases.get());
     Property<TIPKovObject>("CyclicPhases").SetValue(FCyclicPhases.get());
     Property<TIPKovObject>("Results").SetValue(FResults.get());
     Property<TIPText>("Caption").SetValue(GetObjectTypeName());
     Property<TIPBoolean>("Visible").SetValue(true);
     ResetToDefault(true);
+}
+
+void TQBTestBase::AddDefaultChartSettings() {
+    FChartSettings->AddDefault(ctE1Suc);
+    FChartSettings->AddDefault(ctE1Sat);
+    FChartSettings->AddDefault(ctEvTemp);
+}
+
+void TQBTestBase::ResetChartSettings() {
+    FChartSettings->Clear();
+    AddDefaultChartSettings();
 }
 
 void TQBTestBase::ResetToDefault(bool clearResults) {
@@ -683,6 +698,8 @@ void TQBTestBase::CopyFrom(const TQBTestBase& source) {
         for (int i = 0; i < FPhases->Count(); ++i)
             (*FPhases)[i].SetParent(this);
         FCyclicPhases->CopyFrom(*source.FCyclicPhases, *source.FPhases, *FPhases);
+        FChartSettings->CopyFrom(*source.FChartSettings);
+        FLoadedChartSettings->CopyFrom(*source.FLoadedChartSettings);
     } catch (...) {
         EndUpdate();
         throw;
@@ -701,6 +718,9 @@ std::unique_ptr<TQBTestBase> TQBTestBase::Clone() const {
     clone->FTitle = FTitle;
     clone->FColor = FColor;
     clone->FMaterialInSyncWithTest = FMaterialInSyncWithTest;
+    // The clone's own values derived from its results (the damping ratio of a cyclic test).
+    if (clone->HasResults())
+        clone->DoAfterLoadResults();
     return clone;
 }
 
@@ -913,6 +933,12 @@ int TQBTestTriaxial::Steps() const {
     return first ? first->Steps() : 0;
 }
 
+void TQBTestTriaxial::AddDefaultChartSettings() {
+    TQBTestTriaxialBase::AddDefaultChartSettings();
+    for (TQBChartType type : {ctS3S1, ctPQ, ctMohr, ctEyyDS, ctEyyEv, ctE1Pw})
+        ChartSettings().AddDefault(type);
+}
+
 void TQBTestTriaxial::SetDefaultValues(bool clearResults) {
     TQBTestTriaxialBase::SetDefaultValues(clearResults);
     const TQBPhase* first = FirstPhase();
@@ -941,61 +967,6 @@ std::string TQBTestTriaxial::ToString() const {
     text = Format("%s%sCellPressure=%f", text, "/", CellPressure());
     text = Format("%s%sDirection=%d", text, "/", static_cast<int>(Direction()));
     return Format("%s%s%s", text, "/", Phases().ToString());
-}
-
-// ---------------------------------------------------------------------------------------------
-// The other types
-
-TW_KOV_CLASS_IMPL(TQBTestCycTriaxial, TQBTestTriaxialBase, nullptr)
-
-TW_KOV_ABSTRACT_CLASS_IMPL(TQBTestDSBase, TQBTestWithConsolidation,
-                           &TQBTestDSBase::DeclareProperties)
-void TQBTestDSBase::DeclareProperties(TKovIntrinsicPropertyDeclarationList& list) {
-    AddDerivedBasicEffectiveStressDeclarations(list, ipkReadOnly | ipkNotPublished);
-}
-TW_KOV_CLASS_IMPL(TQBTestDSS, TQBTestDSBase, nullptr)
-TW_KOV_CLASS_IMPL(TQBTestCDSS, TQBTestDSBase, nullptr)
-
-TW_KOV_CLASS_IMPL(TQBTestPressuremeter, TQBTestWithConsolidation,
-                  &TQBTestPressuremeter::DeclareProperties)
-void TQBTestPressuremeter::DeclareProperties(TKovIntrinsicPropertyDeclarationList& list) {
-    AddDerivedBasicEffectiveStressDeclarations(list, ipkReadOnly | ipkNotPublished);
-}
-
-TW_KOV_ABSTRACT_CLASS_IMPL(TQBTestWithPhaseView, TQBTestBase,
-                           &TQBTestWithPhaseView::DeclareProperties)
-void TQBTestWithPhaseView::DeclareProperties(TKovIntrinsicPropertyDeclarationList& list) {
-    AddDerivedBasicEffectiveStressDeclarations(list, ipkReadOnly | ipkNotPublished);
-}
-TW_KOV_CLASS_IMPL(TQBTestOedometer, TQBTestWithPhaseView, nullptr)
-TW_KOV_CLASS_IMPL(TQBTestCRS, TQBTestWithPhaseView, nullptr)
-
-TW_KOV_CLASS_IMPL(TQBTestGeneral, TQBTestBase, &TQBTestGeneral::DeclareProperties)
-void TQBTestGeneral::DeclareProperties(TKovIntrinsicPropertyDeclarationList& list) {
-    AddDerivedBasicEffectiveStressDeclarations(list, ipkReadOnly | ipkNotPublished);
-}
-
-std::unique_ptr<TQBTestBase> CreateTest(TQBTestType type, TKovObjectManager* manager,
-                                        TQBTestMethod testMethod) {
-    switch (type) {
-    case ttTriaxial:
-        return Make<TQBTestTriaxial>(manager, testMethod);
-    case ttOedometer:
-        return Make<TQBTestOedometer>(manager, testMethod);
-    case ttCRS:
-        return Make<TQBTestCRS>(manager, testMethod);
-    case ttDSS:
-        return Make<TQBTestDSS>(manager, testMethod);
-    case ttCDSS:
-        return Make<TQBTestCDSS>(manager, testMethod);
-    case ttGeneral:
-        return Make<TQBTestGeneral>(manager, testMethod);
-    case ttPressuremeter:
-        return Make<TQBTestPressuremeter>(manager, testMethod);
-    case ttCycTriaxial:
-        return Make<TQBTestCycTriaxial>(manager, testMethod);
-    }
-    throw EQBTestException(Format("Unknown test type: %d", static_cast<int>(type)));
 }
 
 } // namespace tw

@@ -6,6 +6,7 @@
 // percent with compression negative, time in seconds, temperature in kelvin. Initial stresses are
 // stored as total stresses; the effective ones are derived through the initial suction.
 
+#include "labtest/QBChartSettings.h"
 #include "labtest/QBDatatypes.h"
 #include "labtest/QBPhase.h"
 #include "labtest/QBResults.h"
@@ -138,6 +139,12 @@ public:
                                  TQBLoadDirection direction,
                                  const TQBBoundaryConditions& conditions);
 
+    // Chart settings of the test, and those read from a file with it. Owned, without manager.
+    TQBChartSettingsList& ChartSettings() const { return *FChartSettings; }
+    TQBChartSettingsList& LoadedChartSettings() const { return *FLoadedChartSettings; }
+    // Clears the chart settings and refills them with the test's defaults.
+    void ResetChartSettings();
+
     // Observables fired at the end of a run and on changes of suction, thermal and behaviour.
     TObservable& EndCalculationObservable() { return FEndCalculationObservable; }
     TObservable& SuctionConditionObservable() { return FSuctionConditionObservable; }
@@ -164,7 +171,8 @@ public:
     // The visibility of the advanced result columns (suction, temperature).
     void UpdateAdvancedResultsVisibility();
 
-    // Copies properties, material reference, phases and cyclic phases of `source`.
+    // Copies properties, material reference, phases, cyclic phases and chart settings of
+    // `source`.
     void CopyFrom(const TQBTestBase& source);
     // A new test of the same class and method, without manager, with its own static copy of
     // nothing but the values: properties, results and phases.
@@ -177,6 +185,9 @@ protected:
     void PropertyChanged(TKovIntrinsicProperty& property) override;
 
     // The virtual operations of the family, called in this order where the family needs them.
+    // The default charts: those of every test first (suction, saturation, temperature), then
+    // the type's own.
+    virtual void AddDefaultChartSettings();
     virtual void SetDefaultValues(bool clearResults);
     virtual void UpdatePropertyAvailability();
     virtual void UpdateAfterPhasesChanged() {}
@@ -194,7 +205,8 @@ protected:
     AddDerivedBasicEffectiveStressDeclarations(TKovIntrinsicPropertyDeclarationList& list,
                                                TKovIntrinsicPropertyConfig config);
 
-    TQBPhase* FirstPhase() const { return FPhases->GetItems(0); }
+    // nullptr without phases, and in a blank instance made for undo.
+    TQBPhase* FirstPhase() const { return FPhases ? FPhases->GetItems(0) : nullptr; }
 
 private:
     void SetUpOwnedObjects();
@@ -213,6 +225,8 @@ private:
     std::unique_ptr<TQBResults> FResults;
     std::unique_ptr<TQBPhaseList> FPhases;
     std::unique_ptr<TQBCyclicPhasesList> FCyclicPhases;
+    std::unique_ptr<TQBChartSettingsList> FChartSettings;
+    std::unique_ptr<TQBChartSettingsList> FLoadedChartSettings;
 };
 
 // Tests with a consolidation stage: isotropic, or K0 with the horizontal stresses K0 times the
@@ -250,6 +264,8 @@ public:
     void SetDuration(double seconds);
     // The vertical stress follows the cell pressure: yy := xx / K0 (xx when K0 is about 0).
     void UpdateStressesFromK0() override;
+    // Brings the charts that depend on the kind of loading in line with it; nothing here.
+    virtual void UpdateChartsSettings(bool /*isStrainControl*/) {}
 
 protected:
     void Initialize() override;
@@ -273,78 +289,14 @@ public:
     std::string ToString() const override;
 
 protected:
+    void AddDefaultChartSettings() override;
     void SetDefaultValues(bool clearResults) override;
     void PropertyChanged(TKovIntrinsicProperty& property) override;
     void UpdateFromInitialStresses() override;
 };
 
-// The other test types, standing in the family with their base behaviour.
-class TQBTestCycTriaxial : public TQBTestTriaxialBase {
-    TW_KOV_CLASS(TQBTestCycTriaxial, TQBTestTriaxialBase)
-public:
-    using TQBTestTriaxialBase::TQBTestTriaxialBase;
-    TQBTestType TestType() const override { return ttCycTriaxial; }
-};
-
-class TQBTestDSBase : public TQBTestWithConsolidation {
-    TW_KOV_CLASS(TQBTestDSBase, TQBTestWithConsolidation)
-public:
-    using TQBTestWithConsolidation::TQBTestWithConsolidation;
-    static void DeclareProperties(TKovIntrinsicPropertyDeclarationList& list);
-};
-
-class TQBTestDSS : public TQBTestDSBase {
-    TW_KOV_CLASS(TQBTestDSS, TQBTestDSBase)
-public:
-    using TQBTestDSBase::TQBTestDSBase;
-    TQBTestType TestType() const override { return ttDSS; }
-};
-
-class TQBTestCDSS : public TQBTestDSBase {
-    TW_KOV_CLASS(TQBTestCDSS, TQBTestDSBase)
-public:
-    using TQBTestDSBase::TQBTestDSBase;
-    TQBTestType TestType() const override { return ttCDSS; }
-};
-
-class TQBTestPressuremeter : public TQBTestWithConsolidation {
-    TW_KOV_CLASS(TQBTestPressuremeter, TQBTestWithConsolidation)
-public:
-    using TQBTestWithConsolidation::TQBTestWithConsolidation;
-    static void DeclareProperties(TKovIntrinsicPropertyDeclarationList& list);
-    TQBTestType TestType() const override { return ttPressuremeter; }
-};
-
-class TQBTestWithPhaseView : public TQBTestBase {
-    TW_KOV_CLASS(TQBTestWithPhaseView, TQBTestBase)
-public:
-    using TQBTestBase::TQBTestBase;
-    static void DeclareProperties(TKovIntrinsicPropertyDeclarationList& list);
-};
-
-class TQBTestOedometer : public TQBTestWithPhaseView {
-    TW_KOV_CLASS(TQBTestOedometer, TQBTestWithPhaseView)
-public:
-    using TQBTestWithPhaseView::TQBTestWithPhaseView;
-    TQBTestType TestType() const override { return ttOedometer; }
-};
-
-class TQBTestCRS : public TQBTestWithPhaseView {
-    TW_KOV_CLASS(TQBTestCRS, TQBTestWithPhaseView)
-public:
-    using TQBTestWithPhaseView::TQBTestWithPhaseView;
-    TQBTestType TestType() const override { return ttCRS; }
-};
-
-class TQBTestGeneral : public TQBTestBase {
-    TW_KOV_CLASS(TQBTestGeneral, TQBTestBase)
-public:
-    using TQBTestBase::TQBTestBase;
-    static void DeclareProperties(TKovIntrinsicPropertyDeclarationList& list);
-    TQBTestType TestType() const override { return ttGeneral; }
-};
-
-// Makes the test class of a type; raises "Unknown test type: %d" for any other value.
+// Makes the test class of a type; raises "Unknown test type: %d" for any other value. Defined
+// with the test list, which knows every type.
 std::unique_ptr<TQBTestBase> CreateTest(TQBTestType type, TKovObjectManager* manager,
                                         TQBTestMethod testMethod);
 

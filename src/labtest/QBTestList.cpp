@@ -51,4 +51,27 @@ void TQBTestList::CopyFrom(const TQBTestList& source) {
     }
 }
 
+std::unique_ptr<TQBTestBase> CreateTest(TQBTestType type, TKovObjectManager* manager,
+                                        TQBTestMethod testMethod) {
+    switch (type) {
+    case ttTriaxial:
+        return Make<TQBTestTriaxial>(manager, testMethod);
+    case ttOedometer:
+        return Make<TQBTestOedometer>(manager, testMethod);
+    case ttCRS:
+        return Make<TQBTestCRS>(manager, testMethod);
+    case ttDSS:
+        return Make<TQBTestDSS>(manager, testMethod);
+    case ttCDSS:
+        return Make<TQBTestCDSS>(manager, testMethod);
+    case ttGeneral:
+        return Make<TQBTestGeneral>(manager, testMethod);
+    case ttPressuremeter:
+        return Make<TQBTestPressuremeter>(manager, testMethod);
+    case ttCycTriaxial:
+        return Make<TQBTestCycTriaxial>(manager, testMethod);
+    }
+    throw EQBTestException(Format("Unknown test type: %d", static_cast<int>(type)));
+}
+
 } // namespace tw

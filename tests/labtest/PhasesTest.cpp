@@ -19,6 +19,7 @@ struct PhasesFixture : ::testing::Test {
     void SetUp() override {
         Manager.LockRevert();
         Project = Make<TQBProject>(&Manager, std::make_unique<TFakeMaterial>(), tm3D);
+        Project->GeneralTest()->ClipPhases(0); // the tests build their own phases
         Manager.UnlockRevert();
         Manager.ClearRevertStacks();
     }
