@@ -45,9 +45,13 @@ TQBProject::TQBProject(TKovObjectManager* manager)
     : TKovObservableObject(manager), FApplicationDirectory(tw::ApplicationDirectory()),
       FSystemOfUnits(std::make_unique<TSystemOfUnits>()) {
     FSystemOfUnits->SetUnitsOfNewProject();
-    FLoadedTests = Make<TQBTestList>(nullptr);
-    FMainTests = Make<TQBTestList>(manager);
-    FMainTests->SetName("Tests");
+    {
+        // The project owns its lists for its whole life: their creation is no step to undo.
+        TRevertLock lock(manager);
+        FLoadedTests = Make<TQBTestList>(nullptr);
+        FMainTests = Make<TQBTestList>(manager);
+        FMainTests->SetName("Tests");
+    }
     FMaterialUpdateObserver.SetOnNotify([this](TNotifySender) { MainMaterialChanged(); });
     FUnitsObserver.SetOnNotify(
         [this](TNotifySender) { ProjectUnitPropertiesFromSystem(*FSystemOfUnits, *this); });

@@ -122,6 +122,8 @@ TQBTestBase::~TQBTestBase() {
 
 void TQBTestBase::SetUpOwnedObjects() {
     TKovObjectManager* manager = ObjectManager();
+    // The test owns these for its whole life: their creation is no step a user could undo.
+    TRevertLock lock(manager);
     FResults = Make<TQBResults>(manager);
     FPhases = Make<TQBPhaseList>(manager);
     FCyclicPhases = Make<TQBCyclicPhasesList>(manager);

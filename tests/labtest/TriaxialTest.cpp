@@ -1,6 +1,7 @@
 #include "LabTestSupport.h"
 
 #include "labtest/QBProject.h"
+#include "labtest/QBTestList.h"
 #include "objects/ObjectManager.h"
 
 #include <gtest/gtest.h>
@@ -249,4 +250,31 @@ TEST(Triaxial, FactoryAndCloneAndListLookups) {
     EXPECT_EQ(clone->Property<TIPKovObject>("Phases").Value(), &clone->Phases());
     EXPECT_EQ(project->MainTests().GetItems(-1), nullptr);
     EXPECT_EQ(project->MainTests().GetItems(7), nullptr);
+}
+
+TEST(Triaxial, UndoingTheCreationOfATestLeavesItsOwnPartsToIt) {
+    // A test made and put into a list in one step: undoing that and forfeiting the redo destroys
+    // the test, which takes its phases and results along. Had their creation been steps of
+    // their own, the stack would have destroyed them a second time.
+    TKovObjectManager manager;
+    manager.LockRevert();
+    auto list = Make<TQBTestList>(&manager);
+    manager.UnlockRevert();
+    manager.UndoBeginSnapshot("Add test");
+    list->Add(CreateTest(ttTriaxial, &manager, tm3D).release());
+    manager.UndoEndSnapshot();
+    list->GetItems(0)->Phases()[0].SetSteps(7);
+    EXPECT_EQ(manager.UndoCount(), 2);
+    manager.Undo();
+    manager.Undo();
+    EXPECT_EQ(list->Count(), 0);
+    manager.Redo();
+    ASSERT_EQ(list->Count(), 1);
+    EXPECT_EQ(list->GetItems(0)->Phases()[0].Steps(), 100);
+    EXPECT_EQ(list->GetItems(0)->Property<TIPKovObject>("Results").Value(),
+              &list->GetItems(0)->Results());
+    manager.Undo();
+    list->SetName("Tests"); // a new step forfeits the redo: the test goes for good
+    EXPECT_EQ(manager.RedoCount(), 0);
+    list.reset();
 }
