@@ -176,9 +176,43 @@ private:
 };
 
 template <typename T> template <typename F> void TEnumerableObjectList<T>::ForEach(F&& visit) {
-    TObjectListGenerator<T> generator(this);
-    while (generator.Next())
-        visit(generator.Current());
+    // The walk of every notification: a cursor on the live list, moved by the list when items
+    // are inserted or removed before it, so nothing is copied and nothing allocated.
+    struct TCursor : TEnumerableObjectListListener {
+        size_t Position = 0;
+        void ItemInserted(size_t index) override {
+            if (index < Position)
+                ++Position;
+        }
+        void ItemRemoved(size_t index) override {
+            if (index < Position)
+                --Position;
+        }
+    } cursor;
+    {
+        std::lock_guard lock(FMutex);
+        if (FItems.empty())
+            return; // most objects are written with nobody listening
+        if (FListeners.size() >= MaxConcurrentListeners)
+            throw EEnumerableObjectList(
+                "Too many concurrent listeners. Perhaps infinite recursion?");
+        FListeners.push_back(&cursor);
+    }
+    struct TUnregister {
+        TEnumerableObjectList& List;
+        TEnumerableObjectListListener* Cursor;
+        ~TUnregister() { List.RemoveListener(Cursor); }
+    } unregister{*this, &cursor};
+    for (;;) {
+        T* item;
+        {
+            std::lock_guard lock(FMutex);
+            if (cursor.Position >= FItems.size())
+                return;
+            item = FItems[cursor.Position++];
+        }
+        visit(item);
+    }
 }
 
 } // namespace tw

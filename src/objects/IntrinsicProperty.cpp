@@ -798,8 +798,8 @@ void TIPBoolean::AssignEssentialState(const TKovObject& source) {
 TW_KOV_CLASS_IMPL(TIPInteger, TKovIntrinsicProperty, nullptr)
 
 int32_t TIPInteger::Limit(int32_t value) const {
-    const auto* declaration = dynamic_cast<const TIPIntegerDeclaration*>(FDeclaration);
-    return declaration ? declaration->Limits.Apply(value) : value;
+    const TLimits<int32_t>* limits = FDeclaration ? FDeclaration->IntegerLimits() : nullptr;
+    return limits ? limits->Apply(value) : value;
 }
 
 int32_t TIPInteger::MinValue() const {
@@ -854,8 +854,8 @@ void TIPInteger::AssignEssentialState(const TKovObject& source) {
 TW_KOV_CLASS_IMPL(TIPDouble, TKovIntrinsicProperty, nullptr)
 
 double TIPDouble::Limit(double value) const {
-    const auto* declaration = dynamic_cast<const TIPDoubleDeclaration*>(FDeclaration);
-    return declaration ? declaration->Limits.Apply(value) : value;
+    const TLimits<double>* limits = FDeclaration ? FDeclaration->DoubleLimits() : nullptr;
+    return limits ? limits->Apply(value) : value;
 }
 
 double TIPDouble::MinValue() const {

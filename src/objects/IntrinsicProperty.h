@@ -36,6 +36,19 @@ using TKovIntrinsicPropertyConfig = unsigned;
 // ---------------------------------------------------------------------------------------------
 // Declarations
 
+// Declarations of limited numbers: no limit when minimum and maximum are both 0, or when the
+// minimum exceeds the maximum.
+template <typename V> struct TLimits {
+    V Min = 0;
+    V Max = 0;
+    bool Active() const { return !(Min == 0 && Max == 0) && !(Min > Max); }
+    V Apply(V value) const {
+        if (!Active())
+            return value;
+        return value < Min ? Min : value > Max ? Max : value;
+    }
+};
+
 class TKovIntrinsicPropertyDeclaration {
 public:
     using TCreate = TKovIntrinsicProperty* (*)(TKovObservableObject*,
@@ -49,6 +62,10 @@ public:
     virtual ~TKovIntrinsicPropertyDeclaration() = default;
 
     virtual const char* DeclarationTypeName() const { return "Declaration"; }
+    // The limits of the numbers this declaration declares, if any: asked on every write, so a
+    // virtual call instead of a cast.
+    virtual const TLimits<int32_t>* IntegerLimits() const { return nullptr; }
+    virtual const TLimits<double>* DoubleLimits() const { return nullptr; }
     virtual std::unique_ptr<TKovIntrinsicPropertyDeclaration> Clone() const;
     // Same class of declaration, property class, associated class, configuration, caption and
     // subclass rule; names are deliberately not compared.
@@ -98,23 +115,11 @@ protected:
     bool FAllowSubclass = false;
 };
 
-// Declarations of limited numbers: no limit when minimum and maximum are both 0, or when the
-// minimum exceeds the maximum.
-template <typename V> struct TLimits {
-    V Min = 0;
-    V Max = 0;
-    bool Active() const { return !(Min == 0 && Max == 0) && !(Min > Max); }
-    V Apply(V value) const {
-        if (!Active())
-            return value;
-        return value < Min ? Min : value > Max ? Max : value;
-    }
-};
-
 class TIPIntegerDeclaration : public TKovIntrinsicPropertyDeclaration {
 public:
     using TKovIntrinsicPropertyDeclaration::TKovIntrinsicPropertyDeclaration;
     const char* DeclarationTypeName() const override { return "DeclarationInteger"; }
+    const TLimits<int32_t>* IntegerLimits() const override { return &Limits; }
     std::unique_ptr<TKovIntrinsicPropertyDeclaration> Clone() const override;
     bool IsIdentical(const TKovIntrinsicPropertyDeclaration& other) const override;
     void Assign(const TKovIntrinsicPropertyDeclaration& source) override;
@@ -125,6 +130,7 @@ class TIPDoubleDeclaration : public TKovIntrinsicPropertyDeclaration {
 public:
     using TKovIntrinsicPropertyDeclaration::TKovIntrinsicPropertyDeclaration;
     const char* DeclarationTypeName() const override { return "DeclarationDouble"; }
+    const TLimits<double>* DoubleLimits() const override { return &Limits; }
     std::unique_ptr<TKovIntrinsicPropertyDeclaration> Clone() const override;
     bool IsIdentical(const TKovIntrinsicPropertyDeclaration& other) const override;
     void Assign(const TKovIntrinsicPropertyDeclaration& source) override;
