@@ -348,9 +348,12 @@ void ReadPhase(TLineCursor& file, TKernelInput& input, int index) {
     if (phase.Name.empty())
         phase.Name = fallback;
     const std::string& n = phase.Name;
-    if (phase.Steps < 1)
+    if (phase.Steps < 0)
         file.Fail("\"number of steps in " + n + "\" is " + std::to_string(phase.Steps) +
-                  "; a phase takes at least one step");
+                  "; a phase takes no steps or more");
+    // A phase of no steps (a blank phase the user inserted) applies nothing; say so, and go on.
+    if (phase.Steps == 0)
+        input.Warnings.push_back(n + " has no steps; it applies nothing");
     input.TotalSteps += phase.Steps;
     if (input.TotalSteps > MaxTotalSteps)
         file.Fail("the test takes more than " + std::to_string(MaxTotalSteps) +

@@ -137,6 +137,17 @@ TEST(KernelInput, AcceptsWindowsLineEndsMixedCaseHeadsAndANewerVersion) {
     EXPECT_EQ(input.Phases.size(), 2u);
 }
 
+TEST(KernelInput, APhaseOfNoStepsIsReadWithAWarning) {
+    // A blank phase a user inserted reaches the kernel with 0 steps: it applies nothing.
+    TKernelFile file = TwoPhaseFile();
+    file.Phases[1].Steps = 0;
+    const auto input = ParseKernelInput("in.qbc", file.Text());
+    ASSERT_EQ(input.Phases.size(), 2u);
+    EXPECT_EQ(input.Phases[1].Steps, 0);
+    ASSERT_EQ(input.Warnings.size(), 1u);
+    EXPECT_EQ(input.Warnings[0], "phase 2, cycle 1 has no steps; it applies nothing");
+}
+
 TEST(KernelInput, NamesTheFileAndLineOfEveryFault) {
     struct TCase {
         const char* Name;
@@ -164,8 +175,9 @@ TEST(KernelInput, NamesTheFileAndLineOfEveryFault) {
         {"unknown test type", "=general", set("9\t=general"), 0, "Unknown test type: 9"},
         {"old version", "=file version number", set("7\t=file version number"), 0,
          "file version 7: this kernel reads versions 8 and 9"},
-        {"no step", "=number of steps in phase 2", set("0\t=number of steps in phase 2, cycle 1"),
-         0, "\"number of steps in phase 2, cycle 1\" is 0; a phase takes at least one step"},
+        {"negative steps", "=number of steps in phase 2",
+         set("-1\t=number of steps in phase 2, cycle 1"), 0,
+         "\"number of steps in phase 2, cycle 1\" is -1; a phase takes no steps or more"},
         {"too few parameters", "[extraparameters]", erasePrevious, -1,
          "[soilparameters] holds 199 values; it must hold 200"},
         {"too many parameters", "[extraparameters]", set("0"), 0,
