@@ -4,6 +4,7 @@
 // and puts it in place, as WriteQBC does.
 
 #include "labtest/QBExtendedFile.h"
+#include "labtest/QBTestGeneral.h"
 #include "materials/SimpleTestMaterial.h"
 
 #include <benchmark/benchmark.h>
