@@ -803,13 +803,13 @@ int32_t TIPInteger::Limit(int32_t value) const {
 }
 
 int32_t TIPInteger::MinValue() const {
-    const auto* declaration = dynamic_cast<const TIPIntegerDeclaration*>(FDeclaration);
-    return declaration ? declaration->Limits.Min : 0;
+    const TLimits<int32_t>* limits = FDeclaration ? FDeclaration->IntegerLimits() : nullptr;
+    return limits ? limits->Min : 0;
 }
 
 int32_t TIPInteger::MaxValue() const {
-    const auto* declaration = dynamic_cast<const TIPIntegerDeclaration*>(FDeclaration);
-    return declaration ? declaration->Limits.Max : 0;
+    const TLimits<int32_t>* limits = FDeclaration ? FDeclaration->IntegerLimits() : nullptr;
+    return limits ? limits->Max : 0;
 }
 
 void TIPInteger::SetValue(int32_t value) {
@@ -859,13 +859,13 @@ double TIPDouble::Limit(double value) const {
 }
 
 double TIPDouble::MinValue() const {
-    const auto* declaration = dynamic_cast<const TIPDoubleDeclaration*>(FDeclaration);
-    return declaration ? declaration->Limits.Min : 0;
+    const TLimits<double>* limits = FDeclaration ? FDeclaration->DoubleLimits() : nullptr;
+    return limits ? limits->Min : 0;
 }
 
 double TIPDouble::MaxValue() const {
-    const auto* declaration = dynamic_cast<const TIPDoubleDeclaration*>(FDeclaration);
-    return declaration ? declaration->Limits.Max : 0;
+    const TLimits<double>* limits = FDeclaration ? FDeclaration->DoubleLimits() : nullptr;
+    return limits ? limits->Max : 0;
 }
 
 namespace {
@@ -1257,30 +1257,10 @@ void TIPKovObject::AssignEssentialState(const TKovObject& source) {
 // ---------------------------------------------------------------------------------------------
 // Derived kinds
 
-namespace {
-template <typename V> const TDerivedAccessors<V>* AccessorsOf(const TKovIntrinsicProperty& p) {
-    return dynamic_cast<const TDerivedAccessors<V>*>(p.Declaration());
-}
-
-template <typename V> V DerivedGet(const TKovIntrinsicProperty& p) {
-    const auto* accessors = AccessorsOf<V>(p);
-    return accessors && accessors->HasGetter() && p.Owner() ? (*accessors->Getter)(p) : V{};
-}
-
-template <typename V> const TDerivedAccessors<V>& SetterOf(const TKovIntrinsicProperty& p) {
-    const auto* accessors = AccessorsOf<V>(p);
-    if (!accessors || !accessors->HasSetter() || !p.Owner())
-        throw EIntrinsicPropertyAssignError(
-            Format("Property %s is derived and has no setter", p.Name()));
-    return *accessors;
-}
-} // namespace
-
 #define TW_DERIVED_IMPL(Class, Base, V)                                                            \
     TW_KOV_CLASS_IMPL(Class, Base, nullptr)                                                        \
     bool Class::HasSetter() const {                                                                \
-        const auto* accessors = AccessorsOf<V>(*this);                                             \
-        return accessors && accessors->HasSetter();                                                \
+        return DerivedHasSetter<V>();                                                              \
     }
 
 TW_DERIVED_IMPL(TIPBoolean_DerivedExternal, TIPBoolean, bool)
@@ -1293,89 +1273,61 @@ TW_DERIVED_IMPL(TIPKovObject_DerivedExternal, TIPKovObject, TKovObject*)
 #undef TW_DERIVED_IMPL
 
 bool TIPBoolean_DerivedExternal::Value() const {
-    return DerivedGet<bool>(*this);
+    return DerivedValue<bool>();
 }
 void TIPBoolean_DerivedExternal::SetValue(bool value) {
-    const auto& accessors = SetterOf<bool>(*this);
-    CheckOwnerWritable();
-    FInitialized = true;
-    CommitDerivedChange([&] { return std::string(value ? "True" : "False"); },
-                        [&] { (*accessors.Setter)(*this, value); });
+    WriteDerived<bool>(value, [&] { return std::string(value ? "True" : "False"); });
 }
 
 int32_t TIPInteger_DerivedExternal::Value() const {
-    return DerivedGet<int32_t>(*this);
+    return DerivedValue<int32_t>();
 }
 void TIPInteger_DerivedExternal::SetValue(int32_t value) {
-    const auto& accessors = SetterOf<int32_t>(*this);
-    CheckOwnerWritable();
-    FInitialized = true;
     value = Limit(value);
-    CommitDerivedChange([&] { return std::to_string(value); },
-                        [&] { (*accessors.Setter)(*this, value); });
+    WriteDerived<int32_t>(value, [&] { return std::to_string(value); });
 }
 
 double TIPDouble_DerivedExternal::Value() const {
-    return DerivedGet<double>(*this);
+    return DerivedValue<double>();
 }
 void TIPDouble_DerivedExternal::SetValue(double value) {
-    const auto& accessors = SetterOf<double>(*this);
-    CheckOwnerWritable();
-    FInitialized = true;
     value = Limit(value);
-    CommitDerivedChange([&] { return FloatToStr(value); },
-                        [&] { (*accessors.Setter)(*this, value); });
+    WriteDerived<double>(value, [&] { return FloatToStr(value); });
 }
 
 double TIPDoubleWithUnit_DerivedExternal::Value() const {
-    return DerivedGet<double>(*this);
+    return DerivedValue<double>();
 }
 void TIPDoubleWithUnit_DerivedExternal::SetValue(double value) {
-    const auto& accessors = SetterOf<double>(*this);
-    CheckOwnerWritable();
-    FInitialized = true;
     value = Limit(value);
-    CommitDerivedChange([&] { return FloatToStr(value); },
-                        [&] { (*accessors.Setter)(*this, value); });
+    WriteDerived<double>(value, [&] { return FloatToStr(value); });
 }
 
 std::string TIPText_DerivedExternal::Value() const {
-    return DerivedGet<std::string>(*this);
+    return DerivedValue<std::string>();
 }
 void TIPText_DerivedExternal::SetValue(const std::string& value) {
-    const auto& accessors = SetterOf<std::string>(*this);
-    CheckOwnerWritable();
-    FInitialized = true;
     const std::string cleaned = CleanText(value);
-    CommitDerivedChange([&] { return CaptionText(cleaned); },
-                        [&] { (*accessors.Setter)(*this, cleaned); });
+    WriteDerived<std::string>(cleaned, [&] { return CaptionText(cleaned); });
 }
 
 int TIPEnumeration_DerivedExternal::IntValue() const {
-    return DerivedGet<int>(*this);
+    return DerivedValue<int>();
 }
 void TIPEnumeration_DerivedExternal::SetIntValue(int value) {
-    const auto& accessors = SetterOf<int>(*this);
-    CheckOwnerWritable();
     const int count = Count();
     if (value < 0 || value >= count)
         throw EIntrinsicPropertyAssignError(Format(
             "Invalid value %d for %s, value from 0 to %d expected", value, Name(), count - 1));
-    FInitialized = true;
-    CommitDerivedChange(
-        [&] { return Format("%s(%d)", EnumerationDeclaration().Strings()[value], value); },
-        [&] { (*accessors.Setter)(*this, value); });
+    WriteDerived<int>(
+        value, [&] { return Format("%s(%d)", EnumerationDeclaration().Strings()[value], value); });
 }
 
 TKovObject* TIPKovObject_DerivedExternal::Value() const {
-    return DerivedGet<TKovObject*>(*this);
+    return DerivedValue<TKovObject*>();
 }
 void TIPKovObject_DerivedExternal::SetValue(TKovObject* value) {
-    const auto& accessors = SetterOf<TKovObject*>(*this);
-    CheckOwnerWritable();
-    FInitialized = true;
-    CommitDerivedChange([&] { return value ? value->Name() : std::string("nil"); },
-                        [&] { (*accessors.Setter)(*this, value); });
+    WriteDerived<TKovObject*>(value, [&] { return value ? value->Name() : std::string("nil"); });
 }
 
 // ---------------------------------------------------------------------------------------------

@@ -545,6 +545,12 @@ protected:
     }
     // As CommitChange, but the owner is backed up (the state of a derived value lives there).
     template <typename Text, typename Store> void CommitDerivedChange(Text&& text, Store&& store);
+    // The derived kinds: the value through the declaration's getter (the zero value without a
+    // getter or owner), whether it has a setter, and the write through the setter after the
+    // owner's checks, backing the owner up.
+    template <typename V> V DerivedValue() const;
+    template <typename V> bool DerivedHasSetter() const;
+    template <typename V, typename Text> void WriteDerived(const V& value, Text&& text);
     std::string WriteCaption(const std::string& valueText) const;
     // Step 7: tell the owner now, or queue the notification during an update.
     void Changed();
@@ -573,6 +579,27 @@ void TKovIntrinsicProperty::CommitDerivedChange(Text&& text, Store&& store) {
         store();
         Changed();
     }
+}
+
+template <typename V> V TKovIntrinsicProperty::DerivedValue() const {
+    const auto* accessors = dynamic_cast<const TDerivedAccessors<V>*>(FDeclaration);
+    return accessors && accessors->HasGetter() && FOwner ? (*accessors->Getter)(*this) : V{};
+}
+
+template <typename V> bool TKovIntrinsicProperty::DerivedHasSetter() const {
+    const auto* accessors = dynamic_cast<const TDerivedAccessors<V>*>(FDeclaration);
+    return accessors && accessors->HasSetter();
+}
+
+template <typename V, typename Text>
+void TKovIntrinsicProperty::WriteDerived(const V& value, Text&& text) {
+    const auto* accessors = dynamic_cast<const TDerivedAccessors<V>*>(FDeclaration);
+    if (!accessors || !accessors->HasSetter() || !FOwner)
+        throw EIntrinsicPropertyAssignError(
+            Format("Property %s is derived and has no setter", Name()));
+    CheckOwnerWritable();
+    FInitialized = true;
+    CommitDerivedChange(std::forward<Text>(text), [&] { (*accessors->Setter)(*this, value); });
 }
 
 // The properties of one object, in declaration order; owns them. A list linked to its

@@ -534,87 +534,53 @@ AddDerivedUserDefinedParameter(TKovIntrinsicPropertyDeclarationList& list, const
 // ---------------------------------------------------------------------------------------------
 // Derived variants
 
-namespace {
-template <typename V> const TDerivedAccessors<V>& SetterOf(const TKovIntrinsicProperty& p) {
-    const auto* accessors = dynamic_cast<const TDerivedAccessors<V>*>(p.Declaration());
-    if (!accessors || !accessors->HasSetter() || !p.Owner())
-        throw EIntrinsicPropertyAssignError(
-            Format("Property %s is derived and has no setter", p.Name()));
-    return *accessors;
-}
-template <typename V> V DerivedGet(const TKovIntrinsicProperty& p) {
-    const auto* accessors = dynamic_cast<const TDerivedAccessors<V>*>(p.Declaration());
-    return accessors && accessors->HasGetter() && p.Owner() ? (*accessors->Getter)(p) : V{};
-}
-template <typename V> bool DerivedHasSetter(const TKovIntrinsicProperty& p) {
-    const auto* accessors = dynamic_cast<const TDerivedAccessors<V>*>(p.Declaration());
-    return accessors && accessors->HasSetter();
-}
-} // namespace
-
 TW_KOV_CLASS_IMPL(TIPLargeText_DerivedExternal, TIPLargeText, nullptr)
 TW_KOV_CLASS_IMPL(TIPIdentification_DerivedExternal, TIPIdentification, nullptr)
 TW_KOV_CLASS_IMPL(TIPColor_DerivedExternal, TIPColor, nullptr)
 TW_KOV_CLASS_IMPL(TIPUserDefinedParameter_DerivedExternal, TIPUserDefinedParameter, nullptr)
 
 std::string TIPLargeText_DerivedExternal::Value() const {
-    return DerivedGet<std::string>(*this);
+    return DerivedValue<std::string>();
 }
 bool TIPLargeText_DerivedExternal::HasSetter() const {
-    return DerivedHasSetter<std::string>(*this);
+    return DerivedHasSetter<std::string>();
 }
 void TIPLargeText_DerivedExternal::SetValue(const std::string& value) {
-    const auto& accessors = SetterOf<std::string>(*this);
-    CheckOwnerWritable();
-    FInitialized = true;
     const std::string cleaned = CleanText(value);
-    CommitDerivedChange([&] { return CaptionText(cleaned); },
-                        [&] { (*accessors.Setter)(*this, cleaned); });
+    WriteDerived<std::string>(cleaned, [&] { return CaptionText(cleaned); });
 }
 
 std::string TIPIdentification_DerivedExternal::Value() const {
-    return DerivedGet<std::string>(*this);
+    return DerivedValue<std::string>();
 }
 bool TIPIdentification_DerivedExternal::HasSetter() const {
-    return DerivedHasSetter<std::string>(*this);
+    return DerivedHasSetter<std::string>();
 }
 void TIPIdentification_DerivedExternal::SetValue(const std::string& value) {
-    const auto& accessors = SetterOf<std::string>(*this);
-    CheckOwnerWritable();
-    FInitialized = true;
     const std::string cleaned = CleanText(value);
-    CommitDerivedChange([&] { return CaptionText(cleaned); },
-                        [&] { (*accessors.Setter)(*this, cleaned); });
+    WriteDerived<std::string>(cleaned, [&] { return CaptionText(cleaned); });
 }
 
 int32_t TIPColor_DerivedExternal::Value() const {
-    return DerivedGet<int32_t>(*this);
+    return DerivedValue<int32_t>();
 }
 bool TIPColor_DerivedExternal::HasSetter() const {
-    return DerivedHasSetter<int32_t>(*this);
+    return DerivedHasSetter<int32_t>();
 }
 void TIPColor_DerivedExternal::SetValue(int32_t value) {
-    const auto& accessors = SetterOf<int32_t>(*this);
-    CheckOwnerWritable();
-    FInitialized = true;
     value = Limit(value);
-    CommitDerivedChange([&] { return std::to_string(value); },
-                        [&] { (*accessors.Setter)(*this, value); });
+    WriteDerived<int32_t>(value, [&] { return std::to_string(value); });
 }
 
 double TIPUserDefinedParameter_DerivedExternal::Value() const {
-    return DerivedGet<double>(*this);
+    return DerivedValue<double>();
 }
 bool TIPUserDefinedParameter_DerivedExternal::HasSetter() const {
-    return DerivedHasSetter<double>(*this);
+    return DerivedHasSetter<double>();
 }
 void TIPUserDefinedParameter_DerivedExternal::SetValue(double value) {
-    const auto& accessors = SetterOf<double>(*this);
-    CheckOwnerWritable();
-    FInitialized = true;
     value = Limit(value);
-    CommitDerivedChange([&] { return FloatToStr(value); },
-                        [&] { (*accessors.Setter)(*this, value); });
+    WriteDerived<double>(value, [&] { return FloatToStr(value); });
 }
 
 } // namespace tw

@@ -39,33 +39,17 @@ void TIPSystemOfUnits::AssignEssentialState(const TKovObject& source) {
 
 TW_KOV_CLASS_IMPL(TIPSystemOfUnits_DerivedExternal, TIPSystemOfUnits, nullptr)
 
-namespace {
-const TDerivedAccessors<const TSystemOfUnits*>* AccessorsOf(const TKovIntrinsicProperty& p) {
-    return dynamic_cast<const TDerivedAccessors<const TSystemOfUnits*>*>(p.Declaration());
-}
-} // namespace
-
 const TSystemOfUnits& TIPSystemOfUnits_DerivedExternal::Value() const {
-    const auto* accessors = AccessorsOf(*this);
-    const TSystemOfUnits* units =
-        accessors && accessors->HasGetter() && Owner() ? (*accessors->Getter)(*this) : nullptr;
+    const TSystemOfUnits* units = DerivedValue<const TSystemOfUnits*>();
     return units ? *units : *_FValue; // no owner's system: a fresh one
 }
 
 bool TIPSystemOfUnits_DerivedExternal::HasSetter() const {
-    const auto* accessors = AccessorsOf(*this);
-    return accessors && accessors->HasSetter();
+    return DerivedHasSetter<const TSystemOfUnits*>();
 }
 
 void TIPSystemOfUnits_DerivedExternal::SetValue(const TSystemOfUnits& units) {
-    const auto* accessors = AccessorsOf(*this);
-    if (!accessors || !accessors->HasSetter() || !Owner())
-        throw EIntrinsicPropertyAssignError(
-            Format("Property %s is derived and has no setter", Name()));
-    CheckOwnerWritable();
-    FInitialized = true;
-    CommitDerivedChange([&] { return UnitsText(units); },
-                        [&] { (*accessors->Setter)(*this, &units); });
+    WriteDerived<const TSystemOfUnits*>(&units, [&] { return UnitsText(units); });
 }
 
 TKovIntrinsicPropertyDeclaration& AddSystemOfUnits(TKovIntrinsicPropertyDeclarationList& list,

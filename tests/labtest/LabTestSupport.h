@@ -5,8 +5,11 @@
 #include "materials/TestMaterial.h"
 #include "services/UserMessages.h"
 
+#include <filesystem>
+#include <fstream>
 #include <map>
 #include <memory>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -45,6 +48,17 @@ public:
     }
     void Changed() { Observable.NotifyObservers(); }
 };
+
+// A file's bytes, as they stand.
+inline std::string ReadBytes(const std::filesystem::path& path) {
+    std::ifstream in(path, std::ios::binary);
+    std::ostringstream text;
+    text << in.rdbuf();
+    return text.str();
+}
+inline void WriteBytes(const std::filesystem::path& path, const std::string& bytes) {
+    std::ofstream(path, std::ios::binary) << bytes;
+}
 
 // Records messages for the life of a scope.
 class TMessageRecorder : public IUserMessages {
