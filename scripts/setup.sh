@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Installs every Debian package the project builds, tests and runs with. Works as root or
 # through sudo, skips what is installed and runs apt-get update only when something is missing.
+# With --fuzz it also installs clang and its sanitizer and libFuzzer runtimes (scripts/fuzz.sh).
 set -euo pipefail
 
 packages=(
@@ -14,6 +15,9 @@ packages=(
     # tests and benchmarks
     libgtest-dev libgmock-dev libbenchmark-dev xvfb xauth
 )
+if [[ "${1:-}" == "--fuzz" ]]; then
+    packages+=(clang libclang-rt-dev)
+fi
 
 missing=()
 for p in "${packages[@]}"; do
