@@ -1,10 +1,19 @@
 # tw_add_library(<subsystem> DEPS <libs...>): the static library tw_<subsystem> from every
-# .cpp of src/<subsystem>. Headers are included as "<subsystem>/Header.h" from src/.
+# .cpp of src/<subsystem>. Headers are included as "<subsystem>/Header.h".
+#
+# The layer order is a fact of the build: a library sees its own headers and those of the
+# libraries it links, nothing else. Each library gets an include root of its own in the build
+# tree, holding one link "<subsystem>" to its folder; linking a library passes on its root. A
+# header that reaches up the order is therefore not found. scripts/check_layers.sh checks the
+# order itself (also for headers that no file compiles yet) and runs with the tests.
 function(tw_add_library subsystem)
     cmake_parse_arguments(ARG "" "" "DEPS" ${ARGN})
     file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*.cpp)
     add_library(tw_${subsystem} STATIC ${sources})
-    target_include_directories(tw_${subsystem} PUBLIC ${PROJECT_SOURCE_DIR}/src)
+    set(root ${PROJECT_BINARY_DIR}/include/${subsystem})
+    file(MAKE_DIRECTORY ${root})
+    file(CREATE_LINK ${CMAKE_CURRENT_SOURCE_DIR} ${root}/${subsystem} SYMBOLIC)
+    target_include_directories(tw_${subsystem} PUBLIC ${root})
     target_link_libraries(tw_${subsystem} PUBLIC ${ARG_DEPS})
 endfunction()
 
