@@ -5,7 +5,8 @@
 
 #include "labtest/QBTestList.h"
 #include "materials/TestMaterial.h"
-#include "objects/IntrinsicProperty.h"
+#include "objects/IntrinsicPropertyDeclarationList.h"
+#include "objects/IntrinsicPropertyDerivedKinds.h"
 #include "units/SystemOfUnits.h"
 
 #include <functional>

@@ -5,7 +5,8 @@
 // pascal, compression negative; strains as the kernel's fractions; time in seconds.
 
 #include "labtest/QBDatatypes.h"
-#include "objects/IntrinsicProperty.h"
+#include "objects/IntrinsicPropertyDeclarationList.h"
+#include "objects/IntrinsicPropertyDerivedKinds.h"
 
 #include <array>
 #include <functional>

@@ -11,7 +11,8 @@
 #include "labtest/QBPhase.h"
 #include "labtest/QBResults.h"
 #include "materials/TestMaterial.h"
-#include "objects/IntrinsicProperty.h"
+#include "objects/IntrinsicPropertyDeclarationList.h"
+#include "objects/IntrinsicPropertyDerivedKinds.h"
 
 #include <functional>
 #include <memory>

@@ -1,4 +1,6 @@
 #include "objects/KovBaseClasses.h"
+#include "objects/IntrinsicPropertyDerivedKinds.h"
+#include "objects/IntrinsicPropertyList.h"
 
 #include "objects/IntrinsicProperty.h"
 #include "objects/IntrinsicPropertyKinds.h"

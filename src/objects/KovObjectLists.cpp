@@ -1,4 +1,5 @@
 #include "objects/KovObjectLists.h"
+#include "objects/IntrinsicPropertyDerivedKinds.h"
 
 #include "objects/ObjectManager.h"
 #include "services/Strings.h"

@@ -1,4 +1,5 @@
 #include "objects/KovValues.h"
+#include "objects/IntrinsicPropertyDerivedKinds.h"
 
 #include "objects/IntrinsicProperty.h"
 

@@ -3,6 +3,7 @@
 #include "objects/AccessStrategies.h"
 #include "objects/ComparisonUtils.h"
 #include "objects/IntrinsicPropertyKinds.h"
+#include "objects/IntrinsicPropertyList.h"
 #include "objects/IntrinsicPropertyRegistries.h"
 #include "objects/IntrinsicPropertyTools.h"
 
