@@ -1,4 +1,5 @@
 #include "labtest/QBExtendedFile.h"
+#include "objects/UpdateBracket.h"
 
 #include "labtest/QBRFile.h"
 #include "services/Format.h"
@@ -103,7 +104,7 @@ void TQBExtendedFile::WriteResults(const TQBResults& results) {
 void TQBExtendedFile::ReadResults(TQBResults& results) {
     SetPosBySection("[testresults]", 0, true);
     const TResultRowConversion conversion(&StorageSystemOfUnits());
-    results.BeginUpdate();
+    TUpdateBracket update(results);
     try {
         results.ClearRows();
         while (!EndOfFile()) {
@@ -114,23 +115,18 @@ void TQBExtendedFile::ReadResults(TQBResults& results) {
         }
         results.CalculateDerivedResults();
     } catch (...) {
-        results.ClearRows();
-        results.EndUpdate();
+        results.ClearRows(); // no half-read results
         throw;
     }
-    results.EndUpdate();
+    update.Close();
 }
 
 void TQBExtendedFile::LoadTest(TQBTestBase& test) {
     TUndoSnapshot snapshot(test, "Read test from file");
-    test.BeginUpdate();
-    try {
-        ReadTestData(test);
-    } catch (...) {
-        test.EndUpdate();
-        throw;
-    }
-    test.EndUpdate();
+    TUpdateBracket update(test);
+    ReadTestData(test);
+    update.Close();
+    snapshot.Close();
 }
 
 // ---------------------------------------------------------------------------------------------

@@ -1,4 +1,5 @@
 #include "labtest/QBProject.h"
+#include "objects/UpdateBracket.h"
 
 #include "commands/KovTaskController.h"
 #include "labtest/QBExtendedFile.h"
@@ -265,18 +266,10 @@ bool TQBProject::DoTest(TQBTestType testType) {
     bool success = false;
     TQBTestBase& test = *FMainTests->ByTestType(testType);
     test.Results().ClearRows();
-    test.BeginUpdate();
-    // The rows are read on the worker; the results tell their observers once, on this thread.
-    test.Results().BeginUpdate();
-    struct TEndUpdates {
-        TQBTestBase& Test;
-        ~TEndUpdates() {
-            Test.Results().EndUpdate();
-            Test.EndUpdate();
-        }
-    };
     {
-        TEndUpdates endUpdates{test};
+        TUpdateBracket testUpdate(test);
+        // The rows are read on the worker; the results tell their observers once, on this thread.
+        TUpdateBracket resultsUpdate(test.Results());
         TKovTaskController::ExecuteThreaded(
             Translate("Calculating..."),
             [&] {
@@ -289,6 +282,8 @@ bool TQBProject::DoTest(TQBTestType testType) {
                 }
             },
             tppNormal);
+        resultsUpdate.Close();
+        testUpdate.Close();
     }
     if (TKovObjectManager* manager = ObjectManager())
         if (!manager->IsUndoRedoSnapshotOpened())

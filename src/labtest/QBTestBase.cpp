@@ -1,4 +1,5 @@
 #include "labtest/QBTestBase.h"
+#include "objects/UpdateBracket.h"
 
 #include "objects/ObjectManager.h"
 #include "services/Strings.h"
@@ -162,14 +163,9 @@ void TQBTestBase::ResetChartSettings() {
 }
 
 void TQBTestBase::ResetToDefault(bool clearResults) {
-    BeginUpdate();
-    try {
-        SetDefaultValues(clearResults);
-    } catch (...) {
-        EndUpdate();
-        throw;
-    }
-    EndUpdate();
+    TUpdateBracket update(*this);
+    SetDefaultValues(clearResults);
+    update.Close();
 }
 
 void TQBTestBase::SetDefaultValues(bool clearResults) {
@@ -438,46 +434,39 @@ TQBTestBase::GetCyclicPhasesForStartPhase(const TQBPhase* phase) const {
 namespace {
 // One user operation on the phases: one undo step of the test around one update bracket. The
 // step closes after the bracket, and is rolled back when the operation fails.
-class TPhaseOperation {
-public:
-    TPhaseOperation(TQBTestBase& test, const std::string& caption)
-        : FSnapshot(test, caption), FTest(test) {
-        FTest.BeginUpdate();
-    }
-    ~TPhaseOperation() { FTest.EndUpdate(); }
-    TPhaseOperation(const TPhaseOperation&) = delete;
-    TPhaseOperation& operator=(const TPhaseOperation&) = delete;
-
-private:
-    TUndoSnapshot FSnapshot;
-    TQBTestBase& FTest;
-};
+template <typename Action>
+void PhaseOperation(TQBTestBase& test, const std::string& caption, Action&& action) {
+    TUndoSnapshot snapshot(test, caption);
+    TUpdateBracket update(test);
+    action();
+    update.Close();
+    snapshot.Close();
+}
 } // namespace
 
 void TQBTestBase::AddNewPhase() {
-    TPhaseOperation operation(*this, "Inserting phase");
-    InsertPhase(FPhases->Count());
+    PhaseOperation(*this, "Inserting phase", [&] { InsertPhase(FPhases->Count()); });
 }
 
 void TQBTestBase::InsertPhase(int index) {
     if (index < 0 || index > FPhases->Count())
         throw EKovListException(Format("List index out of bounds (%d)", index));
-    TPhaseOperation operation(*this, "Inserting phase");
-    std::unique_ptr<TQBPhase> phase;
-    if (index < 1) {
-        phase = Make<TQBPhase>(ObjectManager());
-        phase->SetParent(this);
-    } else {
-        phase = (*FPhases)[index - 1].Clone();
-    }
-    FPhases->Insert(index, phase.get());
-    phase.release();
+    PhaseOperation(*this, "Inserting phase", [&] {
+        std::unique_ptr<TQBPhase> phase;
+        if (index < 1) {
+            phase = Make<TQBPhase>(ObjectManager());
+            phase->SetParent(this);
+        } else {
+            phase = (*FPhases)[index - 1].Clone();
+        }
+        FPhases->Insert(index, phase.get());
+        phase.release();
+    });
 }
 
 void TQBTestBase::DeletePhase(int index) {
     FPhases->GetItem(index); // raises for an index outside the list
-    TPhaseOperation operation(*this, "Deleting phase");
-    FPhases->DeletePhase(index);
+    PhaseOperation(*this, "Deleting phase", [&] { FPhases->DeletePhase(index); });
 }
 
 void TQBTestBase::MarkPhasesCyclic(int first, int last, int cycles) {
@@ -501,54 +490,50 @@ void TQBTestBase::MarkPhasesCyclic(int first, int last, int cycles) {
                        "\"%s\", with first phase index %d and last phase index %d",
                        other.Name(), otherFirst, otherLast));
     }
-    TPhaseOperation operation(*this, "Mark phases as cyclic");
-    TQBCyclicPhases& definition =
-        FCyclicPhases->AddCyclicPhasesObject(&(*FPhases)[first], &(*FPhases)[last], cycles);
-    definition.SetParent(this);
+    PhaseOperation(*this, "Mark phases as cyclic", [&] {
+        TQBCyclicPhases& definition =
+            FCyclicPhases->AddCyclicPhasesObject(&(*FPhases)[first], &(*FPhases)[last], cycles);
+        definition.SetParent(this);
+    });
 }
 
 void TQBTestBase::DeleteCyclicPhasesDefinition(int index) {
     FCyclicPhases->GetItem(index); // raises for an index outside the list
-    TPhaseOperation operation(*this, "Remove cyclic phases definition");
-    FCyclicPhases->Delete(index);
+    PhaseOperation(*this, "Remove cyclic phases definition", [&] { FCyclicPhases->Delete(index); });
 }
 
 void TQBTestBase::RebuildCyclicTestPhases(int cycles, int stepsPerQuarter, double durationPerCycle,
                                           double stressAmplitude, double strainAmplitude,
                                           TQBLoadDirection direction,
                                           const TQBBoundaryConditions& conditions) {
-    TPhaseOperation operation(*this, "Changing phases");
-    for (int i = FPhases->Count() - 1; i >= 1; --i)
-        FPhases->DeletePhase(i);
-    if (cycles <= 0)
-        return;
-    auto add = [&](int steps, double duration, double factor) {
-        TQBLoadDirectionDoubleArray strains{};
-        TQBLoadDirectionDoubleArray stresses{};
-        strains[direction] = factor * strainAmplitude;
-        stresses[direction] = factor * stressAmplitude;
-        FPhases->AddWithSettings(this, steps, duration, strains, stresses, conditions);
-    };
-    auto quarter = [&](double factor) { add(stepsPerQuarter, durationPerCycle / 4, factor); };
-    auto half = [&](double factor) { add(2 * stepsPerQuarter, durationPerCycle / 2, factor); };
-    quarter(1.0);
-    for (int i = 0; i < cycles; ++i) {
-        half(-2.0);
-        if (i < cycles - 1)
-            half(2.0);
-    }
-    quarter(1.0);
+    PhaseOperation(*this, "Changing phases", [&] {
+        for (int i = FPhases->Count() - 1; i >= 1; --i)
+            FPhases->DeletePhase(i);
+        if (cycles <= 0)
+            return;
+        auto add = [&](int steps, double duration, double factor) {
+            TQBLoadDirectionDoubleArray strains{};
+            TQBLoadDirectionDoubleArray stresses{};
+            strains[direction] = factor * strainAmplitude;
+            stresses[direction] = factor * stressAmplitude;
+            FPhases->AddWithSettings(this, steps, duration, strains, stresses, conditions);
+        };
+        auto quarter = [&](double factor) { add(stepsPerQuarter, durationPerCycle / 4, factor); };
+        auto half = [&](double factor) { add(2 * stepsPerQuarter, durationPerCycle / 2, factor); };
+        quarter(1.0);
+        for (int i = 0; i < cycles; ++i) {
+            half(-2.0);
+            if (i < cycles - 1)
+                half(2.0);
+        }
+        quarter(1.0);
+    });
 }
 
 void TQBTestBase::UpdateMaterialDependentProperties() {
-    BeginUpdate();
-    try {
-        UpdatePropertyAvailability();
-    } catch (...) {
-        EndUpdate();
-        throw;
-    }
-    EndUpdate();
+    TUpdateBracket update(*this);
+    UpdatePropertyAvailability();
+    update.Close();
     NotifyObservers();
 }
 
@@ -609,12 +594,10 @@ void TQBTestBase::MakePropertiesReadOnly() {
 }
 
 void TQBTestBase::DoAfterLoadFromStorage() {
-    BeginUpdate();
+    TUpdateBracket update(*this);
     UpdateMaterialDependentProperties();
-    BeginUpdate();
     UpdateFromInitialStresses();
-    EndUpdate();
-    EndUpdate();
+    update.Close();
 }
 
 void TQBTestBase::UpdateAdvancedResultsVisibility() {
@@ -683,30 +666,26 @@ void TQBTestBase::PropertyChanged(TKovIntrinsicProperty& property) {
 
 void TQBTestBase::CopyFrom(const TQBTestBase& source) {
     TUndoSnapshot snapshot(*this, "Copy test");
-    BeginUpdate();
-    try {
-        CopyIntrinsicPropertiesFrom(source, cipoIncludeReadonly);
-        // The references to the owned lists stay ours.
-        Property<TIPKovObject>("Phases").SetValue(FPhases.get());
-        Property<TIPKovObject>("CyclicPhases").SetValue(FCyclicPhases.get());
-        Property<TIPKovObject>("Results").SetValue(FResults.get());
-        if (source.FOwnedMaterial) {
-            const ITestMaterial* material = source.FOwnedMaterial.get();
-            FOnGetMaterial = [material] { return const_cast<ITestMaterial*>(material); };
-        } else {
-            FOnGetMaterial = source.FOnGetMaterial;
-        }
-        FPhases->CopyFrom(*source.FPhases);
-        for (int i = 0; i < FPhases->Count(); ++i)
-            (*FPhases)[i].SetParent(this);
-        FCyclicPhases->CopyFrom(*source.FCyclicPhases, *source.FPhases, *FPhases);
-        FChartSettings->CopyFrom(*source.FChartSettings);
-        FLoadedChartSettings->CopyFrom(*source.FLoadedChartSettings);
-    } catch (...) {
-        EndUpdate();
-        throw;
+    TUpdateBracket update(*this);
+    CopyIntrinsicPropertiesFrom(source, cipoIncludeReadonly);
+    // The references to the owned lists stay ours.
+    Property<TIPKovObject>("Phases").SetValue(FPhases.get());
+    Property<TIPKovObject>("CyclicPhases").SetValue(FCyclicPhases.get());
+    Property<TIPKovObject>("Results").SetValue(FResults.get());
+    if (source.FOwnedMaterial) {
+        const ITestMaterial* material = source.FOwnedMaterial.get();
+        FOnGetMaterial = [material] { return const_cast<ITestMaterial*>(material); };
+    } else {
+        FOnGetMaterial = source.FOnGetMaterial;
     }
-    EndUpdate();
+    FPhases->CopyFrom(*source.FPhases);
+    for (int i = 0; i < FPhases->Count(); ++i)
+        (*FPhases)[i].SetParent(this);
+    FCyclicPhases->CopyFrom(*source.FCyclicPhases, *source.FPhases, *FPhases);
+    FChartSettings->CopyFrom(*source.FChartSettings);
+    FLoadedChartSettings->CopyFrom(*source.FLoadedChartSettings);
+    update.Close();
+    snapshot.Close();
 }
 
 std::unique_ptr<TQBTestBase> TQBTestBase::Clone() const {
@@ -774,10 +753,10 @@ void TQBTestWithConsolidation::PropertyChanged(TKovIntrinsicProperty& property) 
         if (Consolidation() == qbcK0) {
             k0.SetReadOnly(false);
         } else {
-            k0.BeginUpdate();
+            TUpdateBracket update(k0);
             k0.SetValue(1.0);
             k0.SetReadOnly(true);
-            k0.EndUpdate();
+            update.Close();
         }
     } else if (name == "k0") {
         UpdateStressesFromK0();

@@ -35,20 +35,13 @@ std::unique_ptr<TQBTestList> TQBTestList::Clone() const {
 
 void TQBTestList::CopyFrom(const TQBTestList& source) {
     TKovObjectManager* manager = ObjectManager();
-    if (manager)
-        manager->BeginHighPerformanceMode();
-    try {
+    {
+        THighPerformanceMode highPerformance(manager);
         for (int i = 0; i < Count() && i < source.Count(); ++i)
             GetItems(i)->CopyFrom(*source.GetItems(i));
-    } catch (...) {
-        if (manager)
-            manager->EndHighPerformanceMode();
-        throw;
     }
-    if (manager) {
-        manager->EndHighPerformanceMode();
+    if (manager)
         manager->ClearRevertStacks();
-    }
 }
 
 std::unique_ptr<TQBTestBase> CreateTest(TQBTestType type, TKovObjectManager* manager,

@@ -6,6 +6,7 @@
 // IntrinsicPropertyKinds.h, the derived kinds in IntrinsicPropertyDerivedKinds.h.
 
 #include "objects/IntrinsicPropertyDeclaration.h"
+#include "objects/RevertStacks.h"
 
 #include <memory>
 #include <string>

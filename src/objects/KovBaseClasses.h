@@ -299,27 +299,6 @@ template <typename C> constexpr TKovClass::TCreateProperty PropertyFactoryOf() {
         return nullptr;
 }
 
-// Opens an undo snapshot on an object for the life of a scope, and closes it at the end: with a
-// rollback when the scope is left by an exception, so a failed action leaves no partial step.
-class TUndoSnapshot {
-public:
-    TUndoSnapshot(TKovObject& object, const std::string& caption)
-        : FObject(object), FOpened(object.BeginUndoSnapshot(caption)),
-          FExceptions(std::uncaught_exceptions()) {}
-    // The caption is made only when the snapshot is the outermost one.
-    TUndoSnapshot(TKovObject& object, const std::function<std::string()>& caption)
-        : FObject(object), FOpened(object.BeginUndoSnapshotLazy(caption)),
-          FExceptions(std::uncaught_exceptions()) {}
-    TUndoSnapshot(const TUndoSnapshot&) = delete;
-    TUndoSnapshot& operator=(const TUndoSnapshot&) = delete;
-    ~TUndoSnapshot() noexcept(false);
-
-private:
-    TKovObject& FObject;
-    bool FOpened;
-    int FExceptions;
-};
-
 class TKovObservableObject : public TKovObject {
     TW_KOV_CLASS(TKovObservableObject, TKovObject)
 public:

@@ -2,6 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include "objects/UpdateBracket.h"
+#include "services/Log.h"
+
+#include <stdexcept>
+
 using namespace tw;
 using namespace tw::testing;
 
@@ -91,4 +96,48 @@ TEST(Observers, UpdateBracketsCoalesceIntoOneNotification) {
     observable.BeginUpdate();
     observable.EndUpdate(); // nothing suppressed, nothing sent
     EXPECT_EQ(observer.Count, 1);
+}
+
+TEST(UpdateBracket, OneNotificationForAllChangesAndNoExceptionFromTheDestructor) {
+    TObservable observable;
+    int heard = 0;
+    bool observerFails = false;
+    TObserver observer([&](TNotifySender) {
+        ++heard;
+        if (observerFails)
+            throw std::runtime_error("observer fails");
+    });
+    observable.AttachObserver(&observer);
+    {
+        TUpdateBracket update(observable);
+        observable.NotifyObservers();
+        observable.NotifyObservers();
+        EXPECT_EQ(heard, 0);
+        update.Close();
+    }
+    EXPECT_EQ(heard, 1);
+
+    // Closing lets the observer's failure through...
+    observerFails = true;
+    TUpdateBracket failing(observable);
+    observable.NotifyObservers();
+    EXPECT_THROW(failing.Close(), std::runtime_error);
+    EXPECT_EQ(observable.LockLevel(), 0);
+
+    // ...while a bracket left by an exception ends the update, logs, and lets the first
+    // exception pass.
+    std::vector<std::string> logged;
+    TLogSink previous = SetLogSink([&](const std::string& message) { logged.push_back(message); });
+    EXPECT_THROW(
+        {
+            TUpdateBracket update(&observable);
+            observable.NotifyObservers();
+            throw std::logic_error("the action fails");
+        },
+        std::logic_error);
+    SetLogSink(previous);
+    EXPECT_EQ(observable.LockLevel(), 0);
+    ASSERT_EQ(logged.size(), 1u);
+    EXPECT_EQ(logged[0], "ending an update failed: observer fails");
+    observable.DetachObserver(&observer);
 }

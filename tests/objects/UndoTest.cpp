@@ -1,6 +1,11 @@
 #include "TestThing.h"
 
+#include "objects/RevertStacks.h"
+#include "services/Log.h"
+
 #include <gtest/gtest.h>
+
+#include <stdexcept>
 
 using namespace tw;
 using namespace tw::testing;
@@ -353,4 +358,72 @@ TEST_F(UndoFixture, DiagnosisTracesAndTheMessagesOfMisuse) {
     } catch (const ERevertStackException& e) {
         EXPECT_STREQ(e.what(), "Did not expect to get revert lock < 0!");
     }
+}
+
+namespace {
+// A thing whose state can be made to refuse copying: a memento that cannot be put back.
+class TFragileThing : public TTestThing {
+    TW_KOV_CLASS(TFragileThing, TTestThing)
+public:
+    using TTestThing::TTestThing;
+    static inline bool FailAssign = false;
+
+protected:
+    void AssignEssentialState(const TKovObject& source) override {
+        if (FailAssign)
+            throw std::runtime_error("state refuses to be copied");
+        TTestThing::AssignEssentialState(source);
+    }
+};
+TW_KOV_CLASS_IMPL(TFragileThing, TTestThing, nullptr)
+} // namespace
+
+TEST_F(UndoFixture, ARollbackThatFailsDuringUnwindingIsLoggedAndTheModelStaysUsable) {
+    Manager.LockRevert();
+    auto thing = tw::Make<TFragileThing>(&Manager);
+    Manager.UnlockRevert();
+    thing->SetName("Fragile");
+    thing->Number().SetValue(1);
+    const int steps = Manager.UndoCount();
+    std::vector<std::string> logged;
+    TLogSink previous = SetLogSink([&](const std::string& message) { logged.push_back(message); });
+
+    // The action fails, and so does putting the thing's own state back: the action's exception
+    // comes through (no second exception ends the program), the failure of the rollback is
+    // logged, and the rest of the step is still rolled back.
+    EXPECT_THROW(
+        {
+            TUndoSnapshot snapshot(*thing, "Failing action");
+            thing->Number().SetValue(2);
+            thing->SetName("Renamed");
+            TFragileThing::FailAssign = true;
+            throw std::logic_error("the action fails");
+        },
+        std::logic_error);
+    TFragileThing::FailAssign = false;
+    SetLogSink(previous);
+
+    ASSERT_EQ(logged.size(), 1u);
+    EXPECT_NE(logged[0].find("rolling back an undo step failed: state refuses to be copied"),
+              std::string::npos);
+    EXPECT_EQ(thing->Number().Value(), 1.0); // its own entry went back
+    EXPECT_FALSE(thing->IsFreed());
+    // Registered under the one name it holds, whichever it is after the failed copy.
+    EXPECT_EQ(Manager.ObjectRegistry().GetObject(thing->Name()), thing.get());
+    EXPECT_FALSE(Manager.IsUndoRedoSnapshotOpened());
+    EXPECT_EQ(Manager.UndoCount(), steps);
+
+    // The model goes on: a new step records and undoes.
+    thing->Number().SetValue(5);
+    EXPECT_EQ(Manager.UndoCount(), steps + 1);
+    Manager.Undo();
+    EXPECT_EQ(thing->Number().Value(), 1.0);
+}
+
+TEST_F(UndoFixture, AFailedCloseOfAnUnbalancedStepRaisesOnlyFromClose) {
+    auto thing = Make();
+    TUndoSnapshot snapshot(*thing, "Outer");
+    thing->Number().SetValue(3);
+    Manager.UndoEndSnapshot(); // someone else closes the step under the snapshot's feet
+    EXPECT_THROW(snapshot.Close(), ERevertStackException);
 }
