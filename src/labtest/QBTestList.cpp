@@ -1,5 +1,14 @@
 #include "labtest/QBTestList.h"
 
+#include "labtest/QBTestCDSS.h"
+#include "labtest/QBTestCRS.h"
+#include "labtest/QBTestCycTriaxial.h"
+#include "labtest/QBTestDSS.h"
+#include "labtest/QBTestGeneral.h"
+#include "labtest/QBTestOedometer.h"
+#include "labtest/QBTestPressuremeter.h"
+#include "labtest/QBTestTriaxial.h"
+
 #include "objects/ObjectManager.h"
 
 namespace tw {

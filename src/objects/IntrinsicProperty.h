@@ -6,10 +6,12 @@
 // IntrinsicPropertyKinds.h, the derived kinds in IntrinsicPropertyDerivedKinds.h.
 
 #include "objects/IntrinsicPropertyDeclaration.h"
+#include "objects/PropertyName.h"
 #include "objects/RevertStacks.h"
 
 #include <memory>
 #include <string>
+#include <type_traits>
 
 namespace tw {
 
@@ -26,6 +28,10 @@ public:
 
     std::string Name() const override;
     std::string CleanName() const;
+    // Whether the property is declared under exactly this name; no copy, no cleaning.
+    bool HasName(const char* name) const {
+        return FDeclaration && FDeclaration->OriginalName() == name;
+    }
     std::string Caption() const override { return FCaption; }
     void SetCaption(const std::string& caption) { FCaption = caption; }
     std::string OwnerName() const;
@@ -182,6 +188,50 @@ void TKovIntrinsicProperty::WriteDerived(const V& value, Text&& text) {
     CheckOwnerWritable();
     FInitialized = true;
     CommitDerivedChange(std::forward<Text>(text), [&] { (*accessors->Setter)(*this, value); });
+}
+
+// The accessors of a derived property that reads (and writes) through member functions of its
+// owner, for the declaring helpers:
+//
+//     list.AddDerivedDoubleWithUnit(ip::CellPressure.Name, qtPressure,
+//         ByOwner(&TQBTestTriaxialBase::CellPressure, &TQBTestTriaxialBase::SetCellPressure));
+//
+// `Owner` is the class that declares the property, or an interface it implements (a property of
+// an owner that doesn't raises on access). `V` is the value type of the property when it differs
+// from what the getter answers (an enumerated type read as an index).
+template <typename Owner> Owner& OwnerOf(const TKovIntrinsicProperty& property) {
+    if constexpr (std::is_base_of_v<TKovObservableObject, Owner>) {
+        return static_cast<Owner&>(*property.Owner());
+    } else {
+        auto* owner = dynamic_cast<Owner*>(property.Owner());
+        if (!owner)
+            throw EIntrinsicPropertyException(
+                Format("The owner of %s doesn't serve this property", property.Name()));
+        return *owner;
+    }
+}
+
+template <typename V = void, typename Owner, typename R> auto ByOwner(R (Owner::*getter)() const) {
+    using TValue = std::conditional_t<std::is_void_v<V>, std::decay_t<R>, V>;
+    return TDerivedAccessors<TValue>([getter](const TKovIntrinsicProperty& p) {
+        return static_cast<TValue>((OwnerOf<Owner>(p).*getter)());
+    });
+}
+
+template <typename V = void, typename Owner, typename R, typename P>
+auto ByOwner(R (Owner::*getter)() const, void (Owner::*setter)(P)) {
+    using TValue = std::conditional_t<std::is_void_v<V>, std::decay_t<R>, V>;
+    return TDerivedAccessors<TValue>(
+        [getter](const TKovIntrinsicProperty& p) {
+            return static_cast<TValue>((OwnerOf<Owner>(p).*getter)());
+        },
+        [setter](TKovIntrinsicProperty& p, const TValue& value) {
+            (OwnerOf<Owner>(p).*setter)(static_cast<std::decay_t<P>>(value));
+        });
+}
+
+template <typename P> P& TKovObservableObject::Property(const TPropertyName<P>& name) const {
+    return Property<P>(std::string(name.Name));
 }
 
 template <typename P> P& TKovObservableObject::Property(const std::string& name) const {

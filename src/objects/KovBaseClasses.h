@@ -11,6 +11,7 @@
 // stack. Objects refer to one another by GUID, never by pointer across undo or load.
 
 #include "objects/Observer.h"
+#include "objects/PropertyName.h"
 #include "objects/UniqueID.h"
 #include "objects/VarRec.h"
 #include "services/Format.h"
@@ -323,8 +324,14 @@ public:
     TKovIntrinsicProperty* GetIntrinsicProperty(int index) const;
     // The property of that name (compared in clean form), or nullptr.
     TKovIntrinsicProperty* GetIntrinsicPropertyByName(const std::string& name) const;
+    template <typename P>
+    TKovIntrinsicProperty* GetIntrinsicPropertyByName(const TPropertyName<P>& name) const {
+        return GetIntrinsicPropertyByName(std::string(name.Name));
+    }
     // As above, raising when there is none; typed.
     template <typename P> P& Property(const std::string& name) const;
+    // The property of a name constant (PropertyName.h), of the constant's kind.
+    template <typename P> P& Property(const TPropertyName<P>& name) const;
     void GetIntrinsicProperties(std::vector<TKovIntrinsicProperty*>& list) const;
     // The owned list of the properties, in declaration order.
     TKovIntrinsicPropertyList& IntrinsicProperties() const;

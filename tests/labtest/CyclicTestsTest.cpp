@@ -2,6 +2,10 @@
 
 #include "labtest/QBCyclicTestHelper.h"
 #include "labtest/QBProject.h"
+#include "labtest/QBTestCDSS.h"
+#include "labtest/QBTestCycTriaxial.h"
+#include "labtest/QBTestDSS.h"
+#include "labtest/QBTestGeneral.h"
 #include "objects/ObjectManager.h"
 
 #include <gtest/gtest.h>
@@ -369,7 +373,7 @@ TEST(CyclicTests, ResetBringsAChangedTestBackToItsDefaults) {
     test->ResetToDefault(true);
     ASSERT_EQ(test->Phases().Count(), 1);
     EXPECT_EQ(test->Phases()[0].GetStressIncrement(ldXY), 0.0);
-    EXPECT_EQ(test->Phases()[0].BoundaryConditions(), TQBTestCDSS::InitialBoundaryConditions());
+    EXPECT_EQ(test->Phases()[0].BoundaryConditions(), test->CyclicKind().InitialBoundaryConditions);
     EXPECT_EQ(test->TestControlType(), tctStrain);
     EXPECT_EQ(test->StoredStressAmplitude(), 0.0);
     EXPECT_TRUE(test->GetIntrinsicPropertyByName("ShearStrainAmplitude")->IsPublished());

@@ -3,6 +3,8 @@
 #include "labtest/QBExtendedFile.h"
 #include "labtest/QBKernelRun.h"
 #include "labtest/QBProject.h"
+#include "labtest/QBTestGeneral.h"
+#include "labtest/QBTestTriaxial.h"
 #include "objects/ObjectManager.h"
 
 #include <gtest/gtest.h>

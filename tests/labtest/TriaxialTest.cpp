@@ -2,6 +2,7 @@
 
 #include "labtest/QBProject.h"
 #include "labtest/QBTestList.h"
+#include "labtest/QBTestTriaxial.h"
 #include "objects/ObjectManager.h"
 
 #include <gtest/gtest.h>
