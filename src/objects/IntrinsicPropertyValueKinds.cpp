@@ -323,7 +323,7 @@ bool TIPKovObject::Accept(TKovObject*& object) const {
         throw EIntrinsicPropertyAssignError(
             Format("Expected property of type %s, but got type %s",
                    TypeNameFromClassName(FDeclaration->AssociatedClass()->Name()),
-                   object->ClassType().Name()));
+                   object ? object->ClassType().Name() : std::string("nil")));
     return true;
 }
 
