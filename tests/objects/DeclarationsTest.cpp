@@ -7,12 +7,15 @@
 #include "objects/IntrinsicPropertyRegistries.h"
 #include "objects/IntrinsicPropertyTools.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <cmath>
 
 using namespace tw;
 using namespace tw::testing;
+using ::testing::StrEq;
+using ::testing::ThrowsMessage;
 
 namespace {
 // A chain of classes used only by the modifier test, so that their declarations are built there.
@@ -88,14 +91,10 @@ TEST(Declarations, ListsFindByCleanNameAfterEveryReshuffle) {
     // A class's list can be given only once.
     TTestThing::StaticClass().Declarations();
     auto replacement = std::make_unique<TKovIntrinsicPropertyDeclarationList>();
-    try {
-        TTestThing::StaticClass().RegisterDeclarations(std::move(replacement));
-        FAIL();
-    } catch (const EIntrinsicPropertyDeclarationError& e) {
-        EXPECT_STREQ(
-            e.what(),
-            "Intrinsic property declaration list for class TTestThing already registered!");
-    }
+    EXPECT_THAT(
+        [&] { TTestThing::StaticClass().RegisterDeclarations(std::move(replacement)); },
+        ThrowsMessage<EIntrinsicPropertyDeclarationError>(
+            StrEq("Intrinsic property declaration list for class TTestThing already registered!")));
 }
 
 TEST(Declarations, PropertyListsFindByNameEvenWhenOutOfStepWithTheDeclarations) {
@@ -120,20 +119,14 @@ TEST(Declarations, RegistriesOfDeclarationClassesAndModelClasses) {
     auto made = IPDoubleWithUnitDeclarationClass.Create("Made", TIPDoubleWithUnit::StaticClass());
     EXPECT_EQ(made->DeclarationTypeName(), std::string("DeclarationDoubleWithUnit"));
     static const TIPDeclarationClass other{"TOtherDeclaration", "DeclarationInteger", nullptr};
-    try {
-        declarations.RegisterClass(&other);
-        FAIL();
-    } catch (const EClassRegistryException& e) {
-        EXPECT_STREQ(e.what(), "Cannot register two classes by the name DeclarationInteger. "
-                               "Already registered: TIPIntegerDeclaration, new request to "
-                               "register: TOtherDeclaration");
-    }
-    try {
-        declarations.RegisterClass(&other, "1st");
-        FAIL();
-    } catch (const EClassRegistryException& e) {
-        EXPECT_STREQ(e.what(), "Invalid registration name \"1st\" for class TOtherDeclaration");
-    }
+    EXPECT_THAT([&] { declarations.RegisterClass(&other); },
+                ThrowsMessage<EClassRegistryException>(
+                    StrEq("Cannot register two classes by the name DeclarationInteger. "
+                          "Already registered: TIPIntegerDeclaration, new request to "
+                          "register: TOtherDeclaration")));
+    EXPECT_THAT([&] { declarations.RegisterClass(&other, "1st"); },
+                ThrowsMessage<EClassRegistryException>(
+                    StrEq("Invalid registration name \"1st\" for class TOtherDeclaration")));
 
     TKovObjectClassRegistry registry;
     registry.RegisterClass(&TTestThing::StaticClass());
@@ -224,12 +217,9 @@ TEST(Declarations, TheDefaultAccessStrategyReadsAndWritesEveryKind) {
     strategyOf("Text").SetValue(std::string("say \"hi\""));
     EXPECT_EQ(strategyOf("Text").GetAsCommandParam(), "\"say \"\"hi\"\"\"");
     EXPECT_EQ(strategyOf("Number").CompareValue(3.0), 1);
-    try {
-        strategyOf("Flag").SetValue(int32_t(1));
-        FAIL();
-    } catch (const EIntrinsicPropertyAssignError& e) {
-        EXPECT_STREQ(e.what(), "TASIP_Default.DoGetValue called with wrong var type");
-    }
+    EXPECT_THAT([&] { strategyOf("Flag").SetValue(int32_t(1)); },
+                ThrowsMessage<EIntrinsicPropertyAssignError>(
+                    StrEq("TASIP_Default.DoGetValue called with wrong var type")));
     EXPECT_THROW(strategyOf("Ref").SetValue(std::string("x")), EIntrinsicPropertyAssignError);
     strategyOf("Ref").SetValue(static_cast<TKovObject*>(thing.get()));
     EXPECT_EQ(strategyOf("Ref").GetValueText(), thing->Name());
@@ -284,14 +274,11 @@ TEST(Declarations, ValueToolsAndComparisons) {
     TKovIntrinsicPropertyDeclarationList list;
     list.AddOfKind<TIPStaged>("Staged");
     std::unique_ptr<TKovIntrinsicProperty> staged(list[0].CreateInstanceOfProperty(nullptr));
-    try {
-        TIntrinsicPropertyTools::GetValueAsTValue(*staged);
-        FAIL();
-    } catch (const EIntrinsicPropertyException& e) {
-        EXPECT_STREQ(e.what(), "Unable to get the value of intrinsic property Staged of type "
-                               "TIPStaged as TValue!. The TValue getter for this type or its "
-                               "ancesstor(s) is not registered!");
-    }
+    EXPECT_THAT([&] { TIntrinsicPropertyTools::GetValueAsTValue(*staged); },
+                ThrowsMessage<EIntrinsicPropertyException>(
+                    StrEq("Unable to get the value of intrinsic property Staged of type "
+                          "TIPStaged as TValue!. The TValue getter for this type or its "
+                          "ancesstor(s) is not registered!")));
     TIntrinsicPropertyTools::RegisterTValueGetterFunctionForClasses(
         {&TIPStaged::StaticClass()}, [](const TKovIntrinsicProperty&) { return TValue("staged"); });
     EXPECT_EQ(TIntrinsicPropertyTools::GetValueAsTValue(*staged).As<std::string>(), "staged");
@@ -300,12 +287,9 @@ TEST(Declarations, ValueToolsAndComparisons) {
     TIntrinsicPropertyTools::AppendIPValueToVarRecArray(thing->Property<TIPColor>("Colour"),
                                                         records);
     EXPECT_EQ(records.size(), 1u);
-    try {
-        TIntrinsicPropertyTools::AppendIPValueToVarRecArray(table, records);
-        FAIL();
-    } catch (const EIntrinsicPropertyException& e) {
-        EXPECT_STREQ(e.what(), "Unable to save the value of intrinsic property Table");
-    }
+    EXPECT_THAT([&] { TIntrinsicPropertyTools::AppendIPValueToVarRecArray(table, records); },
+                ThrowsMessage<EIntrinsicPropertyException>(
+                    StrEq("Unable to save the value of intrinsic property Table")));
 
     auto a = Make<TTestThing>(nullptr), b = Make<TTestThing>(nullptr);
     a->Number().SetValue(1);
@@ -318,32 +302,22 @@ TEST(Declarations, ValueToolsAndComparisons) {
     EXPECT_EQ(TIntrinsicPropertyTools::CompareIPValue(a->Property<TIPText>("Text"),
                                                       b->Property<TIPText>("Text")),
               1);
-    try {
-        TIntrinsicPropertyTools::CompareIPValue(a->Number(), a->Choice());
-        FAIL();
-    } catch (const EIntrinsicPropertyException& e) {
-        EXPECT_STREQ(e.what(), "Type mismatch between IP values");
-    }
+    EXPECT_THAT(
+        [&] { TIntrinsicPropertyTools::CompareIPValue(a->Number(), a->Choice()); },
+        ThrowsMessage<EIntrinsicPropertyException>(StrEq("Type mismatch between IP values")));
 
     using A = TValue::TArray;
     EXPECT_EQ(TIntrinsicPropertyTools::CompareTValues(int32_t(2), 2.0), 0);
     EXPECT_EQ(TIntrinsicPropertyTools::CompareTValues(A{1.0, 2.0}, A{1.0, 3.0}), -1);
     EXPECT_EQ(TIntrinsicPropertyTools::CompareTValues(A{1.0, 2.0}, A{1.0}), 1);
-    try {
-        TIntrinsicPropertyTools::CompareTValues(A{1.0}, 1.0);
-        FAIL();
-    } catch (const EIntrinsicPropertyException& e) {
-        EXPECT_STREQ(e.what(), "Cannot compare arrays to non-arrays.");
-    }
+    EXPECT_THAT(
+        [&] { TIntrinsicPropertyTools::CompareTValues(A{1.0}, 1.0); },
+        ThrowsMessage<EIntrinsicPropertyException>(StrEq("Cannot compare arrays to non-arrays.")));
 
     TDoubleEqualityEvaluator evaluator;
-    try {
-        evaluator.Evaluate(1, 2.5, "pressure");
-        FAIL();
-    } catch (const EComparisonException& e) {
-        EXPECT_STREQ(e.what(),
-                     "Unable to compare the values 1 and 2.5, no evaluation function is defined!");
-    }
+    EXPECT_THAT([&] { evaluator.Evaluate(1, 2.5, "pressure"); },
+                ThrowsMessage<EComparisonException>(StrEq(
+                    "Unable to compare the values 1 and 2.5, no evaluation function is defined!")));
     evaluator.AddEvaluationFunction("pressure",
                                     [](double x, double y) { return std::fabs(x - y) < 1; });
     EXPECT_TRUE(evaluator.Evaluate(1, 1.5, "pressure"));

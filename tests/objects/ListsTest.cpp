@@ -3,10 +3,13 @@
 #include "objects/ClassObjectAssociations.h"
 #include "objects/RadixTree.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 using namespace tw;
 using namespace tw::testing;
+using ::testing::StrEq;
+using ::testing::ThrowsMessage;
 
 namespace {
 struct Lists : ::testing::Test {
@@ -162,12 +165,8 @@ TEST_F(Lists, ObservableListsAndTheirWalks) {
     list->Add(b);
     b->Number().SetValue(3);
     EXPECT_EQ(contentObserver.Count, 1); // later items are watched too
-    try {
-        list->NotifyItem(a, 7);
-        FAIL();
-    } catch (const EKovListException& e) {
-        EXPECT_STREQ(e.what(), "Unexpected list action: 7");
-    }
+    EXPECT_THAT([&] { list->NotifyItem(a, 7); },
+                ThrowsMessage<EKovListException>(StrEq("Unexpected list action: 7")));
     EXPECT_EQ(list->GetItemAs<TTestThing>(1), b);
     list->DetachObserverFromAllContents(&contentObserver);
     list->DetachObserver(&listObserver);
@@ -196,12 +195,8 @@ TEST_F(Lists, ObservableListsAndTheirWalks) {
     EXPECT_EQ(seen, (std::vector<int>{1, 2, 3}));
     EXPECT_EQ(numbers.ListenerCount(), 0u);
     TObjectListGenerator<int> unassigned(nullptr);
-    try {
-        unassigned.Next();
-        FAIL();
-    } catch (const EEnumerableObjectList& e) {
-        EXPECT_STREQ(e.what(), "Unassigned TObjectListGenerator.FGeneratedList");
-    }
+    EXPECT_THAT([&] { unassigned.Next(); }, ThrowsMessage<EEnumerableObjectList>(StrEq(
+                                                "Unassigned TObjectListGenerator.FGeneratedList")));
 }
 
 TEST(RadixTree, SplitsAndFindsKeysSharingPrefixes) {
