@@ -7,6 +7,7 @@
 #include "labtest/QBTestTriaxial.h"
 #include "objects/ObjectManager.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -18,6 +19,8 @@
 
 using namespace tw;
 using namespace tw::testing;
+using ::testing::StrEq;
+using ::testing::ThrowsMessage;
 namespace fs = std::filesystem;
 
 namespace {
@@ -62,15 +65,6 @@ void ExpectGolden(const fs::path& written, const std::string& goldenName) {
     fs::copy_file(written, kept, fs::copy_options::overwrite_existing);
     ADD_FAILURE() << goldenName << " differs from its golden copy; compare with\n  diff " << golden
                   << " " << kept;
-}
-
-std::string MessageOf(const std::function<void()>& action) {
-    try {
-        action();
-    } catch (const std::exception& e) {
-        return e.what();
-    }
-    return "<no exception>";
 }
 
 // Every property of `b` has the value of that of `a`, numbers to the 15 digits of the files;
@@ -328,14 +322,15 @@ TEST_F(KernelFileFixture, TheIsotropicPreconsolidationStressFollowsTheSoilModel)
     clay.Numbers["MCCK0nc"] = -0.5; // p = 0
     EXPECT_EQ(IsotropicPreconsolidationStress(&clay, 300000, units), 1.0);
     clay.Numbers["MCCMCsl"] = 0;
-    EXPECT_EQ(MessageOf([&] { IsotropicPreconsolidationStress(&clay, 300000, units); }),
-              "The isotropic preconsolidation stress of material \"Sand\" can't be computed: "
-              "\"MCCMCsl\" is 0");
+    EXPECT_THAT([&] { IsotropicPreconsolidationStress(&clay, 300000, units); },
+                ThrowsMessage<std::exception>(StrEq(
+                    "The isotropic preconsolidation stress of material \"Sand\" can't be computed: "
+                    "\"MCCMCsl\" is 0")));
 
     clay.Model = mxsmmHardeningSoil;
     clay.Numbers = {{"HSK0nc", 0.5}};
-    EXPECT_EQ(MessageOf([&] { IsotropicPreconsolidationStress(&clay, 300000, units); }),
-              "Unexpected soil model: Hardening Soil");
+    EXPECT_THAT([&] { IsotropicPreconsolidationStress(&clay, 300000, units); },
+                ThrowsMessage<std::exception>(StrEq("Unexpected soil model: Hardening Soil")));
     THSCapAlphaFunction previous = SetHSCapAlphaFunction(
         [](const ITestMaterial&, double k0nc) { return k0nc == 0.5 ? 2.0 : 0.0; });
     EXPECT_NEAR(IsotropicPreconsolidationStress(&clay, 300000, units),
@@ -345,8 +340,9 @@ TEST_F(KernelFileFixture, TheIsotropicPreconsolidationStressFollowsTheSoilModel)
     SetHSCapAlphaFunction(previous);
 
     clay.Model = mxsmmSOInviscid;
-    EXPECT_EQ(MessageOf([&] { IsotropicPreconsolidationStress(&clay, 300000, units); }),
-              "Unexpected soil model: Sekiguchi-Ohta Inviscid");
+    EXPECT_THAT(
+        [&] { IsotropicPreconsolidationStress(&clay, 300000, units); },
+        ThrowsMessage<std::exception>(StrEq("Unexpected soil model: Sekiguchi-Ohta Inviscid")));
     EXPECT_EQ(IsotropicPreconsolidationStress(&clay, 0.0, units), 0.0); // no pressure, no model
     clay.Model = mxsmmMohrCoulomb;
     EXPECT_EQ(IsotropicPreconsolidationStress(&clay, 300000, units), 0.0);
@@ -401,8 +397,8 @@ TEST_F(KernelFileFixture, AFailedKernelInputLeavesNoStaleInputBehind) {
     Material->Model = mxsmmHardeningSoil;
     Material->Numbers["HSK0nc"] = 0.5;
     test.Property<TIPDouble>("PreconsolidationPressure").SetValue(100000);
-    EXPECT_EQ(MessageOf([&] { Project->WriteQBC(ttTriaxial); }),
-              "Unexpected soil model: Hardening Soil");
+    EXPECT_THAT([&] { Project->WriteQBC(ttTriaxial); },
+                ThrowsMessage<std::exception>(StrEq("Unexpected soil model: Hardening Soil")));
     EXPECT_FALSE(fs::exists(path));
     for (const auto& entry : fs::directory_iterator(fs::path(path).parent_path()))
         EXPECT_EQ(entry.path().filename().string().find("tokernel.qbc.tmp"), std::string::npos);
@@ -460,8 +456,9 @@ TEST_F(KernelFileFixture, AConfigurationWrittenAndReadBackGivesAnEqualTest) {
     oedometer.WriteTest(*other->OedometerTest());
     oedometer.Close();
     TQBSFile wrong(nullptr, Path("oedometer.qbs"));
-    EXPECT_EQ(MessageOf([&] { wrong.LoadTest(loaded); }),
-              "Test type in file doesn't match type of test.");
+    EXPECT_THAT(
+        [&] { wrong.LoadTest(loaded); },
+        ThrowsMessage<std::exception>(StrEq("Test type in file doesn't match type of test.")));
     EXPECT_EQ(loaded.Phases().Count(), 2);
     ExpectSameProperties(test, loaded);
     EXPECT_EQ(manager.UndoCount(), 1);
@@ -535,7 +532,8 @@ TEST_F(KernelFileFixture, ATestFileKeepsTheResultsAndReadsOlderVersions) {
 
     // Test parameters of version 9 are not read by this route.
     TQBTFile kernelInput(nullptr, Project->WriteQBC(ttTriaxial));
-    EXPECT_EQ(MessageOf([&] { kernelInput.LoadTest(*loaded); }),
-              "The test parameters of a file of version 9 can't be read: " +
-                  KernelWorkingDirectory() + "tokernel.qbc");
+    EXPECT_THAT([&] { kernelInput.LoadTest(*loaded); },
+                ThrowsMessage<std::exception>(
+                    StrEq("The test parameters of a file of version 9 can't be read: " +
+                          KernelWorkingDirectory() + "tokernel.qbc")));
 }
