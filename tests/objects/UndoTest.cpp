@@ -305,7 +305,7 @@ TEST_F(UndoFixture, AStepWhoseObjectIsGoneUndoesTheRestSafely) {
     EXPECT_EQ(Manager.RedoCount(), 0);
 }
 
-TEST_F(UndoFixture, DiagnosisTracesAndTheMessagesOfMisuse) {
+TEST_F(UndoFixture, DiagnosisReportsStacksThatChangedDuringARead) {
     auto thing = Make();
     TProjectRevertStackDiagnosis diagnosis;
     std::string report;
@@ -317,19 +317,30 @@ TEST_F(UndoFixture, DiagnosisTracesAndTheMessagesOfMisuse) {
     EXPECT_EQ(report, "Revert stacks changed during a read: undo 0 -> 1, redo 0 -> 0");
     diagnosis.PushCurrentStackState(&Manager);
     EXPECT_TRUE(diagnosis.PopAndVerifyCurrentStackState("nothing"));
+}
 
+TEST_F(UndoFixture, ClearingTheStacksIsTraced) {
+    auto thing = Make();
+    thing->Number().SetValue(1);
     std::vector<std::string> traces;
     SetRevertTrace([&](const std::string& text) { traces.push_back(text); });
     Manager.ClearRevertStacks();
     SetRevertTrace(nullptr);
     EXPECT_EQ(traces, (std::vector<std::string>{"+++ Revert stacks cleared!"}));
+    EXPECT_EQ(Manager.UndoCount(), 0);
+}
 
+TEST_F(UndoFixture, ANegativeStackSizeKeepsNoSteps) {
+    auto thing = Make();
     Manager.SetMaxRevertStack(-3);
     EXPECT_EQ(Manager.MaxRevertStack(), 0);
     thing->Number().SetValue(2); // a stack of no steps keeps nothing
     EXPECT_EQ(Manager.UndoCount(), 0);
     EXPECT_EQ(thing->Number().Value(), 2);
+}
 
+TEST_F(UndoFixture, MisuseOfTheMementosAndOfTheLockIsRefusedWithItsMessage) {
+    auto thing = Make();
     TKovRevertObjectMapList_Memento snapshot("x");
     EXPECT_THAT([&] { snapshot.Clear(static_cast<TRevertStackCleanMode>(5)); },
                 ThrowsMessage<ERevertStackException>(StrEq("Unexpected clean mode: 5")));
