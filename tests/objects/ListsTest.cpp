@@ -146,7 +146,7 @@ TEST_F(Lists, AReferenceListResolvesStoredGuidsWhenTheTargetsRegister) {
     EXPECT_EQ(references->GetItem(0), loaded[1].get());
 }
 
-TEST_F(Lists, ObservableListsAndTheirWalks) {
+TEST_F(Lists, ObservableListsReportItemChangesAndWatchLaterItems) {
     auto list = Quietly<TKovObservableObjectList>(&Manager, true);
     TTestThing* a = Named("A");
     {
@@ -170,8 +170,10 @@ TEST_F(Lists, ObservableListsAndTheirWalks) {
     EXPECT_EQ(list->GetItemAs<TTestThing>(1), b);
     list->DetachObserverFromAllContents(&contentObserver);
     list->DetachObserver(&listObserver);
+}
 
-    // A walk of an enumerable list: removals ahead are skipped, insertions visited.
+// A walk of an enumerable list: removals ahead are skipped, insertions visited.
+TEST(ObjectListGenerator, SkipsRemovalsAheadAndVisitsInsertionsAtTheEnd) {
     TEnumerableObjectList<int> numbers;
     int one = 1, two = 2, three = 3, four = 4;
     numbers.AddUnique(&one);
@@ -194,6 +196,9 @@ TEST_F(Lists, ObservableListsAndTheirWalks) {
     }
     EXPECT_EQ(seen, (std::vector<int>{1, 2, 3}));
     EXPECT_EQ(numbers.ListenerCount(), 0u);
+}
+
+TEST(ObjectListGenerator, RefusesToWalkWithoutAList) {
     TObjectListGenerator<int> unassigned(nullptr);
     EXPECT_THAT([&] { unassigned.Next(); }, ThrowsMessage<EEnumerableObjectList>(StrEq(
                                                 "Unassigned TObjectListGenerator.FGeneratedList")));
