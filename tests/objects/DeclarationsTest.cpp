@@ -291,8 +291,19 @@ TEST(Declarations, CopyOptionsDecideWhatIsCopied) {
     EXPECT_EQ(copied->Property<TIPDouble>("Weight").Value(), 4);
     manager.Undo(); // the feature's value comes back with the step
     EXPECT_EQ(copied->Property<TIPDouble>("Weight").Value(), 3);
+}
 
-    // Same values include the features.
+TEST(Declarations, SameValuesIncludeTheFeaturesAndTheNameOnlyWhenAsked) {
+    using O = TKovObservableObject;
+    TKovObjectManager manager;
+    auto sub = Make<TTestSubThing>(&manager);
+    sub->Number().SetValue(8);
+    sub->Property<TIPDouble>("Extra").SetValue(6);
+    sub->Property<TIPText>("Comments").SetValue("sub's");
+    auto feature = Make<TTestFeature>(&manager);
+    feature->Property<TIPDouble>("Weight").SetValue(4);
+    sub->UserFeatures().Add(feature.release());
+
     auto twin = Make<TTestSubThing>(nullptr);
     twin->CopyIntrinsicPropertiesFrom(*sub, O::cipoIncludeReadonly);
     EXPECT_FALSE(twin->HasSameIntrinsicPropertyValues(*sub)); // sub has a feature
@@ -304,8 +315,12 @@ TEST(Declarations, CopyOptionsDecideWhatIsCopied) {
     EXPECT_FALSE(lone->HasSameIntrinsicPropertyValues(*twin, true));
     EXPECT_TRUE(lone->HasSameIntrinsicPropertyValues(
         *sub, false, [](const TKovIntrinsicProperty& p) { return p.Name() == "UserFeatures"; }));
+}
 
-    // Writable again, with or without what was declared read-only.
+TEST(Declarations, AllPropertiesBecomeWritableWithOrWithoutTheDeclaredReadOnlyOnes) {
+    TKovObjectManager manager;
+    auto base = Make<TTestThing>(&manager);
+    base->Number().SetReadOnly(true);
     base->MakeAllPropertiesWritable(true);
     EXPECT_FALSE(base->Number().ReadOnly());
     EXPECT_TRUE(base->GetIntrinsicPropertyByName("TypeName")->ReadOnly_Internal());
