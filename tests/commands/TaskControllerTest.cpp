@@ -72,13 +72,16 @@ TEST_F(TaskController, FailureReachesTheCallerWithItsTypeAndTheStackOfItsThrow) 
     TPTProcedureRunner library("Library", [] { (void)std::vector<int>().at(3); });
     EXPECT_THAT([&] { TKovTaskController::ExecuteThreaded(library); },
                 ThrowsMessage<std::out_of_range>(HasSubstr("\r\nOriginal call stack:\r\n")));
+}
 
-    // An exception that is no std::exception passes unchanged.
+TEST_F(TaskController, AnExceptionThatIsNoStdExceptionPassesUnchanged) {
     TPTProcedureRunner odd("Odd", [] { throw 42; });
     EXPECT_THAT([&] { TKovTaskController::ExecuteThreaded(odd); }, Throws<int>(Eq(42)));
+}
 
-    // Of several failures the first in array order is raised, whatever failed first in time;
-    // the others stay in their tasks.
+// Of several failures the first in array order is raised, whatever failed first in time; the
+// others stay in their tasks.
+TEST_F(TaskController, OfSeveralFailuresTheFirstInArrayOrderIsRaised) {
     TSignal secondFailed;
     TPTProcedureRunner first("First", [&] {
         EXPECT_TRUE(secondFailed.Wait());
