@@ -464,7 +464,7 @@ TEST_F(KernelFileFixture, AConfigurationWrittenAndReadBackGivesAnEqualTest) {
     EXPECT_EQ(manager.UndoCount(), 1);
 }
 
-TEST_F(KernelFileFixture, ATestFileKeepsTheResultsAndReadsOlderVersions) {
+TEST_F(KernelFileFixture, ATestFileKeepsTheResults) {
     TQBTestBase& test = *Project->TriaxialTest();
     // The columns of a kernel result up to the excess pore pressure: time in s, strains as
     // fractions, stresses in Pa; the rest not set.
@@ -503,9 +503,11 @@ TEST_F(KernelFileFixture, ATestFileKeepsTheResultsAndReadsOlderVersions) {
     EXPECT_DOUBLE_EQ(results.GetValueByType(1, rtT), 86400);
     EXPECT_FALSE(results.GetIsSetByType(1, rtPw));
     EXPECT_DOUBLE_EQ(results.GetValueByType(1, rtSig1), -250000); // derived on reading
+}
 
-    // Version 5: the old general test ordinal, no inner radius or control type, and one set of
-    // boundary conditions for all phases.
+// Version 5: the old general test ordinal, no inner radius or control type, and one set of
+// boundary conditions for all phases.
+TEST_F(KernelFileFixture, ATestFileOfVersion5ReadsAsAGeneralTest) {
     std::ofstream(Path("old.qbt"), std::ios::binary)
         << "[header]\n5\t=file version number\nOld clay\t=materialname\nkN\t=unit of force\n"
            "m\t=unit of length\ns\t=unit of time\n\n\n\n\n[testparameters]\n4\t=general\n"
@@ -529,8 +531,11 @@ TEST_F(KernelFileFixture, ATestFileKeepsTheResultsAndReadsOlderVersions) {
     EXPECT_EQ(general->Phases()[1].GetBoundaryCondition(ldZZ), bcFixedStress);
     EXPECT_FALSE(general->ApplyMobShearStrength());
     EXPECT_EQ(general->Results().RowCount(), 1);
+}
 
-    // Test parameters of version 9 are not read by this route.
+TEST_F(KernelFileFixture, TheTestParametersOfAKernelInputAreNotReadAsATestFile) {
+    auto loaded = Make<TQBTestTriaxial>(nullptr, tm3D);
+    loaded->SetOwnedMaterial(Material->CreateStaticCopy());
     TQBTFile kernelInput(nullptr, Project->WriteQBC(ttTriaxial));
     EXPECT_THAT([&] { kernelInput.LoadTest(*loaded); },
                 ThrowsMessage<std::exception>(
