@@ -1,5 +1,6 @@
 #include "TestThing.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "objects/UpdateBracket.h"
@@ -9,6 +10,8 @@
 
 using namespace tw;
 using namespace tw::testing;
+using ::testing::StrEq;
+using ::testing::ThrowsMessage;
 
 TEST(Observers, WalkSurvivesObserversLeavingAndJoiningDuringNotification) {
     TObservable observable;
@@ -66,12 +69,9 @@ TEST(Observers, EndlessNestingIsStoppedWithAClearMessage) {
     TObservable observable;
     TObserver recursive([&](TNotifySender) { observable.NotifyObservers(); });
     observable.AttachObserver(&recursive);
-    try {
-        observable.NotifyObservers();
-        FAIL();
-    } catch (const EEnumerableObjectList& e) {
-        EXPECT_STREQ(e.what(), "Too many concurrent listeners. Perhaps infinite recursion?");
-    }
+    EXPECT_THAT([&] { observable.NotifyObservers(); },
+                ThrowsMessage<EEnumerableObjectList>(
+                    StrEq("Too many concurrent listeners. Perhaps infinite recursion?")));
     // The walks unwound: the list works normally afterwards.
     observable.DetachObserver(&recursive);
     TCountingObserver counting;
