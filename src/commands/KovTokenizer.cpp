@@ -541,7 +541,7 @@ std::unique_ptr<TTokenData> TKovTokenizer::RecogniseFloat() {
         if (i == exponentStart)
             SetError(i, "Exponent value is invalid");
         else
-            text += "e" + sign +
+            text += std::string("e") + sign +
                     Ascii(std::u16string_view(FChars).substr(exponentStart, i - exponentStart));
     }
     double value = 0;
