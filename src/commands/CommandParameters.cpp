@@ -16,9 +16,9 @@ namespace tw {
 
 std::string QuoteCommandText(const std::string& text) {
     if (text.find('"') == std::string::npos)
-        return std::string("\"") + text + "\"";
+        return Format("\"%s\"", text);
     if (text.find('\'') == std::string::npos)
-        return std::string("'") + text + "'";
+        return Format("'%s'", text);
     // A triple delimiter ends at the first triple behind it, so the text may hold neither the
     // triple nor end in the quote.
     for (const char* triple : {"\"\"\"", "'''"}) {
@@ -26,7 +26,7 @@ std::string QuoteCommandText(const std::string& text) {
             return triple + text + triple;
     }
     // Nothing can quote this text exactly; keep it readable as a text.
-    return std::string("\"") + ReplaceAll(text, "\"", "'") + "\"";
+    return Format("\"%s\"", ReplaceAll(text, "\"", "'"));
 }
 
 std::string NumberToCommandText(double value) {
@@ -45,6 +45,10 @@ std::string CommandsCompatibleName(const std::string& name) {
 
 TComParClass::TComParClass(std::string className, const TComParClass* parent, std::string typeName)
     : FClassName(std::move(className)), FParent(parent), FTypeName(std::move(typeName)) {}
+
+std::string TComParClass::AsText() const {
+    return Format("<%s>", GetObjectTypeName());
+}
 
 bool TComParClass::InheritsFrom(const TComParClass& ancestor) const {
     for (const TComParClass* cls = this; cls; cls = cls->FParent)
@@ -186,6 +190,10 @@ std::string TCommandParameterList::AsText() const {
 }
 
 // ---------------------------------------------------------------------------------------------
+
+std::string TComParSetOfParameters_Input::AsText() const {
+    return Format("(%s)", FItems.AsText());
+}
 
 TComParObjectOfClass::TComParObjectOfClass(std::string className, const TKovClass& objectClass,
                                            std::string typeName)
@@ -420,8 +428,8 @@ bool TComParDoubleWithUnit_Abstract::CheckProperty(const TKovIntrinsicProperty& 
 double TComParDoubleWithUnit_Abstract::GetBaseValue(const TCommandParameter& parameter,
                                                     TQuantityType quantity,
                                                     const IQuantityPresenter* presenter) {
-    if (const auto* property = dynamic_cast<const TIPDouble*>(PropertyOf(parameter)))
-        return property->Value();
+    if (PropertyOf(parameter))
+        return RecordToDouble(GetValue(parameter));
     const auto* number = dynamic_cast<const TComParNumber*>(&parameter);
     if (!number)
         throw ECommandError("Expected a number");
@@ -496,7 +504,7 @@ TComParCompound::TComParCompound(TCommandParameterClassList classes, bool allowB
                            allowBracketed) {}
 
 std::string TComParCompound::AsText() const {
-    return std::string("(") + FClasses.AsText() + ")";
+    return Format("(%s)", FClasses.AsText());
 }
 
 bool TComParCompound::GetMatchedParameters(const TCommandParameterList& list, int& position,
@@ -658,7 +666,7 @@ TComParEnumeration::TComParEnumeration(std::vector<std::string> values, std::str
       FValues(std::move(values)) {}
 
 std::string TComParEnumeration::AsText() const {
-    return std::string("<") + Join(FValues, "|") + ">";
+    return Format("<%s>", Join(FValues, "|"));
 }
 
 bool TComParEnumeration::GetMatchedParameters(const TCommandParameterList& list, int& position,

@@ -19,6 +19,7 @@
 #include "objects/KovBaseClasses.h"
 #include "objects/QuantityType.h"
 #include "objects/VarRec.h"
+#include "services/Format.h"
 #include "units/QuantityTypeClasses.h"
 
 #include <cstdint>
@@ -65,7 +66,7 @@ public:
     // The type name shown in a pattern's text ("Integer", "Text", ...); "Any" at the root.
     virtual std::string GetObjectTypeName() const { return FTypeName; }
     // The class as a pattern shows it: "<Integer>".
-    virtual std::string AsText() const { return std::string("<") + GetObjectTypeName() + ">"; }
+    virtual std::string AsText() const;
     virtual bool IsSpecial() const { return false; }
 
     // Whether this class accepts one actual parameter: it is of this class or a descendant.
@@ -242,7 +243,7 @@ public:
     void ConvertToList(TCommandParameterList& list) const { list.Append(FItems); }
     const TComParClass& ParamClass() const override { return *Class(); }
     // "(1 2 3)".
-    std::string AsText() const override { return std::string("(") + FItems.AsText() + ")"; }
+    std::string AsText() const override;
     TVarRec AsVarRec() const override { return AsText(); }
     static const TComParClassRef& Class();
 
@@ -353,8 +354,7 @@ private:
 template <QuantityTypeClass Q> struct TComParDoubleWithUnit {
     static const TComParClassRef& Class() {
         static const TComParClassRef cls = std::make_shared<TComParDoubleWithUnit_Abstract>(
-            std::string("TComParDoubleWithUnit<") + Q::ClassName() + ">", Q::GetQuantityType(),
-            false);
+            Format("TComParDoubleWithUnit<%s>", Q::ClassName()), Q::GetQuantityType(), false);
         return cls;
     }
     static double GetBaseValue(const TCommandParameter& p, const IQuantityPresenter* presenter) {
@@ -366,8 +366,7 @@ template <QuantityTypeClass Q> struct TComParDoubleWithUnit {
 template <QuantityTypeClass Q> struct TComParOrIPDoubleWithUnit {
     static const TComParClassRef& Class() {
         static const TComParClassRef cls = std::make_shared<TComParDoubleWithUnit_Abstract>(
-            std::string("TComParOrIPDoubleWithUnit<") + Q::ClassName() + ">", Q::GetQuantityType(),
-            true);
+            Format("TComParOrIPDoubleWithUnit<%s>", Q::ClassName()), Q::GetQuantityType(), true);
         return cls;
     }
     static double GetBaseValue(const TCommandParameter& p, const IQuantityPresenter* presenter) {

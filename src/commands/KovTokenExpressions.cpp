@@ -263,7 +263,7 @@ TKovTokenExpressionTool::FoldBracketGroup(int open, int last, int& next, int dep
 }
 
 std::string TKovTokenExpressionTool::AsText() const {
-    std::string text = std::string("TOKEN TOOL\nCommand: ") + FTokenizer.OriginalText();
+    std::string text = Format("TOKEN TOOL\nCommand: %s", FTokenizer.OriginalText());
     for (int i = 0; i < FTokenizer.TokenCount(); ++i) {
         const TTokenData& data = FTokenizer.GetToken(i)->Data();
         text += '\n';

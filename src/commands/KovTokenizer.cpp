@@ -540,9 +540,11 @@ std::unique_ptr<TTokenData> TKovTokenizer::RecogniseFloat() {
             ++i;
         if (i == exponentStart)
             SetError(i, "Exponent value is invalid");
-        else
-            text += std::string("e") + sign +
-                    Ascii(std::u16string_view(FChars).substr(exponentStart, i - exponentStart));
+        else {
+            text += 'e';
+            text += sign;
+            text += Ascii(std::u16string_view(FChars).substr(exponentStart, i - exponentStart));
+        }
     }
     double value = 0;
     const auto result = std::from_chars(text.data(), text.data() + text.size(), value);

@@ -44,6 +44,7 @@ void TCmdSubThing::DeclareProperties(TKovIntrinsicPropertyDeclarationList& list)
 TW_KOV_CLASS_IMPL(TCmdSubThing, TCmdThing, &TCmdSubThing::DeclareProperties)
 
 TW_KOV_CLASS_IMPL(TCmdTool, TKovObservableObject, nullptr)
+TW_KOV_CLASS_IMPL(TCmdRoot, TKovObservableObject, nullptr)
 
 TCmdWorld::TCmdWorld() {
     Units.SetUnitsOfNewProject();

@@ -51,9 +51,16 @@ public:
     static void DeclareProperties(TKovIntrinsicPropertyDeclarationList& list);
 };
 
-// Has no accessor of its own beyond the base; serves as a default object in tests.
+// A helper that serves as a default object: the target of commands that name no object.
 class TCmdTool : public TKovObservableObject {
     TW_KOV_CLASS(TCmdTool, TKovObservableObject)
+public:
+    using TKovObservableObject::TKovObservableObject;
+};
+
+// The root of the model, as a project is: the user's undo and redo work on it.
+class TCmdRoot : public TKovObservableObject {
+    TW_KOV_CLASS(TCmdRoot, TKovObservableObject)
 public:
     using TKovObservableObject::TKovObservableObject;
 };
@@ -68,9 +75,9 @@ public:
     TSystemOfUnits Units;
 
     // Makes an object outside undo, with a name.
-    template <typename T> T& Add(const std::string& name) {
+    template <typename T, typename... Args> T& Add(const std::string& name, Args&&... args) {
         Manager.LockRevert();
-        auto object = tw::Make<T>(&Manager);
+        auto object = tw::Make<T>(&Manager, std::forward<Args>(args)...);
         object->SetName(name);
         Manager.UnlockRevert();
         T& result = *object;
