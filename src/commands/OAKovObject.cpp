@@ -1,7 +1,9 @@
 #include "commands/OAKovObject.h"
 
 #include "commands/KovTokenizer.h"
+#include "commands/MultiObjectCommands.h"
 #include "commands/OAIntrinsicProperties.h"
+#include "commands/ObjectFilters.h"
 #include "objects/IntrinsicProperty.h"
 #include "objects/IntrinsicPropertyRegistries.h"
 #include "objects/NameTools.h"
@@ -32,6 +34,8 @@ const TCommandNameRecord SetMetadataCommand{"setmetadata", "Set &metadata", "smd
 const TCommandNameRecord ObserversCommand{"__observers", "", "__obs"};
 const TCommandNameRecord UndoCommand{"undo", "&Undo", "u"};
 const TCommandNameRecord RedoCommand{"redo", "&Redo", "r"};
+const TCommandNameRecord FilterCommand{"filter", "&Filter", "fi"};
+const TCommandNameRecord ApplyCommand{"apply", "&Apply", "map"};
 
 constexpr const char* NotAssigned = "<not assigned>";
 
@@ -561,7 +565,55 @@ void TOAKovObservableObjectWithRevert::Revert(TKovObject* object,
 
 // ---------------------------------------------------------------------------------------------
 
-TOAKovObjectList::TOAKovObjectList(const TKovClass& servedClass) : TOAKovObject(servedClass) {}
+TOAKovObjectList::TOAKovObjectList(const TKovClass& servedClass) : TOAKovObject(servedClass) {
+    AddCommand(FilterCommand, {{TComParText::Class(), TComParGreedyMatchEverything::Class()}},
+               &TOAKovObjectList::ComFilter);
+    auto& apply = AddCommand(ApplyCommand, {{TComParText::Class()}}, &TOAKovObjectList::ComApply);
+    AddPattern(apply, {{TComParText::Class(), TComParGreedyMatchEverything::Class()}},
+               &TOAKovObjectList::ComApply);
+}
+
+void TOAKovObjectList::ComFilter(TKovObject* object, const TCommandParameterList& parameters,
+                                 TCommandOutput& output, bool predict) const {
+    const auto& list = static_cast<const TKovObjectList&>(*object);
+    const std::string& name = static_cast<const TComParText&>(*parameters[0]).Value();
+    const TKovObjectFilter_Virtual* filter = TKovObjectFilterRegistry::Instance().Find(name);
+    if (!filter) {
+        output.InitializeAsError(cecExecutionFailed, Format(Translate("Unknown filter: %s"), name));
+        return;
+    }
+    TCommandParameterList arguments(parameters);
+    arguments.Delete(0);
+    const std::string problem = filter->Validate(arguments);
+    if (!problem.empty()) {
+        output.InitializeAsError(cecExecutionFailed, problem);
+        return;
+    }
+    if (predict)
+        return;
+    std::vector<TKovObject*> passed;
+    for (TKovObject* item : list.Items())
+        if (item && filter->Matches(*item, arguments))
+            passed.push_back(item);
+    output.AddAdditionalInfoLine(
+        Format("%s: %d", Translate("Count"), static_cast<int>(passed.size())));
+    for (size_t i = 0; i < passed.size(); ++i) {
+        output.AddResultObject(passed[i]);
+        output.AddAdditionalInfoLine(Format("%d/%d. %s", static_cast<int>(i) + 1,
+                                            static_cast<int>(passed.size()),
+                                            ObjectText(passed[i])));
+    }
+}
+
+void TOAKovObjectList::ComApply(TKovObject* object, const TCommandParameterList& parameters,
+                                TCommandOutput& output, bool predict) const {
+    const auto& list = static_cast<const TKovObjectList&>(*object);
+    TCommandParameterList arguments(parameters);
+    arguments.Delete(0);
+    TMultiObjectParamCommandHandler::Execute(
+        list.Items(), static_cast<const TComParText&>(*parameters[0]).Value(), arguments, output,
+        predict);
+}
 
 void TOAKovObjectList::AddInfo(const TKovObject& object, TCommandOutput& output) const {
     const auto& list = static_cast<const TKovObjectList&>(object);

@@ -102,12 +102,20 @@ private:
                 bool predict, bool redo) const;
 };
 
+// Lists: their items in `info`; `filter` by a named object filter (the items that pass are the
+// result objects); `apply` a command, given by its name, to each item.
 class TOAKovObjectList : public TOAKovObject {
 public:
     explicit TOAKovObjectList(const TKovClass& servedClass = TKovObjectList::StaticClass());
 
 protected:
     void AddInfo(const TKovObject& object, TCommandOutput& output) const override;
+
+private:
+    void ComFilter(TKovObject* object, const TCommandParameterList& parameters,
+                   TCommandOutput& output, bool predict) const;
+    void ComApply(TKovObject* object, const TCommandParameterList& parameters,
+                  TCommandOutput& output, bool predict) const;
 };
 
 class TOAKovObservableObjectList : public TOAKovObjectList {

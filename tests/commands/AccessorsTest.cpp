@@ -2,6 +2,7 @@
 
 #include "commands/GlobalHelpers.h"
 #include "commands/OAIntrinsicProperties.h"
+#include "commands/ObjectFilters.h"
 
 #include <gtest/gtest.h>
 
@@ -288,4 +289,51 @@ TEST(CommandHistory, VetoSubscribersExportAndTheLogger) {
     EXPECT_EQ(again.Last(), "four");
     EXPECT_FALSE(history.ExportTo((folder / "missing" / "x.txt").string()));
     std::filesystem::remove_all(folder);
+}
+
+TEST_F(InterpreterFixture, ListsFilterTheirItemsAndApplyCommandsToEach) {
+    TKovObjectClassRegistry::Instance().RegisterClass(&TCmdThing::StaticClass());
+    World.Manager.LockRevert();
+    Thing.Count().SetValue(5);
+    Other.Count().SetValue(2);
+    Other.Pressure().SetValue(-300000);
+    Thing.SetMetadata("source", "lab 3");
+    World.Manager.UnlockRevert();
+
+    auto outcome = Run("filter List \"FilterByProperty\" \"Count\" \">=\" 3");
+    ASSERT_TRUE(outcome.Success) << outcome.ErrorText;
+    EXPECT_EQ(outcome.Info, "Count: 1\r\n1/1. CmdThing named \"Thing\"");
+    EXPECT_EQ(Interpreter->LastOutput()->GetResultObject(0), &Thing);
+    // A number with a unit compares in its presentation unit (kN/m²).
+    outcome = Run("fi List \"FilterByProperty\" \"Pressure\" \"<\" -200");
+    EXPECT_EQ(outcome.Info, "Count: 1\r\n1/1. CmdThing named \"Other\"");
+    outcome = Run("fi List \"FilterByProperty\" \"Choice\" \"=\" \"alpha\"");
+    EXPECT_EQ(outcome.Info.substr(0, 8), "Count: 2");
+    EXPECT_EQ(Run("fi List \"FilterByType\" \"CmdThing\"").Info.substr(0, 8), "Count: 2");
+    EXPECT_EQ(Run("fi List \"FilterByMetadata\" \"source\" \"lab 3\"").Info,
+              "Count: 1\r\n1/1. CmdThing named \"Thing\"");
+
+    EXPECT_EQ(RunFailing("fi List \"FilterByColour\" 1").ErrorText,
+              "Unknown filter: FilterByColour");
+    EXPECT_EQ(RunFailing("fi List \"FilterByType\" \"NoSuchType\"").ErrorText,
+              "Unknown object type: \"NoSuchType\"");
+    EXPECT_EQ(RunFailing("fi List \"FilterByType\" \"a b\"").ErrorText,
+              "Invalid object type: \"a b\"");
+    EXPECT_EQ(RunFailing("fi List \"FilterByProperty\" \"1x\" \"=\" 1").ErrorText,
+              "No correct identifier name specified: \"1x\"");
+    EXPECT_EQ(RunFailing("fi List \"FilterByProperty\" \"Count\" \"~\" 1").ErrorText,
+              "No correct boolean operator specified");
+    EXPECT_THROW(TOFByIntrProp::Compare(0, "~"), ECommandError);
+
+    // One command on each item, as one undo step; the first failure takes back the others.
+    EXPECT_EQ(RunFailing("apply List \"rename\" \"Same\"").ErrorText,
+              "This name is already used by an object (CmdThing named \"Same\")");
+    EXPECT_EQ(Thing.Name(), "Thing");
+    outcome = Run("map List \"sps\" \"Count\" 50 \"Number\" 1");
+    ASSERT_TRUE(outcome.Success) << outcome.ErrorText;
+    EXPECT_EQ(Thing.Count().Value(), 50);
+    EXPECT_EQ(Other.Count().Value(), 50);
+    EXPECT_EQ(World.Manager.UndoCount(), 1);
+    EXPECT_EQ(RunFailing("map List \"nope\"").ErrorText,
+              "Command \"nope\" is not available for object CmdThing named \"Thing\"");
 }

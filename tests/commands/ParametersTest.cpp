@@ -3,6 +3,7 @@
 #include "commands/KovCommands.h"
 #include "commands/KovGroup.h"
 #include "commands/KovTokenizer.h"
+#include "commands/MultiObjectCommands.h"
 
 #include <gtest/gtest.h>
 
@@ -308,4 +309,44 @@ TEST(Parameters, TextsAndNumbersReadBackAsTheyWereWritten) {
         const auto* i = tokenizer.GetToken(0)->DataAs<TTokenDataInteger>();
         EXPECT_EQ(f ? f->Value() : i->Value(), value);
     }
+}
+
+namespace {
+// A command whose patterns all go to its own run operation.
+class TCountingCommand : public TCommandStandalone {
+public:
+    TCountingCommand() : TCommandStandalone("count", "cnt") {
+        AddPattern({});
+        AddPattern({{TComParInteger::Class()}});
+    }
+    int Runs = 0;
+    int Predictions = 0;
+
+protected:
+    void Run(TKovObject*, const TCommandParameterList& parameters, TCommandOutput& output,
+             bool predict) override {
+        (predict ? Predictions : Runs) += parameters.Empty() ? 1 : parameters.Count() * 10;
+        if (!parameters.Empty() && static_cast<TComParInteger*>(parameters[0])->Value() < 0)
+            output.InitializeAsError(cecExecutionFailed, "negative");
+    }
+};
+} // namespace
+
+TEST(Patterns, StandaloneCommandsAndEventsAroundACommand) {
+    TCountingCommand command;
+    TCommandOutput output;
+    EXPECT_TRUE(command.Execute(nullptr, Params({}), output));
+    EXPECT_TRUE(command.PredictExecuteMaySucceed(nullptr, Params({Int(3)})));
+    EXPECT_EQ(command.Runs, 1);
+    EXPECT_EQ(command.Predictions, 10);
+
+    std::vector<std::string> events;
+    const TExecuteEventHelper helper(
+        [&](TKovObject*, const TKovCommand& c) { events.push_back("before " + c.Name()); },
+        [&](TKovObject*, const TKovCommand& c, bool ok) {
+            events.push_back("after " + c.Name() + (ok ? " ok" : " failed"));
+        });
+    EXPECT_FALSE(helper.Execute(nullptr, command, Params({Int(-1)}), output, false));
+    EXPECT_EQ(output.AdditionalInfo(), "negative");
+    EXPECT_EQ(events, (std::vector<std::string>{"before count", "after count failed"}));
 }
