@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <fstream>
 
 namespace tw {
 
@@ -389,6 +390,37 @@ void TOAIPKovObject::ComSetValue(TKovObject* object, const TCommandParameterList
         [&] { return property.Value() == value; });
 }
 
+TOAIPBlob::TOAIPBlob() : TOAKovIntrinsicProperty(TIPBlob::StaticClass()) {
+    AddCommand(SetCommand, {{TComParOrIPText::Class()}}, &TOAIPBlob::ComSetFromFile);
+}
+
+void TOAIPBlob::ComSetFromFile(TKovObject* object, const TCommandParameterList& parameters,
+                               TCommandOutput& output, bool predict) const {
+    auto& property = static_cast<TIPBlob&>(*object);
+    if (!CheckWritable(property, output))
+        return;
+    const std::string fileName = TComParOrIPText::GetValue(*parameters[0]);
+    std::ifstream file(fileName, std::ios::binary);
+    if (!file) {
+        output.InitializeAsError(cecExecutionFailed,
+                                 Format(Translate("Cannot read the file \"%s\""), fileName));
+        return;
+    }
+    Apply(
+        property, output, predict, fileName, [&] { property.LoadFromStream(file); },
+        [&] {
+            const auto* image = dynamic_cast<const TIPImage*>(&property);
+            if (!image)
+                return true;
+            try {
+                image->GetNewGraphic();
+                return true;
+            } catch (const EIPImageException&) {
+                return false;
+            }
+        });
+}
+
 void RegisterIntrinsicPropertyAccessors(TObjectAccessors& registry) {
     registry.RegisterAccessor(std::make_unique<TOAKovIntrinsicProperty>());
     registry.RegisterAccessor(std::make_unique<TOAIPBoolean>());
@@ -401,6 +433,7 @@ void RegisterIntrinsicPropertyAccessors(TObjectAccessors& registry) {
     registry.RegisterAccessor(std::make_unique<TOAIPEnumeration>());
     registry.RegisterAccessor(std::make_unique<TOAIPTable>());
     registry.RegisterAccessor(std::make_unique<TOAIPKovObject>());
+    registry.RegisterAccessor(std::make_unique<TOAIPBlob>());
 }
 
 } // namespace tw

@@ -149,6 +149,17 @@ private:
                      TCommandOutput& output, bool predict) const;
 };
 
+// Binary data and pictures: the bytes of a file, named by a text. A picture must be one (PNG,
+// JPEG, GIF or BMP).
+class TOAIPBlob : public TOAKovIntrinsicProperty {
+public:
+    TOAIPBlob();
+
+private:
+    void ComSetFromFile(TKovObject* object, const TCommandParameterList& parameters,
+                        TCommandOutput& output, bool predict) const;
+};
+
 void RegisterIntrinsicPropertyAccessors(TObjectAccessors& registry);
 
 } // namespace tw

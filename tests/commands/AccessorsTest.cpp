@@ -337,3 +337,22 @@ TEST_F(InterpreterFixture, ListsFilterTheirItemsAndApplyCommandsToEach) {
     EXPECT_EQ(RunFailing("map List \"nope\"").ErrorText,
               "Command \"nope\" is not available for object CmdThing named \"Thing\"");
 }
+
+TEST_F(InterpreterFixture, APictureIsSetFromAFileAndMustBeOne) {
+    const auto folder =
+        std::filesystem::temp_directory_path() / ("tw_picture_" + std::to_string(::getpid()));
+    std::filesystem::create_directories(folder);
+    const std::string gif = (folder / "a.gif").string(), text = (folder / "a.txt").string();
+    std::ofstream(gif, std::ios::binary) << std::string("GIF87a\x02\x00\x03\x00", 10);
+    std::ofstream(text) << "not a picture";
+
+    const auto outcome = Run("set Thing.Picture \"" + gif + "\"");
+    ASSERT_TRUE(outcome.Success) << outcome.ErrorText;
+    EXPECT_EQ(Thing.Property<TIPImage>("Picture").GetNewGraphic().Height, 3);
+    EXPECT_EQ(RunFailing("set Thing.Picture \"" + text + "\"")
+                  .ErrorText.rfind("Cannot change value from ", 0),
+              0u);
+    EXPECT_EQ(RunFailing("set Thing.Picture \"" + (folder / "none.png").string() + "\"").ErrorText,
+              "Cannot read the file \"" + (folder / "none.png").string() + "\"");
+    std::filesystem::remove_all(folder);
+}

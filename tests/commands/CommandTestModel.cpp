@@ -18,6 +18,7 @@ void TCmdThing::DeclareProperties(TKovIntrinsicPropertyDeclarationList& list) {
     list.AddInteger("Locked", ipkReadOnly);
     list.AddBoolean("Guarded");
     list.AddInteger("Hidden", ipkNotPublished);
+    list.AddOfKind<TIPImage>("Picture");
     list.AddDerivedDouble("Twice",
                           {[](const TKovIntrinsicProperty& p) {
                                return 2 * static_cast<TCmdThing*>(p.Owner())->Number().Value();
