@@ -111,27 +111,27 @@ TKovParameterPattern* TKovCommand::ChoosePattern(const TCommandParameterList& pa
     return count == 1 ? found : nullptr;
 }
 
-bool TKovCommand::Execute(TKovObject* object, const TCommandParameterList& parameters,
-                          TCommandOutput& output) {
+bool TKovCommand::Run(TKovObject* object, const TCommandParameterList& parameters,
+                      TCommandOutput& output, bool predict) {
     TCommandErrorCode code;
     TKovParameterPattern* pattern = ChoosePattern(parameters, code);
     if (!pattern) {
         output.InitializeAsError(code);
         return false;
     }
-    return pattern->Execute(object, parameters, output);
+    return predict ? pattern->PredictExecuteMaySucceed(object, parameters, output)
+                   : pattern->Execute(object, parameters, output);
+}
+
+bool TKovCommand::Execute(TKovObject* object, const TCommandParameterList& parameters,
+                          TCommandOutput& output) {
+    return Run(object, parameters, output, false);
 }
 
 bool TKovCommand::PredictExecuteMaySucceed(TKovObject* object,
                                            const TCommandParameterList& parameters,
                                            TCommandOutput& output) {
-    TCommandErrorCode code;
-    TKovParameterPattern* pattern = ChoosePattern(parameters, code);
-    if (!pattern) {
-        output.InitializeAsError(code);
-        return false;
-    }
-    return pattern->PredictExecuteMaySucceed(object, parameters, output);
+    return Run(object, parameters, output, true);
 }
 
 bool TKovCommand::PredictExecuteMaySucceed(TKovObject* object,

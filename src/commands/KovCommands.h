@@ -124,6 +124,10 @@ protected:
                                         TCommandErrorCode& code) const;
 
 private:
+    // Runs or predicts the one pattern that matches.
+    bool Run(TKovObject* object, const TCommandParameterList& parameters, TCommandOutput& output,
+             bool predict);
+
     std::string FCaption;
     std::string FName;
     std::string FShortName;

@@ -89,6 +89,12 @@ private:
     std::atomic<bool> FStop{false};
 };
 
+constexpr const char* UnknownObjectText =
+    "Unknown object. Check the spelling and ensure the object exists before trying to access it.";
+constexpr const char* VariableMissingText =
+    "Variable does not exist. Check the spelling and "
+    "ensure the variable is assigned before referencing it.";
+
 bool IsOperandWord(const TTokenData& data, const char* word) {
     const auto* operand = dynamic_cast<const TTokenDataOperand*>(&data);
     return operand && LowerCase(operand->GetValue()) == word;
@@ -384,15 +390,13 @@ bool TLineEvaluator::EvaluateData(const TTokenData& data, const TKovToken* token
     } else if (const auto* identifier = dynamic_cast<const TTokenDataIdentifier*>(&data)) {
         TKovObject* object = FInterpreter.ResolveObject(nullptr, identifier->GetValue());
         if (!object)
-            return Fail(token, "Unknown object. Check the spelling and ensure the object exists "
-                               "before trying to access it.");
+            return Fail(token, UnknownObjectText);
         result = std::make_shared<TComParObject>(object);
     } else if (const auto* variable = dynamic_cast<const TTokenDataUserVar*>(&data)) {
         const TTokenData* value =
             FInterpreter.FEnvironment.UserVariables().GetVarData(variable->GetValue());
         if (!value || depth >= MaxVariableDepth)
-            return Fail(token, "Variable does not exist. Check the spelling and ensure the "
-                               "variable is assigned before referencing it.");
+            return Fail(token, VariableMissingText);
         return EvaluateData(*value, token, result, depth + 1);
     } else if (IsOperandWord(data, "true") || IsOperandWord(data, "false")) {
         result = std::make_shared<TComParBoolean>(IsOperandWord(data, "true"));
@@ -418,9 +422,7 @@ bool TLineEvaluator::EvaluateChain(const TKovTokenExpressionMultiple_ClassifierS
             const TTokenData* value =
                 FInterpreter.FEnvironment.UserVariables().GetVarData(variable->GetValue());
             if (!value)
-                return Fail(single->Token(), "Variable does not exist. Check the spelling and "
-                                             "ensure the variable is assigned before referencing "
-                                             "it.");
+                return Fail(single->Token(), VariableMissingText);
             const auto* held = dynamic_cast<const TTokenDataIdentifier*>(value);
             if (!held)
                 return Fail(single->Token(),
@@ -432,8 +434,7 @@ bool TLineEvaluator::EvaluateChain(const TKovTokenExpressionMultiple_ClassifierS
         }
         object = FInterpreter.ResolveObject(nullptr, name);
         if (!object)
-            return Fail(single->Token(), "Unknown object. Check the spelling and ensure the "
-                                         "object exists before trying to access it.");
+            return Fail(single->Token(), UnknownObjectText);
     } else {
         throw ECommandError(
             "Expected identifier or user var at start of classifier-separated expression");
@@ -445,8 +446,7 @@ bool TLineEvaluator::EvaluateChain(const TKovTokenExpressionMultiple_ClassifierS
             throw ECommandError("Expected identifier in class-separated expression");
         object = FInterpreter.ResolveObject(object, identifier->GetValue());
         if (!object)
-            return Fail(single->Token(), "Unknown object. Check the spelling and ensure the "
-                                         "object exists before trying to access it.");
+            return Fail(single->Token(), UnknownObjectText);
     }
     result = object;
     return true;

@@ -21,6 +21,23 @@ std::string Describe(const TKovTokenizer& tokenizer) {
     return text;
 }
 
+struct TokenCase {
+    const char* Text;
+    const char* Tokens;
+    int ErrorPos;
+    const char* Message;
+};
+
+template <size_t N> void CheckTokenCases(const TokenCase (&cases)[N]) {
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.Text);
+        TKovTokenizer t(c.Text);
+        EXPECT_EQ(Describe(t), c.Tokens);
+        EXPECT_EQ(t.ErrorPos(), c.ErrorPos);
+        EXPECT_EQ(t.ErrorMessage(), c.Message);
+    }
+}
+
 } // namespace
 
 TEST(Tokenizer, SplitsALineIntoTokensWithPositions) {
@@ -61,13 +78,7 @@ TEST(Tokenizer, CountsPositionsInSixteenBitCharacters) {
 }
 
 TEST(Tokenizer, Numbers) {
-    struct Case {
-        const char* Text;
-        const char* Tokens;
-        int ErrorPos;
-        const char* Message;
-    };
-    const Case cases[] = {
+    const TokenCase cases[] = {
         {"1e5", "Float:100000@1+3", -1, ""},
         {"2.5E-3", "Float:0.0025@1+6", -1, ""},
         // The exponent's error stays, its message was cleared when the token was accepted.
@@ -89,23 +100,11 @@ TEST(Tokenizer, Numbers) {
         {"1e999", "", 1, "Number is too long"},
         {"1)", "Integer:1@1+1 Bracket:)@2+1", -1, ""},
     };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.Text);
-        TKovTokenizer t(c.Text);
-        EXPECT_EQ(Describe(t), c.Tokens);
-        EXPECT_EQ(t.ErrorPos(), c.ErrorPos);
-        EXPECT_EQ(t.ErrorMessage(), c.Message);
-    }
+    CheckTokenCases(cases);
 }
 
 TEST(Tokenizer, TextsWordsAndVariables) {
-    struct Case {
-        const char* Text;
-        const char* Tokens;
-        int ErrorPos;
-        const char* Message;
-    };
-    const Case cases[] = {
+    const TokenCase cases[] = {
         {"'It''s'", "", 4, "Text must be followed by space or operand"},
         {"\"\"\"say \"hi\" now\"\"\"", "Text:say \"hi\" now@1+18", -1, ""},
         {"'a \"b\"'", "Text:a \"b\"@1+7", -1, ""},
@@ -129,13 +128,7 @@ TEST(Tokenizer, TextsWordsAndVariables) {
          "Bracket:]@13+1",
          -1, ""},
     };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.Text);
-        TKovTokenizer t(c.Text);
-        EXPECT_EQ(Describe(t), c.Tokens);
-        EXPECT_EQ(t.ErrorPos(), c.ErrorPos);
-        EXPECT_EQ(t.ErrorMessage(), c.Message);
-    }
+    CheckTokenCases(cases);
 
     // A custom list replaces the reserved words.
     const std::vector<std::string> words{"  Foo "};
