@@ -127,14 +127,15 @@ void TKovInterpreter_Virtual::StartMemoryMonitor() {
         return; // a nested line: the outer one's watch goes on
     auto* task = new TMemMonitorTask();
     FMemMonitorTask = task;
+    // On the worker, as the task ends: the figure, then the task is let go. The interpreter
+    // frees it once this has run, so that nothing here touches a freed task.
     task->SetOnFinished([this](TKovTask* finished) {
         if (finished != FMemMonitorTask.load())
             throw EKovTaskError("Unexpected task!");
-        std::unique_ptr<TMemMonitorTask> owned(static_cast<TMemMonitorTask*>(finished));
-        FLastRunMaxMemUseBytes = owned->MaxMemUseBytes();
-        std::exception_ptr failure = TKovTask::ExtractFatalException(*owned);
+        auto* monitor = static_cast<TMemMonitorTask*>(finished);
+        FLastRunMaxMemUseBytes = monitor->MaxMemUseBytes();
+        std::exception_ptr failure = TKovTask::ExtractFatalException(*monitor);
         FMemMonitorTask = nullptr;
-        owned.reset();
         if (failure)
             std::rethrow_exception(failure);
     });
@@ -146,9 +147,9 @@ void TKovInterpreter_Virtual::StopMemoryMonitor() {
     if (!task)
         return;
     task->RequestStop();
-    TKovTaskController::StopTask(*task);
     while (FMemMonitorTask.load())
         std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    delete task;
 }
 
 bool TKovInterpreter_Virtual::Interpret(const std::string& text) {
