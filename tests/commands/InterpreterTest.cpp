@@ -40,6 +40,10 @@ TEST_F(InterpreterFixture, EachCommandIsOneUndoStepCaptionedWithItsLine) {
     EXPECT_EQ(World.Manager.UndoCount(), 0);
     EXPECT_EQ(World.Manager.RedoCount(), 2);
     EXPECT_EQ(RunFailing("undo").ErrorText, "Nothing to undo");
+    // A command that fails after it changed something is rolled back, and redo stays.
+    EXPECT_EQ(RunFailing("touch Thing").ErrorText, "Touched and failed");
+    EXPECT_EQ(RunFailing("apply List \"rename\" \"Same\"").ErrorText,
+              "This name is already used by an object (CmdThing named \"Same\")");
     ASSERT_TRUE(Run("redo 2").Success);
     EXPECT_EQ(Thing.Count().Value(), 3);
     EXPECT_EQ(RunFailing("r").ErrorText, "Nothing to redo");
