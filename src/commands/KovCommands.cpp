@@ -259,20 +259,28 @@ void TKovCommandList::Notify(int action) {
     _FNameCache.Clear();
 }
 
+namespace {
+template <typename Runner>
+std::unique_ptr<TCommandExternal> MakeExternal(const TCommandNameRecord& names,
+                                               TCommandParameterClassList classes, Runner runner) {
+    auto command = std::make_unique<TCommandExternal>(names.Name, names.ShortName, names.Caption);
+    command->AddPattern(std::move(classes), std::move(runner));
+    return command;
+}
+} // namespace
+
 TCommandExternal& TEasyCommandList::AddExternal(const TCommandNameRecord& names,
                                                 TCommandParameterClassList classes,
                                                 TCommandClassMethod runner) {
-    auto command = std::make_unique<TCommandExternal>(names.Name, names.ShortName, names.Caption);
-    command->AddPattern(std::move(classes), std::move(runner));
-    return static_cast<TCommandExternal&>(Add(std::move(command)));
+    return static_cast<TCommandExternal&>(
+        Add(MakeExternal(names, std::move(classes), std::move(runner))));
 }
 
 TCommandExternal& TEasyCommandList::AddExternal(const TCommandNameRecord& names,
                                                 TCommandParameterClassList classes,
                                                 TCommandClassMethodWithPrediction runner) {
-    auto command = std::make_unique<TCommandExternal>(names.Name, names.ShortName, names.Caption);
-    command->AddPattern(std::move(classes), std::move(runner));
-    return static_cast<TCommandExternal&>(Add(std::move(command)));
+    return static_cast<TCommandExternal&>(
+        Add(MakeExternal(names, std::move(classes), std::move(runner))));
 }
 
 } // namespace tw

@@ -313,16 +313,16 @@ TEST_F(InterpreterFixture, ListsFilterTheirItemsAndApplyCommandsToEach) {
     EXPECT_EQ(Run("fi List \"FilterByMetadata\" \"source\" \"lab 3\"").Info,
               "Count: 1\r\n1/1. CmdThing named \"Thing\"");
 
-    EXPECT_EQ(RunFailing("fi List \"FilterByColour\" 1").ErrorText,
-              "Unknown filter: FilterByColour");
-    EXPECT_EQ(RunFailing("fi List \"FilterByType\" \"NoSuchType\"").ErrorText,
-              "Unknown object type: \"NoSuchType\"");
-    EXPECT_EQ(RunFailing("fi List \"FilterByType\" \"a b\"").ErrorText,
-              "Invalid object type: \"a b\"");
-    EXPECT_EQ(RunFailing("fi List \"FilterByProperty\" \"1x\" \"=\" 1").ErrorText,
-              "No correct identifier name specified: \"1x\"");
-    EXPECT_EQ(RunFailing("fi List \"FilterByProperty\" \"Count\" \"~\" 1").ErrorText,
-              "No correct boolean operator specified");
+    const std::pair<const char*, const char*> failures[] = {
+        {"fi List \"FilterByColour\" 1", "Unknown filter: FilterByColour"},
+        {"fi List \"FilterByType\" \"NoSuchType\"", "Unknown object type: \"NoSuchType\""},
+        {"fi List \"FilterByType\" \"a b\"", "Invalid object type: \"a b\""},
+        {"fi List \"FilterByProperty\" \"1x\" \"=\" 1",
+         "No correct identifier name specified: \"1x\""},
+        {"fi List \"FilterByProperty\" \"Count\" \"~\" 1", "No correct boolean operator specified"},
+    };
+    for (const auto& [line, message] : failures)
+        EXPECT_EQ(RunFailing(line).ErrorText, message);
     EXPECT_THROW(TOFByIntrProp::Compare(0, "~"), ECommandError);
 
     // One command on each item, as one undo step; the first failure takes back the others.

@@ -176,14 +176,14 @@ TEST_F(InterpreterFixture, SetPropertiesChecksAllPairsBeforeWritingAny) {
     EXPECT_EQ(Thing.Pressure().Value(), -20000.0);
     EXPECT_EQ(World.Manager.UndoCount(), 1);
 
-    EXPECT_EQ(RunFailing("sps Thing \"Number\" 2 \"Count\" 1000").ErrorText,
-              "Incorrect new value for: Count");
-    EXPECT_EQ(RunFailing("sps Thing \"Number\" 2 \"Locked\" 1").ErrorText,
-              "Cannot set a read-only property: Locked");
-    EXPECT_EQ(RunFailing("sps Thing \"Number\" 2 \"Count\" \"x\"").ErrorText,
-              "Incorrect new value for: Count");
-    EXPECT_EQ(RunFailing("sps Thing \"Number\" 2 \"number\" 3").ErrorText,
-              "Cannot set a property more than once: Number");
+    const std::pair<const char*, const char*> failures[] = {
+        {"sps Thing \"Number\" 2 \"Count\" 1000", "Incorrect new value for: Count"},
+        {"sps Thing \"Number\" 2 \"Locked\" 1", "Cannot set a read-only property: Locked"},
+        {"sps Thing \"Number\" 2 \"Count\" \"x\"", "Incorrect new value for: Count"},
+        {"sps Thing \"Number\" 2 \"number\" 3", "Cannot set a property more than once: Number"},
+    };
+    for (const auto& [line, message] : failures)
+        EXPECT_EQ(RunFailing(line).ErrorText, message);
     // A write the property refuses, after one that went through: both stay as they were.
     EXPECT_EQ(RunFailing("sps Thing \"Number\" 2 \"Guarded\" True").ErrorText,
               "Cannot set property: Guarded\r\nCannot change value from \"False\" to \"True\"");
