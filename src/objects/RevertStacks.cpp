@@ -356,7 +356,8 @@ bool TKovRevertStacksManager::Add(TKovObject* newObject, TKovObject* oldObject,
         EndSnapshot();
         return added;
     }
-    ClearRedoStack();
+    // Redo is forfeited when the snapshot ends with changes (EndSnapshot), not here: a snapshot
+    // that is rolled back must leave the redo stack as it found it.
     const bool rename = newObject && oldObject && newObject->Name() != oldObject->Name();
     if (!rename && AlreadyContainsObject(newObject, oldObject)) {
         if (newObject && oldObject)
