@@ -411,12 +411,19 @@ void TQBResults::PrincipalEigenValues(double a, double b, double c, double d, do
     p3 = mean + r * (-0.5 * sinTheta + HalfSqrt3 * cosTheta);
 }
 
-void TQBResults::CalculateDerivedRow(int row) {
-    auto set = [&](TQBResultType type) { return FIsSet[type][row] != 0; };
-    auto value = [&](TQBResultType type) { return FValues[type][row]; };
+// The columns as plain pointers, taken once for all rows: a store through the flags' bytes could
+// otherwise alias the vectors and make every access reload them.
+struct TQBResults::TColumnPointers {
+    double* Values[QBResultTypeCount];
+    uint8_t* IsSet[QBResultTypeCount];
+};
+
+void TQBResults::CalculateDerivedRow(TColumnPointers& columns, int row) {
+    auto set = [&](TQBResultType type) { return columns.IsSet[type][row] != 0; };
+    auto value = [&](TQBResultType type) { return columns.Values[type][row]; };
     auto store = [&](TQBResultType type, double v) {
-        FValues[type][row] = v;
-        FIsSet[type][row] = 1;
+        columns.Values[type][row] = v;
+        columns.IsSet[type][row] = 1;
     };
     if (set(rtEpsXX) && set(rtEpsYY) && set(rtEpsZZ) && set(rtGamXY) && set(rtGamYZ) &&
         set(rtGamZX)) {
@@ -495,8 +502,13 @@ void TQBResults::CalculateMohrCircle() {
 
 void TQBResults::CalculateDerivedResults() {
     TUpdateBracket update(*this);
+    TColumnPointers columns;
+    for (int i = 0; i < QBResultTypeCount; ++i) {
+        columns.Values[i] = FValues[i].data();
+        columns.IsSet[i] = FIsSet[i].data();
+    }
     for (int row = 0; row < FRowCount; ++row)
-        CalculateDerivedRow(row);
+        CalculateDerivedRow(columns, row);
     CalculateMohrCircle();
     NotifyObservers();
     update.Close();

@@ -201,7 +201,8 @@ private:
             RowOutOfBounds(row);
     }
     [[noreturn]] static void RowOutOfBounds(int row);
-    void CalculateDerivedRow(int row);
+    struct TColumnPointers;
+    void CalculateDerivedRow(TColumnPointers& columns, int row);
     void CalculateMohrCircle();
 
     std::function<void()> FOnAfterCalculateDerivedResults;
