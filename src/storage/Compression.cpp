@@ -150,4 +150,65 @@ std::string ZlibDecompress(const void* data, uint64_t dataSize, uint64_t limit) 
     return out;
 }
 
+// ---------------------------------------------------------------------------------------------
+
+struct TZlibCompressStream::TState {
+    z_stream Stream{};
+    std::string Out = std::string(1 << 20, '\0'); // 1 MiB at a time
+};
+
+TZlibCompressStream::TZlibCompressStream(TStream& target, int level)
+    : FTarget(target), FState(std::make_unique<TState>()) {
+    if (deflateInit(&FState->Stream, level) != Z_OK)
+        throw ECompressionError("Cannot start zlib compression");
+}
+
+TZlibCompressStream::~TZlibCompressStream() {
+    deflateEnd(&FState->Stream);
+}
+
+size_t TZlibCompressStream::Read(void*, size_t) {
+    throw EStreamError("Cannot read a compressing stream");
+}
+
+void TZlibCompressStream::SetPosition(uint64_t position) {
+    if (position != FWritten)
+        throw EStreamError("Cannot seek in a compressing stream");
+}
+
+void TZlibCompressStream::Deflate(const void* data, size_t size, int flush) {
+    z_stream& stream = FState->Stream;
+    stream.next_in = static_cast<Bytef*>(const_cast<void*>(data));
+    stream.avail_in = static_cast<uInt>(size);
+    int code;
+    do {
+        stream.next_out = reinterpret_cast<Bytef*>(FState->Out.data());
+        stream.avail_out = static_cast<uInt>(FState->Out.size());
+        code = deflate(&stream, flush);
+        if (code == Z_STREAM_ERROR)
+            throw ECompressionError("zlib compression failed");
+        FTarget.Write(FState->Out.data(), FState->Out.size() - stream.avail_out);
+    } while (stream.avail_out == 0 || (flush == Z_FINISH && code != Z_STREAM_END));
+}
+
+void TZlibCompressStream::Write(const void* buffer, size_t count) {
+    if (FFinished)
+        throw EStreamError("Cannot write to a finished compressing stream");
+    const auto* bytes = static_cast<const uint8_t*>(buffer);
+    while (count > 0) {
+        const size_t chunk = std::min<size_t>(count, Slice);
+        Deflate(bytes, chunk, Z_NO_FLUSH);
+        bytes += chunk;
+        count -= chunk;
+        FWritten += chunk;
+    }
+}
+
+void TZlibCompressStream::Finish() {
+    if (FFinished)
+        return;
+    FFinished = true;
+    Deflate(nullptr, 0, Z_FINISH);
+}
+
 } // namespace tw

@@ -3,8 +3,10 @@
 // from a file: output beyond what the caller expects, or a stream that ends early, is an error.
 
 #include "storage/StorageExceptions.h"
+#include "storage/Streams.h"
 
 #include <cstdint>
+#include <memory>
 #include <string>
 
 namespace tw {
@@ -18,5 +20,31 @@ std::string ZlibCompress(const void* data, uint64_t size, int level);
 void ZlibDecompress(const void* data, uint64_t dataSize, void* out, uint64_t size);
 // Inflates a zlib stream of unknown length, up to `limit` bytes.
 std::string ZlibDecompress(const void* data, uint64_t dataSize, uint64_t limit);
+
+// Compresses what is written to it into one zlib stream on `target`, a chunk at a time; Finish
+// ends the stream. Write-only.
+class TZlibCompressStream : public TStream {
+public:
+    TZlibCompressStream(TStream& target, int level);
+    TZlibCompressStream(const TZlibCompressStream&) = delete;
+    TZlibCompressStream& operator=(const TZlibCompressStream&) = delete;
+    ~TZlibCompressStream() override;
+
+    size_t Read(void* buffer, size_t count) override;
+    void Write(const void* buffer, size_t count) override;
+    uint64_t Size() const override { return FWritten; }
+    uint64_t Position() const override { return FWritten; }
+    void SetPosition(uint64_t position) override;
+    void Finish();
+
+private:
+    void Deflate(const void* data, size_t size, int flush);
+
+    TStream& FTarget;
+    struct TState;
+    std::unique_ptr<TState> FState;
+    uint64_t FWritten = 0;
+    bool FFinished = false;
+};
 
 } // namespace tw
