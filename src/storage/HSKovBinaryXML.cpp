@@ -863,6 +863,18 @@ void THSKovBinaryXML::ResetToEmpty(const std::string& rootName, int version) {
     FStrategy->AddToElements(*this, &rootName);
 }
 
+void THSKovBinaryXML::SetName(const std::string&) {
+    throw EStorageException("This storage type does not support SetName functionality, Please "
+                            "convert this storage to NativeXML or JSON to get access to this "
+                            "functionality");
+}
+
+bool THSKovBinaryXML::RemoveChildByName(const std::string&) {
+    throw EStorageException("This storage type does not support RemoveChildByName functionality, "
+                            "Please convert this storage to NativeXML or JSON to get access to "
+                            "this functionality");
+}
+
 TFrugalMemoryStream& THSKovBinaryXML::NamedValues() const {
     if (!FNamedValues)
         FNamedValues = std::make_unique<TFrugalMemoryStream>();

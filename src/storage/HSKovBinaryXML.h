@@ -96,6 +96,9 @@ public:
 
     const THierarchicStorageClass& StorageClass() const override { return StaticStorageClass(); }
     std::string Name() const override { return FStrategy->GetName(*this); }
+    // Not supported: the records of a file are not rewritten in place.
+    void SetName(const std::string& name) override;
+    bool RemoveChildByName(const std::string& name) override;
     TStorageValueType ValueType() const override { return FStrategy->GetValueType(*this); }
     bool LikesBlobs() const override { return true; }
     int FileFormatVersion() const { return FFileFormatVersion; }

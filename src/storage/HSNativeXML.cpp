@@ -111,6 +111,22 @@ std::string THSNativeXML::Name() const {
     return FNode ? pugi::xml_node(FNode).name() : "";
 }
 
+void THSNativeXML::SetName(const std::string& name) {
+    const std::string checked = IsRoot() ? LowerCase(name) : name;
+    if (!IsXMLName(checked))
+        throw EInvalidName(Format("\"%s\" cannot be the name of an XML element", name));
+    pugi::xml_node(FNode).set_name(checked.c_str());
+}
+
+bool THSNativeXML::RemoveChildByName(const std::string& name) {
+    auto* child = static_cast<THSNativeXML*>(GetChildByName(name));
+    if (!child)
+        return false;
+    pugi::xml_node(FNode).remove_child(pugi::xml_node(child->FNode));
+    ExtractChild(child);
+    return true;
+}
+
 TStorageValueType THSNativeXML::ValueType() const {
     return FNode && pugi::xml_node(FNode).attribute(BlobMark) ? svtBlob : svtNone;
 }

@@ -25,6 +25,8 @@ public:
 
     const THierarchicStorageClass& StorageClass() const override { return StaticStorageClass(); }
     std::string Name() const override;
+    void SetName(const std::string& name) override;
+    bool RemoveChildByName(const std::string& name) override;
     TStorageValueType ValueType() const override;
 
     int NamedValuesCount() const override;

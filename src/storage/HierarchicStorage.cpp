@@ -56,6 +56,19 @@ THierarchicStorage& THierarchicStorage::AdoptChild(std::unique_ptr<THierarchicSt
     return *_FChildren->back();
 }
 
+std::unique_ptr<THierarchicStorage>
+THierarchicStorage::ExtractChild(const THierarchicStorage* child) {
+    if (!_FChildren)
+        return nullptr;
+    for (auto it = _FChildren->begin(); it != _FChildren->end(); ++it)
+        if (it->get() == child) {
+            std::unique_ptr<THierarchicStorage> taken = std::move(*it);
+            _FChildren->erase(it);
+            return taken;
+        }
+    return nullptr;
+}
+
 THierarchicStorage* THierarchicStorage::GetChildByName(const std::string& name) const {
     if (!_FChildren)
         return nullptr;

@@ -71,6 +71,10 @@ public:
     virtual THierarchicStorage* GetChildByName(const std::string& name) const;
 
     virtual std::string Name() const = 0;
+    // Renames the node; a back-end that cannot raises.
+    virtual void SetName(const std::string& name) = 0;
+    // Removes the first child of that name (any case) with its subtree; false if there is none.
+    virtual bool RemoveChildByName(const std::string& name) = 0;
     virtual TStorageValueType ValueType() const = 0;
 
     // Named values. Names are normalised (trimmed, lower case) for look-up.
@@ -154,6 +158,8 @@ protected:
     }
 
     THierarchicStorage& AdoptChild(std::unique_ptr<THierarchicStorage> child);
+    // Takes the child out of the list; the caller owns it.
+    std::unique_ptr<THierarchicStorage> ExtractChild(const THierarchicStorage* child);
     void ClearChildren() { _FChildren.reset(); }
     THierarchicStorageList* Children() const { return _FChildren.get(); }
 

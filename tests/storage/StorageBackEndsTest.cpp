@@ -340,6 +340,31 @@ TEST(StorageBackEnds, XMLThatIsNotWellFormedOrHasAnotherRootIsRefusedWithTheFile
     EXPECT_THROW(any.LoadFromFile(folder.File("deep.xml")), EStorageException);
 }
 
+TEST(StorageBackEnds, RemovingAndRenamingNodes) {
+    THSNativeXML xml("root");
+    xml.AddChild("Keep").SetValueAsInt32(1);
+    xml.AddChild("Drop").AddChild("Inner");
+    EXPECT_TRUE(xml.RemoveChildByName("drop"));
+    EXPECT_FALSE(xml.RemoveChildByName("drop"));
+    xml.GetChildByIndex(0).SetName("Kept");
+    auto read = LoadFromBytes<THSNativeXML>(SaveToBytes(xml));
+    ASSERT_EQ(read->ChildCount(), 1);
+    EXPECT_EQ(read->GetChildByIndex(0).Name(), "Kept");
+    EXPECT_EQ(read->GetChildByIndex(0).GetValueAsInt32(), 1);
+
+    THSKovBinaryXML kovml("root");
+    kovml.AddChild("Keep");
+    try {
+        kovml.RemoveChildByName("keep");
+        FAIL();
+    } catch (const EStorageException& e) {
+        EXPECT_STREQ(e.what(), "This storage type does not support RemoveChildByName "
+                               "functionality, Please convert this storage to NativeXML or JSON "
+                               "to get access to this functionality");
+    }
+    EXPECT_THROW(kovml.GetChildByIndex(0).SetName("x"), EStorageException);
+}
+
 TEST(StorageBackEnds, XMLKeepsAValueBesideChildren) {
     THSNativeXML root("root");
     auto& node = root.AddChild("Node");
