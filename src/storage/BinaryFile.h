@@ -227,6 +227,7 @@ public:
     char BlockTypeSuffix() const override { return 'I'; }
     int32_t GetValue(int index) const { return ValueAt<int32_t>(index); }
     void SetValue(int index, int32_t value) { SetValueAt(index, value); }
+    using TDataBlock::Add;
     void Add(int32_t value) { SetValue(Count(), value); }
     std::vector<int32_t> ToArray() const;
     std::string GetStringValue(int index) const override;
@@ -244,6 +245,7 @@ public:
     TBlockType BlockType() const override { return btFloat; }
     virtual double GetDoubleValue(int index) const = 0;
     virtual void SetDoubleValue(int index, double value) = 0;
+    using TDataBlock::Add;
     void Add(double value) { SetDoubleValue(Count(), value); }
     std::vector<double> ToArray() const;
     std::string GetStringValue(int index) const override;

@@ -51,102 +51,84 @@ std::string ZlibCompress(const void* data, uint64_t size, int level) {
     return out;
 }
 
-void ZlibDecompress(const void* data, uint64_t dataSize, void* out, uint64_t size) {
-    z_stream stream{};
-    if (inflateInit(&stream) != Z_OK)
-        throw ECompressionError("Cannot start zlib decompression");
-    const auto* in = static_cast<const Bytef*>(data);
-    auto* target = static_cast<Bytef*>(out);
-    uint64_t consumed = 0, produced = 0;
-    int code = Z_OK;
-    while (code != Z_STREAM_END) {
-        if (stream.avail_in == 0 && consumed < dataSize) {
-            const uint64_t chunk = std::min(dataSize - consumed, Slice);
-            stream.next_in = const_cast<Bytef*>(in + consumed);
-            stream.avail_in = static_cast<uInt>(chunk);
-            consumed += chunk;
-        }
-        // One byte of room past the end lets a stream that holds too much show itself.
-        Bytef spare;
-        if (produced < size) {
-            stream.next_out = target + produced;
-            stream.avail_out = static_cast<uInt>(std::min(size - produced, Slice));
-        } else {
-            stream.next_out = &spare;
-            stream.avail_out = 1;
-        }
-        const uInt before = stream.avail_out;
-        const uInt inputBefore = stream.avail_in;
-        code = inflate(&stream, Z_NO_FLUSH);
-        const uInt written = before - stream.avail_out;
-        if (produced >= size && written > 0) {
-            inflateEnd(&stream);
-            throw ECompressionError(
-                Format("The compressed data hold more than the %d bytes announced", size));
-        }
-        produced += written;
-        if (code == Z_STREAM_END)
-            break;
-        if (code != Z_OK && code != Z_BUF_ERROR) {
-            const std::string message = ZlibMessage(stream, code);
-            inflateEnd(&stream);
-            throw ECompressionError(Format("The compressed data do not inflate: %s", message));
-        }
-        if (written == 0 && inputBefore == stream.avail_in && consumed >= dataSize) {
-            inflateEnd(&stream);
-            throw ECompressionError(
-                Format("The compressed data end early: %d of %d bytes inflated", produced, size));
+namespace {
+// One inflation: feeds the input in slices and asks `room` for the next place to write, given
+// how much was written so far. Raises on damaged data and on data that end early.
+class TInflater {
+public:
+    TInflater() {
+        if (inflateInit(&FStream) != Z_OK)
+            throw ECompressionError("Cannot start zlib decompression");
+    }
+    ~TInflater() { inflateEnd(&FStream); }
+    TInflater(const TInflater&) = delete;
+    TInflater& operator=(const TInflater&) = delete;
+
+    template <typename Room> uint64_t Run(const void* data, uint64_t dataSize, Room room) {
+        const auto* in = static_cast<const Bytef*>(data);
+        uint64_t consumed = 0;
+        for (;;) {
+            if (FStream.avail_in == 0 && consumed < dataSize) {
+                const uint64_t chunk = std::min(dataSize - consumed, Slice);
+                FStream.next_in = const_cast<Bytef*>(in + consumed);
+                FStream.avail_in = static_cast<uInt>(chunk);
+                consumed += chunk;
+            }
+            const auto [out, space] = room(uint64_t(FStream.total_out));
+            FStream.next_out = out;
+            FStream.avail_out = static_cast<uInt>(std::min(space, Slice));
+            const uInt inputBefore = FStream.avail_in, outputBefore = FStream.avail_out;
+            const int code = inflate(&FStream, Z_NO_FLUSH);
+            if (code == Z_STREAM_END)
+                return FStream.total_out;
+            if (code != Z_OK && code != Z_BUF_ERROR)
+                throw ECompressionError(
+                    Format("The compressed data do not inflate: %s", ZlibMessage(FStream, code)));
+            if (inputBefore == FStream.avail_in && outputBefore == FStream.avail_out &&
+                consumed >= dataSize)
+                throw ECompressionError(Format("The compressed data end early, after %d bytes",
+                                               uint64_t(FStream.total_out)));
         }
     }
-    inflateEnd(&stream);
+
+private:
+    z_stream FStream{};
+};
+} // namespace
+
+void ZlibDecompress(const void* data, uint64_t dataSize, void* out, uint64_t size) {
+    auto* target = static_cast<Bytef*>(out);
+    // One byte of room past the end lets a stream that holds too much show itself.
+    Bytef spare;
+    TInflater inflater;
+    const uint64_t produced =
+        inflater.Run(data, dataSize, [&](uint64_t written) -> std::pair<Bytef*, uint64_t> {
+            if (written > size)
+                throw ECompressionError(
+                    Format("The compressed data hold more than the %d bytes announced", size));
+            if (written == size)
+                return {&spare, 1};
+            return {target + written, size - written};
+        });
     if (produced != size)
         throw ECompressionError(Format(
             "The compressed data hold %d bytes instead of the %d announced", produced, size));
 }
 
 std::string ZlibDecompress(const void* data, uint64_t dataSize, uint64_t limit) {
-    z_stream stream{};
-    if (inflateInit(&stream) != Z_OK)
-        throw ECompressionError("Cannot start zlib decompression");
-    const auto* in = static_cast<const Bytef*>(data);
     std::string out;
-    uint64_t consumed = 0;
-    int code = Z_OK;
-    while (code != Z_STREAM_END) {
-        if (stream.avail_in == 0 && consumed < dataSize) {
-            const uint64_t chunk = std::min(dataSize - consumed, Slice);
-            stream.next_in = const_cast<Bytef*>(in + consumed);
-            stream.avail_in = static_cast<uInt>(chunk);
-            consumed += chunk;
-        }
-        if (out.size() == stream.total_out) {
-            if (out.size() >= limit) {
-                inflateEnd(&stream);
-                throw ECompressionError(
-                    Format("The compressed data hold more than %d bytes", limit));
+    TInflater inflater;
+    const uint64_t produced =
+        inflater.Run(data, dataSize, [&](uint64_t written) -> std::pair<Bytef*, uint64_t> {
+            if (written == out.size()) {
+                if (out.size() >= limit)
+                    throw ECompressionError(
+                        Format("The compressed data hold more than %d bytes", limit));
+                out.resize(std::min<uint64_t>(std::max<size_t>(2 * out.size(), 1 << 16), limit));
             }
-            out.resize(std::min<uint64_t>(std::max<size_t>(2 * out.size(), 1 << 16), limit));
-        }
-        stream.next_out = reinterpret_cast<Bytef*>(out.data()) + stream.total_out;
-        stream.avail_out =
-            static_cast<uInt>(std::min<uint64_t>(out.size() - stream.total_out, Slice));
-        const uInt inputBefore = stream.avail_in, outputBefore = stream.avail_out;
-        code = inflate(&stream, Z_NO_FLUSH);
-        if (code == Z_STREAM_END)
-            break;
-        if (code != Z_OK && code != Z_BUF_ERROR) {
-            const std::string message = ZlibMessage(stream, code);
-            inflateEnd(&stream);
-            throw ECompressionError(Format("The compressed data do not inflate: %s", message));
-        }
-        if (inputBefore == stream.avail_in && outputBefore == stream.avail_out &&
-            consumed >= dataSize) {
-            inflateEnd(&stream);
-            throw ECompressionError("The compressed data end early");
-        }
-    }
-    out.resize(stream.total_out);
-    inflateEnd(&stream);
+            return {reinterpret_cast<Bytef*>(out.data()) + written, out.size() - written};
+        });
+    out.resize(produced);
     return out;
 }
 

@@ -17,6 +17,13 @@ const char* SeverityName(THPReadErrorSeverity severity) {
     }
 }
 
+void ReportReadProblem(THPReadErrorList* errors, THPReadErrorSeverity severity,
+                       const std::string& text, TKovObject* object, TKovObject* property) {
+    if (!errors)
+        throw EHierarchicPersisterException(text);
+    errors->AddError(severity, text, object, property);
+}
+
 THPReadError::THPReadError(THPReadErrorSeverity severity, const std::string& error)
     : FError(error), FSeverity(severity) {}
 

@@ -4,6 +4,7 @@
 // reads right after the objects are gone; an object that is destroyed drops out of its records.
 
 #include "objects/KovBaseClasses.h"
+#include "storage/StorageExceptions.h"
 
 #include <memory>
 #include <string>
@@ -69,5 +70,10 @@ private:
 };
 
 const char* SeverityName(THPReadErrorSeverity severity);
+
+// A problem of a read: recorded when there is a list, else raised as EHierarchicPersisterException.
+void ReportReadProblem(THPReadErrorList* errors, THPReadErrorSeverity severity,
+                       const std::string& text, TKovObject* object = nullptr,
+                       TKovObject* property = nullptr);
 
 } // namespace tw

@@ -370,52 +370,35 @@ public:
 
     int64_t GetValueAsInt64(const THSKovBinaryXML& storage, int64_t defaultValue) override {
         const TRecord record = ReadRecord(storage);
-        switch (record.Type) {
-        case svtBoolean:
-            return (record.Value & 0xFF) != 0 ? 1 : 0;
-        case svtInt32:
-            return ReadValue<int32_t>(storage, record, FStorageData.FInt32Values, "DataInt32");
-        case svtInt64:
-            return ReadValue<int64_t>(storage, record, FStorageData.FInt64Values, "DataInt64");
-        case svtDouble: {
-            const double value =
-                ReadValue<double>(storage, record, FStorageData.FDoubleValues, "DataDouble");
-            const double whole = std::round(value);
-            // Whole within 1e-16 relative, and inside the range of int64.
-            if (!std::isfinite(value) || std::fabs(value - whole) > 1e-16 * std::fabs(value) ||
-                whole < -9.2233720368547758e18 || whole >= 9.2233720368547758e18)
-                return defaultValue;
-            return static_cast<int64_t>(whole);
-        }
-        case svtString: {
+        if (record.Type == svtString) {
             int64_t value;
             return THierarchicStorage::StorageStringToInt64(ReadStringValue(storage, record), value)
                        ? value
                        : defaultValue;
         }
-        default:
+        TNumber number;
+        if (!ReadNumber(storage, record, number))
             return defaultValue;
-        }
+        if (!number.IsReal)
+            return number.Integer;
+        const double whole = std::round(number.Real);
+        // Whole within 1e-16 relative, and inside the range of int64.
+        if (!std::isfinite(number.Real) ||
+            std::fabs(number.Real - whole) > 1e-16 * std::fabs(number.Real) ||
+            whole < -9.2233720368547758e18 || whole >= 9.2233720368547758e18)
+            return defaultValue;
+        return static_cast<int64_t>(whole);
     }
 
     double GetValueAsDouble(const THSKovBinaryXML& storage, double defaultValue) override {
         const TRecord record = ReadRecord(storage);
-        switch (record.Type) {
-        case svtBoolean:
-            return (record.Value & 0xFF) != 0 ? 1 : 0;
-        case svtInt32:
-            return ReadValue<int32_t>(storage, record, FStorageData.FInt32Values, "DataInt32");
-        case svtInt64:
-            return static_cast<double>(
-                ReadValue<int64_t>(storage, record, FStorageData.FInt64Values, "DataInt64"));
-        case svtDouble:
-            return ReadValue<double>(storage, record, FStorageData.FDoubleValues, "DataDouble");
-        case svtString:
+        if (record.Type == svtString)
             return THierarchicStorage::StorageStringToDouble(ReadStringValue(storage, record),
                                                              defaultValue);
-        default:
+        TNumber number;
+        if (!ReadNumber(storage, record, number))
             return defaultValue;
-        }
+        return number.IsReal ? number.Real : static_cast<double>(number.Integer);
     }
 
     std::string GetValueAsString(const THSKovBinaryXML& storage,
@@ -590,6 +573,35 @@ private:
     };
 
     static void WriteT(TStream& stream, T value) { stream.Write(&value, W); }
+
+    // The value of a boolean (0 or 1), integer or double record.
+    struct TNumber {
+        bool IsReal = false;
+        int64_t Integer = 0;
+        double Real = 0;
+    };
+    bool ReadNumber(const THSKovBinaryXML& storage, const TRecord& record, TNumber& number) {
+        switch (record.Type) {
+        case svtBoolean:
+            number.Integer = (record.Value & 0xFF) != 0 ? 1 : 0;
+            return true;
+        case svtInt32:
+            number.Integer =
+                ReadValue<int32_t>(storage, record, FStorageData.FInt32Values, "DataInt32");
+            return true;
+        case svtInt64:
+            number.Integer =
+                ReadValue<int64_t>(storage, record, FStorageData.FInt64Values, "DataInt64");
+            return true;
+        case svtDouble:
+            number.IsReal = true;
+            number.Real =
+                ReadValue<double>(storage, record, FStorageData.FDoubleValues, "DataDouble");
+            return true;
+        default:
+            return false;
+        }
+    }
 
     void WriteSection(TStream& stream, const char* name, const TStreamWrapper<T>& section) {
         const T nameLength = static_cast<T>(std::strlen(name));

@@ -50,14 +50,6 @@ std::vector<std::string> THPPropertyNameMappings::OldNamesOf(const TKovClass& cl
 // THPKovObject
 
 namespace {
-// Raises without a list of read errors; records with one.
-void ReportOrRaise(THPReadErrorList* errors, THPReadErrorSeverity severity, const std::string& text,
-                   TKovObject* object = nullptr) {
-    if (!errors)
-        throw EHierarchicPersisterException(text);
-    errors->AddError(severity, text, "", object);
-}
-
 std::string GuidText(const TUniqueID& id) {
     return id.IsEmpty() ? "" : id.ToString();
 }
@@ -94,8 +86,8 @@ void THPKovObject::DoLoadObject(TKovObject& object, THierarchicStorage& storage,
     const std::string idText = storage.GetNamedValue("ID");
     TUniqueID id;
     if (!ReadGuid(idText, id))
-        ReportOrRaise(errors, hresWarning,
-                      Format("Invalid identity \"%s\" of %s", idText, storage.Name()), &object);
+        ReportReadProblem(errors, hresWarning,
+                          Format("Invalid identity \"%s\" of %s", idText, storage.Name()), &object);
     else if (!id.IsEmpty())
         Session().SetIdentity(object, id);
     if (LoadsName()) {
@@ -112,12 +104,12 @@ void THPKovObject::DoLoadObject(TKovObject& object, THierarchicStorage& storage,
         return;
     const TApplicationVersion running = TApplicationVersion::Running();
     if (version > running)
-        ReportOrRaise(errors, hresError,
-                      Format("%s's version (%s) is newer than the current (%s) and cannot be "
-                             "loaded. The project file is not compatible with this application "
-                             "version.",
-                             object.ClassType().Name(), version.ToString(), running.ToString()),
-                      &object);
+        ReportReadProblem(errors, hresError,
+                          Format("%s's version (%s) is newer than the current (%s) and cannot be "
+                                 "loaded. The project file is not compatible with this application "
+                                 "version.",
+                                 object.ClassType().Name(), version.ToString(), running.ToString()),
+                          &object);
 }
 
 int THPKovFallbackPersister::GetSupportLevel(const TKovClass&) const {
@@ -295,8 +287,8 @@ void THPKovParentableObject::DoLoadObject(TKovObject& object, THierarchicStorage
     const std::string text = storage.GetNamedValue("ParentId");
     TUniqueID parent;
     if (!ReadGuid(text, parent))
-        ReportOrRaise(errors, hresWarning,
-                      Format("Invalid parent \"%s\" of %s", text, object.Name()), &object);
+        ReportReadProblem(errors, hresWarning,
+                          Format("Invalid parent \"%s\" of %s", text, object.Name()), &object);
     else
         Session().SetParent(static_cast<TKovParentableObject&>(object), parent);
 }
@@ -310,9 +302,7 @@ const TKovClass& THPIntrinsicProperty::SupportedClass() const {
 
 void THPIntrinsicProperty::Report(THPReadErrorList* errors, TKovIntrinsicProperty& property,
                                   const std::string& text) {
-    if (!errors)
-        throw EHierarchicPersisterException(text);
-    errors->AddError(hresWarning, text, property.Owner(), &property);
+    ReportReadProblem(errors, hresWarning, text, property.Owner(), &property);
 }
 
 void THPIntrinsicProperty::DoPersistObject(TKovObject& object, THierarchicStorage& storage) {

@@ -84,12 +84,7 @@ void TMemoryMappedFileStream::Map(uint64_t capacity) {
 }
 
 size_t TMemoryMappedFileStream::Read(void* buffer, size_t count) {
-    if (FPosition >= FSize)
-        return 0;
-    const size_t n = static_cast<size_t>(std::min<uint64_t>(count, FSize - FPosition));
-    std::memcpy(buffer, FView + FPosition, n);
-    FPosition += n;
-    return n;
+    return ReadFromMemory(FView, FSize, FPosition, buffer, count);
 }
 
 void TMemoryMappedFileStream::Write(const void* buffer, size_t count) {

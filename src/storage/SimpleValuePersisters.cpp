@@ -25,61 +25,19 @@ template <typename SVO> auto& ValueOf(TKovObject& object) {
 
 // Each load keeps the variable's value when the node holds nothing it can read.
 
-void THPString::DoLoadObject(TKovObject& object, THierarchicStorage& storage, THPReadErrorList*) {
-    auto& value = ValueOf<TSVOString>(object);
-    value = storage.GetValueAsString(value);
-}
-void THPString::DoPersistObject(TKovObject& object, THierarchicStorage& storage) {
-    storage.SetValueAsString(ValueOf<TSVOString>(object));
-}
-
-void THPBoolean::DoLoadObject(TKovObject& object, THierarchicStorage& storage, THPReadErrorList*) {
-    auto& value = ValueOf<TSVOBoolean>(object);
-    value = storage.GetValueAsBoolean(value);
-}
-void THPBoolean::DoPersistObject(TKovObject& object, THierarchicStorage& storage) {
-    storage.SetValueAsBoolean(ValueOf<TSVOBoolean>(object));
-}
-
 void THPByte::DoLoadObject(TKovObject& object, THierarchicStorage& storage,
                            THPReadErrorList* errors) {
     auto& value = ValueOf<TSVOByte>(object);
     const int32_t read = storage.GetValueAsInt32(value);
     if (read < 0 || read > 255) {
-        const std::string text = Format("The byte %s holds %d", storage.Name(), read);
-        if (!errors)
-            throw EHierarchicPersisterException(text);
-        errors->AddError(hresWarning, text);
+        ReportReadProblem(errors, hresWarning,
+                          Format("The byte %s holds %d", storage.Name(), read));
         return;
     }
     value = static_cast<uint8_t>(read);
 }
 void THPByte::DoPersistObject(TKovObject& object, THierarchicStorage& storage) {
     storage.SetValueAsInt32(ValueOf<TSVOByte>(object));
-}
-
-void THPInteger::DoLoadObject(TKovObject& object, THierarchicStorage& storage, THPReadErrorList*) {
-    auto& value = ValueOf<TSVOInteger>(object);
-    value = storage.GetValueAsInt32(value);
-}
-void THPInteger::DoPersistObject(TKovObject& object, THierarchicStorage& storage) {
-    storage.SetValueAsInt32(ValueOf<TSVOInteger>(object));
-}
-
-void THPInt64::DoLoadObject(TKovObject& object, THierarchicStorage& storage, THPReadErrorList*) {
-    auto& value = ValueOf<TSVOInt64>(object);
-    value = storage.GetValueAsInt64(value);
-}
-void THPInt64::DoPersistObject(TKovObject& object, THierarchicStorage& storage) {
-    storage.SetValueAsInt64(ValueOf<TSVOInt64>(object));
-}
-
-void THPDouble::DoLoadObject(TKovObject& object, THierarchicStorage& storage, THPReadErrorList*) {
-    auto& value = ValueOf<TSVODouble>(object);
-    value = storage.GetValueAsDouble(value);
-}
-void THPDouble::DoPersistObject(TKovObject& object, THierarchicStorage& storage) {
-    storage.SetValueAsDouble(ValueOf<TSVODouble>(object));
 }
 
 void THPClass::DoLoadObject(TKovObject& object, THierarchicStorage& storage,
@@ -92,10 +50,8 @@ void THPClass::DoLoadObject(TKovObject& object, THierarchicStorage& storage,
     }
     const TKovClass* cls = svo.FTextToClass ? svo.FTextToClass(text) : nullptr;
     if (!cls) {
-        const std::string message = Format("Could not find a class for type name %s!", text);
-        if (!errors)
-            throw EHierarchicPersisterException(message);
-        errors->AddError(hresWarning, message);
+        ReportReadProblem(errors, hresWarning,
+                          Format("Could not find a class for type name %s!", text));
         return;
     }
     *svo.FValue = cls;
@@ -116,10 +72,8 @@ void THPUniqueID::DoLoadObject(TKovObject& object, THierarchicStorage& storage,
     } else if (TUniqueID::TryParse(text, id)) {
         value = id;
     } else {
-        const std::string message = Format("Invalid identity \"%s\" in %s", text, storage.Name());
-        if (!errors)
-            throw EHierarchicPersisterException(message);
-        errors->AddError(hresWarning, message);
+        ReportReadProblem(errors, hresWarning,
+                          Format("Invalid identity \"%s\" in %s", text, storage.Name()));
     }
 }
 void THPUniqueID::DoPersistObject(TKovObject& object, THierarchicStorage& storage) {

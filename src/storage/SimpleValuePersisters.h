@@ -58,6 +58,37 @@ protected:
     }
 };
 
+// A variable whose value the node holds as one of its own value types: `Get` and `Set` are the
+// storage's accessors of that type. Reading keeps the variable's value when the node holds none.
+template <typename SVO, auto Get, auto Set> class THPPlainValue : public THPSimpleValue<SVO> {
+protected:
+    void DoLoadObject(TKovObject& object, THierarchicStorage& storage, THPReadErrorList*) override {
+        auto& value = *static_cast<SVO&>(object).FValue;
+        value = (storage.*Get)(value);
+    }
+    void DoPersistObject(TKovObject& object, THierarchicStorage& storage) override {
+        (storage.*Set)(*static_cast<SVO&>(object).FValue);
+    }
+};
+
+#define TW_PLAIN_VALUE_PERSISTER(Class, SVO, Type, StorageName)                                    \
+    class Class : public THPPlainValue<SVO, &THierarchicStorage::GetValueAs##Type,                 \
+                                       &THierarchicStorage::SetValueAs##Type> {                    \
+    public:                                                                                        \
+        std::string GetDefaultStorageName(const TKovObject*) const override {                      \
+            return StorageName;                                                                    \
+        }                                                                                          \
+    };
+
+TW_PLAIN_VALUE_PERSISTER(THPString, TSVOString, String, "string")
+TW_PLAIN_VALUE_PERSISTER(THPBoolean, TSVOBoolean, Boolean, "Boolean")
+TW_PLAIN_VALUE_PERSISTER(THPInteger, TSVOInteger, Int32, "Integer")
+TW_PLAIN_VALUE_PERSISTER(THPInt64, TSVOInt64, Int64, "Int64")
+TW_PLAIN_VALUE_PERSISTER(THPDouble, TSVODouble, Double, "Double")
+
+#undef TW_PLAIN_VALUE_PERSISTER
+
+// The kinds that check or convert what they read.
 #define TW_SIMPLE_VALUE_PERSISTER(Class, SVO, StorageName)                                         \
     class Class : public THPSimpleValue<SVO> {                                                     \
     public:                                                                                        \
@@ -71,12 +102,7 @@ protected:
         void DoPersistObject(TKovObject& object, THierarchicStorage& storage) override;            \
     };
 
-TW_SIMPLE_VALUE_PERSISTER(THPString, TSVOString, "string")
-TW_SIMPLE_VALUE_PERSISTER(THPBoolean, TSVOBoolean, "Boolean")
 TW_SIMPLE_VALUE_PERSISTER(THPByte, TSVOByte, "Byte")
-TW_SIMPLE_VALUE_PERSISTER(THPInteger, TSVOInteger, "Integer")
-TW_SIMPLE_VALUE_PERSISTER(THPInt64, TSVOInt64, "Int64")
-TW_SIMPLE_VALUE_PERSISTER(THPDouble, TSVODouble, "Double")
 TW_SIMPLE_VALUE_PERSISTER(THPClass, TSVOClass, "Class")
 TW_SIMPLE_VALUE_PERSISTER(THPUniqueID, TSVOUniqueID, "UniqueID")
 TW_SIMPLE_VALUE_PERSISTER(THPDateTime, TSVODateTime, "DateTime")

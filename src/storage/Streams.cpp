@@ -75,13 +75,18 @@ void TMemoryStream::Reserve(uint64_t capacity) {
     Grow(capacity);
 }
 
-size_t TMemoryStream::Read(void* buffer, size_t count) {
-    if (FPosition >= FSize)
+size_t ReadFromMemory(const uint8_t* data, uint64_t size, uint64_t& position, void* buffer,
+                      size_t count) {
+    if (position >= size)
         return 0;
-    const size_t n = static_cast<size_t>(std::min<uint64_t>(count, FSize - FPosition));
-    std::memcpy(buffer, FData + FPosition, n);
-    FPosition += n;
+    const size_t n = static_cast<size_t>(std::min<uint64_t>(count, size - position));
+    std::memcpy(buffer, data + position, n);
+    position += n;
     return n;
+}
+
+size_t TMemoryStream::Read(void* buffer, size_t count) {
+    return ReadFromMemory(FData, FSize, FPosition, buffer, count);
 }
 
 void TMemoryStream::Write(const void* buffer, size_t count) {
@@ -114,12 +119,7 @@ void TMemoryStream::Clear() {
 // ---------------------------------------------------------------------------------------------
 
 size_t TReadOnlyMemoryStream::Read(void* buffer, size_t count) {
-    if (FPosition >= FSize)
-        return 0;
-    const size_t n = static_cast<size_t>(std::min<uint64_t>(count, FSize - FPosition));
-    std::memcpy(buffer, FData + FPosition, n);
-    FPosition += n;
-    return n;
+    return ReadFromMemory(FData, FSize, FPosition, buffer, count);
 }
 
 void TReadOnlyMemoryStream::Write(const void*, size_t) {

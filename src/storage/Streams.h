@@ -145,6 +145,11 @@ private:
 void WriteFileAtomically(const std::string& fileName, bool createFolders,
                          const std::function<void(TStream&)>& write);
 
+// Reads up to `count` bytes at `position` of a block of memory of `size` bytes and moves the
+// position on; answers how many were read.
+size_t ReadFromMemory(const uint8_t* data, uint64_t size, uint64_t& position, void* buffer,
+                      size_t count);
+
 // The whole contents of a stream from its position.
 std::string ReadRemainingBytes(TStream& stream);
 

@@ -15,19 +15,6 @@ using namespace tw::testing;
 
 namespace {
 
-template <typename Action> std::string MessageOf(Action action) {
-    try {
-        action();
-    } catch (const std::exception& e) {
-        return e.what();
-    }
-    return "";
-}
-
-bool Contains(const std::string& text, const std::string& part) {
-    return text.find(part) != std::string::npos;
-}
-
 // A file with a block of each kind and a container holding two more.
 std::unique_ptr<TBinaryFile> SampleFile() {
     auto file = std::make_unique<TBinaryFile>();

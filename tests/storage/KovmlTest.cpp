@@ -19,20 +19,6 @@ template <typename T> T At(const std::string& bytes, size_t offset) {
     return value;
 }
 
-// The message of the exception that `action` raises, or "" when it raises none.
-template <typename Action> std::string MessageOf(Action action) {
-    try {
-        action();
-    } catch (const std::exception& e) {
-        return e.what();
-    }
-    return "";
-}
-
-bool Contains(const std::string& text, const std::string& part) {
-    return text.find(part) != std::string::npos;
-}
-
 std::string SmallFile(int version) {
     THSKovBinaryXML root("Root", version);
     root.SetNamedValue("Name", "Small");

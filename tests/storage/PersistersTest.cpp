@@ -97,15 +97,6 @@ void ExpectSameSample(const TSoilSample& read, const TSoilSample& written) {
     EXPECT_EQ(read.Taken, written.Taken);
 }
 
-template <typename Action> std::string MessageOf(Action action) {
-    try {
-        action();
-    } catch (const std::exception& e) {
-        return e.what();
-    }
-    return "";
-}
-
 } // namespace
 
 TEST(Persisters, AnObjectWithEveryKindOfValueComesBackWholeFromEachBackEnd) {
