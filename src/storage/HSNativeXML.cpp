@@ -17,6 +17,14 @@ bool IsBlobMark(const pugi::xml_attribute& attribute) {
     return SameText(attribute.name(), BlobMark);
 }
 
+// The blob mark in any case, as a file converted from lower-case names has it.
+pugi::xml_attribute BlobMarkOf(const pugi::xml_node& node) {
+    for (pugi::xml_attribute attribute : node.attributes())
+        if (IsBlobMark(attribute))
+            return attribute;
+    return {};
+}
+
 // XML 1.0 names, with every byte from 0x80 up allowed as part of a UTF-8 letter.
 bool IsXMLName(std::string_view name) {
     if (name.empty())
@@ -128,7 +136,7 @@ bool THSNativeXML::RemoveChildByName(const std::string& name) {
 }
 
 TStorageValueType THSNativeXML::ValueType() const {
-    return FNode && pugi::xml_node(FNode).attribute(BlobMark) ? svtBlob : svtNone;
+    return FNode && BlobMarkOf(pugi::xml_node(FNode)) ? svtBlob : svtNone;
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -177,7 +185,7 @@ void THSNativeXML::SetNamedValue(const std::string& name, const std::string& val
 
 void THSNativeXML::SetText(const std::string& text) {
     pugi::xml_node node(FNode);
-    node.remove_attribute(BlobMark);
+    node.remove_attribute(BlobMarkOf(node));
     node.text().set(text.c_str());
 }
 
@@ -238,7 +246,7 @@ std::string_view THSNativeXML::GetValueAsRawBlob(std::string& scratch) const {
 void THSNativeXML::SetValueAsRawBlobBuffer(const void* buffer, uint64_t size) {
     pugi::xml_node node(FNode);
     node.text().set(EncodeBase64(buffer, size).c_str());
-    if (!node.attribute(BlobMark))
+    if (!BlobMarkOf(node))
         node.append_attribute(BlobMark).set_value("true");
 }
 
