@@ -1,5 +1,7 @@
 #include "storage/HSNativeXML.h"
 
+#include "services/Base64.h"
+
 #include "services/Format.h"
 #include "services/Strings.h"
 
@@ -235,17 +237,16 @@ void THSNativeXML::SetValueAsDouble(double value) {
 }
 
 std::string_view THSNativeXML::GetValueAsRawBlob(std::string& scratch) const {
-    try {
-        scratch = DecodeBase64(GetValueAsString());
-    } catch (const EStorageException& e) {
-        throw EStorageCorruptFile(Format("The blob of %s: %s", Name(), e.what()));
-    }
+    std::optional<std::string> bytes = DecodeBase64(GetValueAsString());
+    if (!bytes)
+        throw EStorageCorruptFile(Format("The blob of %s: invalid base 64 text", Name()));
+    scratch = std::move(*bytes);
     return scratch;
 }
 
 void THSNativeXML::SetValueAsRawBlobBuffer(const void* buffer, uint64_t size) {
     pugi::xml_node node(FNode);
-    node.text().set(EncodeBase64(buffer, size).c_str());
+    node.text().set(EncodeBase64(std::string_view(static_cast<const char*>(buffer), size)).c_str());
     if (!BlobMarkOf(node))
         node.append_attribute(BlobMark).set_value("true");
 }
@@ -304,84 +305,6 @@ void THSNativeXML::SaveToStream(TStream& stream) {
     if (!document)
         throw EStorageException("Only the root of an XML storage can be saved");
     document->save(writer, "  ", pugi::format_indent, pugi::encoding_utf8);
-}
-
-// ---------------------------------------------------------------------------------------------
-// Base 64
-
-std::string EncodeBase64(const void* data, uint64_t size) {
-    static const char alphabet[] =
-        "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-    const auto* bytes = static_cast<const uint8_t*>(data);
-    std::string out;
-    out.reserve(static_cast<size_t>((size + 2) / 3 * 4));
-    uint64_t i = 0;
-    for (; i + 3 <= size; i += 3) {
-        const uint32_t v =
-            (uint32_t(bytes[i]) << 16) | (uint32_t(bytes[i + 1]) << 8) | bytes[i + 2];
-        out += alphabet[v >> 18];
-        out += alphabet[(v >> 12) & 63];
-        out += alphabet[(v >> 6) & 63];
-        out += alphabet[v & 63];
-    }
-    if (i < size) {
-        uint32_t v = uint32_t(bytes[i]) << 16;
-        if (i + 1 < size)
-            v |= uint32_t(bytes[i + 1]) << 8;
-        out += alphabet[v >> 18];
-        out += alphabet[(v >> 12) & 63];
-        out += i + 1 < size ? alphabet[(v >> 6) & 63] : '=';
-        out += '=';
-    }
-    return out;
-}
-
-std::string DecodeBase64(std::string_view text) {
-    auto value = [](char c) -> int {
-        if (c >= 'A' && c <= 'Z')
-            return c - 'A';
-        if (c >= 'a' && c <= 'z')
-            return c - 'a' + 26;
-        if (c >= '0' && c <= '9')
-            return c - '0' + 52;
-        if (c == '+')
-            return 62;
-        if (c == '/')
-            return 63;
-        return -1;
-    };
-    std::string out;
-    out.reserve(text.size() / 4 * 3);
-    uint32_t bits = 0;
-    int count = 0, padding = 0;
-    for (char c : text) {
-        if (c == ' ' || c == '\n' || c == '\r' || c == '\t')
-            continue;
-        if (c == '=') {
-            ++padding;
-            continue;
-        }
-        const int v = value(c);
-        if (v < 0 || padding > 0)
-            throw EStorageException(Format("Invalid base 64 character \"%c\"", c));
-        bits = (bits << 6) | uint32_t(v);
-        if (++count == 4) {
-            out += char(bits >> 16);
-            out += char((bits >> 8) & 0xFF);
-            out += char(bits & 0xFF);
-            bits = 0;
-            count = 0;
-        }
-    }
-    if (count == 1 || padding > 2)
-        throw EStorageException("Invalid base 64 text: it ends in the middle of a byte");
-    if (count == 2)
-        out += char(bits >> 4);
-    else if (count == 3) {
-        out += char(bits >> 10);
-        out += char((bits >> 2) & 0xFF);
-    }
-    return out;
 }
 
 } // namespace tw

@@ -65,8 +65,4 @@ private:
     pugi::xml_node_struct* FNode = nullptr;
 };
 
-// Base 64 (RFC 4648, with padding); decoding ignores white space and raises on anything else.
-std::string EncodeBase64(const void* data, uint64_t size);
-std::string DecodeBase64(std::string_view text);
-
 } // namespace tw
