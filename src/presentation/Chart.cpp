@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 
 namespace tw {
 
@@ -41,6 +42,46 @@ double ChartValue(const TQBResults& results, int row, TQBResultType type,
 
 std::string TestCurveCaption(const TQBTestBase& test) {
     return test.Title().empty() ? test.Caption() : test.Title();
+}
+
+const TSystemOfUnits& DefaultResultUnits() {
+    struct TNewProjectUnits : TSystemOfUnits {
+        TNewProjectUnits() { SetUnitsOfNewProject(); }
+    };
+    static const TNewProjectUnits units;
+    return units;
+}
+
+std::optional<TTangentAndSecant> TangentAndSecantAt(const TChart& chart,
+                                                    const TChartPointRef& point,
+                                                    const IQuantityPresenter* units) {
+    if (point.Series < 0 || point.Series >= static_cast<int>(chart.Series().size()))
+        return std::nullopt;
+    const TChartSeries& series = chart.Series()[point.Series];
+    if (series.Kind != TChartSeriesKind::Data || !series.Test)
+        return std::nullopt;
+    const TQBResults& results = series.Test->Results();
+    const int rows = results.RowCount();
+    if (point.Point < 0 || point.Point >= rows)
+        return std::nullopt;
+    const TChartAxis& xAxis = chart.XAxis();
+    const TChartAxis& yAxis = chart.YAxis();
+    auto x = [&](int row) {
+        return ChartValue(results, row, xAxis.ResultType, units, xAxis.InvertSign);
+    };
+    auto y = [&](int row) {
+        return ChartValue(results, row, yAxis.ResultType, units, yAxis.InvertSign);
+    };
+    // The same rules as on whole curves, on the two or three points they need.
+    TTangentAndSecant values{point.Point, std::nan(""), std::nan("")};
+    const double xs[1] = {x(point.Point)}, ys[1] = {y(point.Point)};
+    values.Secant = SecantAt(xs, ys, 0);
+    const int first = TangentPairStart(point.Point, rows);
+    if (first >= 0) {
+        const double xt[2] = {x(first), x(first + 1)}, yt[2] = {y(first), y(first + 1)};
+        values.Tangent = TangentAt(xt, yt, 0);
+    }
+    return values;
 }
 
 namespace {
@@ -147,6 +188,7 @@ void TChart::Build(std::span<const TShownTest> tests, const TChartBuildOptions& 
         }
         FSeries.push_back(std::move(series));
     }
+    FSeries.insert(FSeries.end(), FContentSeries.begin(), FContentSeries.end());
 
     if (options.FailureLines == adNone || !HasFailureLine(ChartType(), FXAxis, FYAxis))
         return;

@@ -12,6 +12,7 @@
 #include "presentation/ChartAxes.h"
 #include "presentation/ChartColors.h"
 #include "presentation/ChartTools.h"
+#include "units/SystemOfUnits.h"
 
 #include <span>
 #include <string>
@@ -89,11 +90,15 @@ public:
     const TChartAxis& YAxis() const { return FYAxis; }
     bool Orthonormal() const { return FOrthonormal; }
 
+    // Further curves drawn after the tests' (measured data, ...); kept across Build.
+    void SetContentSeries(std::vector<TChartSeries> series) { FContentSeries = std::move(series); }
+
     std::vector<TChartSeries>& Series() { return FSeries; }
     const std::vector<TChartSeries>& Series() const { return FSeries; }
 
     // Reads title and axes from the setting and fills the series for the shown tests, in their
-    // order: each test's curve (on the Mohr chart its Mohr circle), then the failure lines.
+    // order: each test's curve (on the Mohr chart its Mohr circle), the content series, then
+    // the failure lines.
     // Clears the selection and the tangent and secant lines.
     void Build(std::span<const TShownTest> tests, const TChartBuildOptions& options);
 
@@ -128,6 +133,7 @@ private:
     TChartAxis FXAxis, FYAxis;
     bool FOrthonormal = false;
     std::vector<TChartSeries> FSeries;
+    std::vector<TChartSeries> FContentSeries;
     TPointSelection FSelection;
 };
 
@@ -141,5 +147,20 @@ double ChartValue(const TQBResults& results, int row, TQBResultType type,
 
 // The caption of a test's curve: a loaded test's title, else the test's caption.
 std::string TestCurveCaption(const TQBTestBase& test);
+
+// The units of tangents and secants handed to the user: those of a new project (kN, m, day),
+// whatever the chart shows, so that a value read off a chart is the value a command gives.
+const TSystemOfUnits& DefaultResultUnits();
+
+// The tangent and secant of a test's curve at one of its points, from the test's results in
+// `units` with the axes' signs; nothing for a point of another kind of series.
+struct TTangentAndSecant {
+    int Row = -1;
+    double Tangent = 0.0;
+    double Secant = 0.0;
+};
+std::optional<TTangentAndSecant> TangentAndSecantAt(const TChart& chart,
+                                                    const TChartPointRef& point,
+                                                    const IQuantityPresenter* units);
 
 } // namespace tw
