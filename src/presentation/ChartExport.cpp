@@ -66,12 +66,18 @@ std::string ChartToCsv(const TChart& chart) {
 namespace {
 const char* KindName(TChartSeriesKind kind) {
     switch (kind) {
-    case TChartSeriesKind::Data: return "data";
-    case TChartSeriesKind::MohrCircle: return "mohr-circle";
-    case TChartSeriesKind::FailureLine: return "failure-line";
-    case TChartSeriesKind::Content: return "content";
-    case TChartSeriesKind::Tangent: return "tangent";
-    case TChartSeriesKind::Secant: return "secant";
+    case TChartSeriesKind::Data:
+        return "data";
+    case TChartSeriesKind::MohrCircle:
+        return "mohr-circle";
+    case TChartSeriesKind::FailureLine:
+        return "failure-line";
+    case TChartSeriesKind::Content:
+        return "content";
+    case TChartSeriesKind::Tangent:
+        return "tangent";
+    case TChartSeriesKind::Secant:
+        return "secant";
     }
     return "data";
 }
@@ -122,10 +128,10 @@ std::string ChartToSvg(const TChart& chart, const TSvgOptions& options) {
                   Px(font));
     svg += Format("<rect width=\"%s\" height=\"%s\" fill=\"white\"/>\n", Px(options.Width),
                   Px(options.Height));
-    svg += Format("<defs><clipPath id=\"plot\"><rect x=\"%s\" y=\"%s\" width=\"%s\" "
-                  "height=\"%s\"/></clipPath></defs>\n",
-                  Px(area.Left), Px(area.Top), Px(area.Right - area.Left),
-                  Px(area.Bottom - area.Top));
+    svg +=
+        Format("<defs><clipPath id=\"plot\"><rect x=\"%s\" y=\"%s\" width=\"%s\" "
+               "height=\"%s\"/></clipPath></defs>\n",
+               Px(area.Left), Px(area.Top), Px(area.Right - area.Left), Px(area.Bottom - area.Top));
     svg += Format("<text class=\"title\" x=\"%s\" y=\"%s\" text-anchor=\"middle\" "
                   "font-size=\"%s\">%s</text>\n",
                   Px(0.5 * (area.Left + area.Right)), Px(0.5 * area.Top + 0.4 * font),
@@ -144,8 +150,7 @@ std::string ChartToSvg(const TChart& chart, const TSvgOptions& options) {
                       Px(area.Bottom), Px(px), Px(area.Bottom + 5));
         svg += Format("<text class=\"tick-label x\" x=\"%s\" y=\"%s\" text-anchor=\"middle\" "
                       "stroke=\"none\" data-value=\"%s\">%s</text>\n",
-                      Px(px), Px(area.Bottom + 7 + font), FloatToStr(tick),
-                      FormatAxisLabel(tick));
+                      Px(px), Px(area.Bottom + 7 + font), FloatToStr(tick), FormatAxisLabel(tick));
     }
     for (double tick : AxisTicks(y.Range, y.Logarithmic)) {
         const double py = y.ToPixel(tick);
@@ -161,10 +166,10 @@ std::string ChartToSvg(const TChart& chart, const TSvgOptions& options) {
                       Px(area.Left - 7), Px(py + 0.35 * font), FloatToStr(tick),
                       FormatAxisLabel(tick));
     }
-    svg += Format("<rect class=\"frame\" x=\"%s\" y=\"%s\" width=\"%s\" height=\"%s\" "
-                  "fill=\"none\"/>\n",
-                  Px(area.Left), Px(area.Top), Px(area.Right - area.Left),
-                  Px(area.Bottom - area.Top));
+    svg +=
+        Format("<rect class=\"frame\" x=\"%s\" y=\"%s\" width=\"%s\" height=\"%s\" "
+               "fill=\"none\"/>\n",
+               Px(area.Left), Px(area.Top), Px(area.Right - area.Left), Px(area.Bottom - area.Top));
     svg += "</g>\n";
     svg += Format("<text class=\"axis-title x\" x=\"%s\" y=\"%s\" text-anchor=\"middle\">%s"
                   "</text>\n",
@@ -180,8 +185,7 @@ std::string ChartToSvg(const TChart& chart, const TSvgOptions& options) {
         const std::string color = ColorToHex(series.Color);
         svg += Format("<g class=\"series\" data-kind=\"%s\" data-caption=\"%s\" stroke=\"%s\" "
                       "stroke-width=\"%s\" fill=\"none\" clip-path=\"url(#plot)\">\n",
-                      KindName(series.Kind), EscapeXml(series.Caption), color,
-                      Px(series.PenWidth));
+                      KindName(series.Kind), EscapeXml(series.Caption), color, Px(series.PenWidth));
         std::string points;
         auto flush = [&] {
             if (!points.empty())

@@ -88,7 +88,9 @@ void TChartsFrame::SetChartTypeShown(TChartTypeShown shown) {
 
 void TChartsFrame::FindTests() {
     FTests.clear();
-    FLoadedTestObserver.DetachFromAll();
+    // Attaching twice is attaching once. No detaching here: this runs inside a loaded test's
+    // notification, and an observer detached and attached again would be met again by the same
+    // walk. A test that has left the list may still call; the callback looks at the list.
     if (!FMainTest)
         return;
     FTests.push_back(FMainTest);
@@ -177,7 +179,8 @@ void TChartsFrame::UpdateCharts() {
 void TChartsFrame::RebuildCharts() {
     FRebuildPending = false;
     FCharts.clear();
-    FSettingsObserver.DetachFromAll();
+    // As with the loaded tests, the observer only ever attaches (see FindTests): settings that
+    // left the list are told apart by the callback.
     if (FMainTest) {
         TQBChartSettingsList& list = FMainTest->ChartSettings();
         list.AttachObserver(&FSettingsObserver);

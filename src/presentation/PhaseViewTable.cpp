@@ -12,8 +12,7 @@
 namespace tw {
 
 namespace {
-void WriteDirectly(const IQuantityPresenter* units, TKovIntrinsicProperty& property,
-                   double value) {
+void WriteDirectly(const IQuantityPresenter* units, TKovIntrinsicProperty& property, double value) {
     if (auto* withUnit = dynamic_cast<TIPDoubleWithUnit*>(&property))
         withUnit->SetPresentationValue(units, value);
     else if (auto* number = dynamic_cast<TIPDouble*>(&property))
@@ -84,8 +83,8 @@ void TPhaseViewTable::AddRow() {
 
 void TPhaseViewTable::InsertRow(int index) {
     if (index < 0 || index > FRowCount)
-        throw EKovException(Format("Row %d can't be inserted into a table of %d rows", index,
-                                   FRowCount));
+        throw EKovException(
+            Format("Row %d can't be inserted into a table of %d rows", index, FRowCount));
     ++FRowCount;
     if (FTest && FRowCount > FTest->Phases().Count()) {
         try {
@@ -120,17 +119,23 @@ void TPhaseViewTable::DeleteRow(int index) {
 
 std::string TPhaseViewTable::ColumnName(int column) const {
     switch (column) {
-    case 0: return "Steps";
-    case 1: return "Duration";
-    default: return OwnColumnName();
+    case 0:
+        return "Steps";
+    case 1:
+        return "Duration";
+    default:
+        return OwnColumnName();
     }
 }
 
 std::string TPhaseViewTable::HeaderCaption(int column) const {
     switch (column) {
-    case 0: return Translate("Number of steps");
-    case 1: return Translate("Duration");
-    default: return Translate(OwnColumnCaption());
+    case 0:
+        return Translate("Number of steps");
+    case 1:
+        return Translate("Duration");
+    default:
+        return Translate(OwnColumnCaption());
     }
 }
 
@@ -148,8 +153,10 @@ std::string TPhaseViewTable::HeaderUnit(int column) const {
     if (!FUnits)
         return "";
     switch (column) {
-    case 0: return "";
-    case 1: return FUnits->PresentationUnitText(qtTime);
+    case 0:
+        return "";
+    case 1:
+        return FUnits->PresentationUnitText(qtTime);
     default: {
         const TQBPhaseList* phases = FTest ? &FTest->Phases() : nullptr;
         TKovIntrinsicProperty* property =

@@ -119,8 +119,7 @@ TQBDerivedValuesTable::TQBDerivedValuesTable() {
     FSecant.Caption = "Secant";
 }
 
-void TQBDerivedValuesTable::SetValues(std::optional<double> tangent,
-                                      std::optional<double> secant) {
+void TQBDerivedValuesTable::SetValues(std::optional<double> tangent, std::optional<double> secant) {
     FTangent.IsAssigned = tangent.has_value();
     FTangent.Value = tangent.value_or(0.0);
     FSecant.IsAssigned = secant.has_value();
@@ -186,7 +185,8 @@ std::optional<TRowRange> PhaseRows(const TQBTestBase& test, int writtenPhase) {
     // The walk of the kernel input: a phase that starts a cyclic definition comes with all its
     // cycles, and the walk goes on behind the definition's last phase.
     for (int i = 0; i < phases.Count(); ++i) {
-        const std::optional<TQBCyclicPhases*> cyclic = test.GetCyclicPhasesForStartPhase(&phases[i]);
+        const std::optional<TQBCyclicPhases*> cyclic =
+            test.GetCyclicPhasesForStartPhase(&phases[i]);
         const int last = cyclic ? phases.IndexOf((*cyclic)->LastPhase()) : -1;
         if (last > i) {
             for (int cycle = 0; cycle < (*cyclic)->Cycles(); ++cycle)

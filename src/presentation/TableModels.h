@@ -189,8 +189,8 @@ private:
 // The panel with a phase selector: the content added last is kept apart.
 class TQBChartTablePanelExt : public TQBChartTablePanel {
 public:
-    using TQBChartTablePanel::TQBChartTablePanel;
     using TQBChartTablePanel::AddContent;
+    using TQBChartTablePanel::TQBChartTablePanel;
     TQBResults& AddContent(std::unique_ptr<TQBResults> content) override;
     TQBResults* LastAddedContent() const { return FLastAddedContent; }
     TPhaseSelector& PhaseSelector() { return FPhaseSelector; }
