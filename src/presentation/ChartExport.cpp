@@ -162,9 +162,9 @@ std::string ChartToSvg(const TChart& chart, const TSvgOptions& options) {
         svg += Format("<line class=\"tick\" x1=\"%s\" y1=\"%s\" x2=\"%s\" y2=\"%s\"/>\n",
                       Px(area.Left - 5), Px(py), Px(area.Left), Px(py));
         svg += Format("<text class=\"tick-label y\" x=\"%s\" y=\"%s\" text-anchor=\"end\" "
-                      "stroke=\"none\" data-value=\"%s\">%s</text>\n",
-                      Px(area.Left - 7), Px(py + 0.35 * font), FloatToStr(tick),
-                      FormatAxisLabel(tick));
+                      "dominant-baseline=\"central\" stroke=\"none\" data-value=\"%s\">%s"
+                      "</text>\n",
+                      Px(area.Left - 7), Px(py), FloatToStr(tick), FormatAxisLabel(tick));
     }
     svg +=
         Format("<rect class=\"frame\" x=\"%s\" y=\"%s\" width=\"%s\" height=\"%s\" "
