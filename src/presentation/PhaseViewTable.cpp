@@ -180,8 +180,10 @@ std::string TPhaseViewTable::CellText(int row, int column) const {
 }
 
 bool TPhaseViewTable::IsCellEditable(int row, int column) const {
-    const TKovIntrinsicProperty* property = CellProperty(row, column);
-    return property && property->IsPublished() && !property->ReadOnly();
+    // The table's columns are its own: the phases' properties stay closed to editors of the
+    // phase itself, and the table writes them. The duration counts only for a material with
+    // time dependence.
+    return CellProperty(row, column) && (column != 1 || FTest->IsTimeEnabled());
 }
 
 std::string TPhaseViewTable::SetCellText(int row, int column, const std::string& text) {
@@ -194,6 +196,9 @@ std::string TPhaseViewTable::SetCellText(int row, int column, const std::string&
     if (dynamic_cast<TIPInteger*>(property) &&
         (value != std::floor(value) || std::fabs(value) > 2147483647.0))
         return Format(Translate("\"%s\" is not a whole number."), Trim(text));
+    // The kernel takes no negative step count; the property itself has no lower limit.
+    if (column == 0 && value < 0)
+        return Translate("The number of steps can't be negative.");
     try {
         FCellWriter(*property, value);
     } catch (const EKovException& e) {

@@ -47,7 +47,7 @@ public:
     std::string HeaderCaption(int column) const override;
     std::string HeaderUnit(int column) const override;
     std::string CellText(int row, int column) const override;
-    // A cell whose phase property is published and not read-only.
+    // Every cell of a phase, but the duration without a time-dependent material.
     bool IsCellEditable(int row, int column) const override;
     std::string SetCellText(int row, int column, const std::string& text) override;
 
