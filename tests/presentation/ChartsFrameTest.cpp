@@ -83,6 +83,21 @@ TEST_F(ChartsFrame, DefaultChartsOfEachTestInTheirOrder) {
         EXPECT_DOUBLE_EQ(chart.Series()[0].Y.back(), -400.0);
     }
 
+    // The cyclic triaxial test: its charts follow the behaviour, and the first names the
+    // damping ratio once there are results.
+    TChartsFrame cyclic(*Project, ttCycTriaxial);
+    EXPECT_EQ(ChartTypes(cyclic),
+              (std::vector<TQBChartType>{ctEyySyy, ctPQ, ctMohr, ctTEyy, ctQ3Q1, ctEyyEv}));
+    cyclic.MainTest()->Property(ip::Behaviour).SetValue(qbbhUndrained);
+    EXPECT_EQ(ChartTypes(cyclic).back(), ctEyyPw);
+    EXPECT_EQ(cyclic.Chart(0).Title(), "EyySyy");
+    SetResults(*cyclic.MainTest(), 9, [](int i) {
+        return TStressPoint{-100e3, -100e3 - 10e3 * std::sin(i * M_PI / 4), -100e3,
+                            0,      -0.001 * std::sin(i * M_PI / 4 + 0.3),  0};
+    });
+    EXPECT_EQ(cyclic.Chart(0).Title().rfind("EyySyy  [ Damping ratio: ", 0), 0u)
+        << cyclic.Chart(0).Title();
+
     // A 3D project has no pressuremeter: its page has no charts and no tests.
     Manager.LockRevert();
     TQBProject project3D(&Manager, std::make_unique<TFakeMaterial>(), tm3D);
