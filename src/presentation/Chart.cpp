@@ -116,21 +116,13 @@ void ApplySigns(TLinePoints& line, const TChartAxis& x, const TChartAxis& y) {
             value = -value;
 }
 
-double ColumnMin(const TQBResults& results, TQBResultType type, const IQuantityPresenter* units) {
-    double min = 0.0;
-    for (int row = 0; row < results.RowCount(); ++row) {
-        const double value = results.GetPresentationValueByType(row, type, units);
-        min = row == 0 ? value : std::min(min, value);
-    }
-    return min;
-}
-double ColumnMax(const TQBResults& results, TQBResultType type, const IQuantityPresenter* units) {
-    double max = 0.0;
-    for (int row = 0; row < results.RowCount(); ++row) {
-        const double value = results.GetPresentationValueByType(row, type, units);
-        max = row == 0 ? value : std::max(max, value);
-    }
-    return max;
+// The smallest and largest value of a column in presentation units.
+TAxisExtent ColumnExtent(const TQBResults& results, TQBResultType type,
+                         const IQuantityPresenter* units) {
+    TAxisExtent extent;
+    for (int row = 0; row < results.RowCount(); ++row)
+        extent.Add(results.GetPresentationValueByType(row, type, units), false);
+    return extent;
 }
 
 // The principal stresses of a test's last row, in presentation units.
@@ -207,8 +199,9 @@ void TChart::Build(std::span<const TShownTest> tests, const TChartBuildOptions& 
             double sigma1, sigma3;
             LastPrincipalStresses(test, units, sigma1, sigma3);
             const double p = results.GetPresentationValueByType(test.ResultCount() - 1, rtP, units);
-            line = PQFailureLine(*strength, IsCompressionState(p, sigma1, sigma3),
-                                 ColumnMin(results, rtP, units), ColumnMax(results, rtP, units));
+            const TAxisExtent pExtent = ColumnExtent(results, rtP, units);
+            line = PQFailureLine(*strength, IsCompressionState(p, sigma1, sigma3), pExtent.Min(),
+                                 pExtent.Max());
             break;
         }
         case ctS3S1:
@@ -239,26 +232,24 @@ void TChart::Build(std::span<const TShownTest> tests, const TChartBuildOptions& 
 }
 
 namespace {
-// Tangent and secant lines lie across the curve; they don't set the ranges.
-bool SetsRange(const TChartSeries& series) {
-    return series.Kind != TChartSeriesKind::Tangent && series.Kind != TChartSeriesKind::Secant;
+// The automatic range over one coordinate of the series. Tangent and secant lines lie across the
+// curve; they don't set the ranges.
+TAxisRange SeriesRange(const std::vector<TChartSeries>& all,
+                       std::vector<double> TChartSeries::*coordinate, bool logarithmic) {
+    TAxisExtent extent;
+    for (const TChartSeries& series : all)
+        if (series.Kind != TChartSeriesKind::Tangent && series.Kind != TChartSeriesKind::Secant)
+            extent.Add(series.*coordinate, logarithmic);
+    return AutoRange(extent, logarithmic);
 }
 } // namespace
 
 TAxisRange TChart::AutoXRange() const {
-    TAxisExtent extent;
-    for (const TChartSeries& series : FSeries)
-        if (SetsRange(series))
-            extent.Add(series.X, FXAxis.Logarithmic);
-    return AutoRange(extent, FXAxis.Logarithmic);
+    return SeriesRange(FSeries, &TChartSeries::X, FXAxis.Logarithmic);
 }
 
 TAxisRange TChart::AutoYRange() const {
-    TAxisExtent extent;
-    for (const TChartSeries& series : FSeries)
-        if (SetsRange(series))
-            extent.Add(series.Y, FYAxis.Logarithmic);
-    return AutoRange(extent, FYAxis.Logarithmic);
+    return SeriesRange(FSeries, &TChartSeries::Y, FYAxis.Logarithmic);
 }
 
 void TChart::PlotRanges(double width, double height, TAxisRange& x, TAxisRange& y) const {
