@@ -315,6 +315,7 @@ bool TChart::ShowTangentAndSecant() {
     yExtent.Add(curve.Y, false);
     const double xi = curve.X[i], yi = curve.Y[i];
 
+    // Both lines are made before either joins the series, which may move `curve`.
     auto line = [&](TChartSeriesKind kind, const char* caption, std::vector<double> x,
                     std::vector<double> y) {
         TChartSeries series;
@@ -326,21 +327,22 @@ bool TChart::ShowTangentAndSecant() {
         series.TestIndex = curve.TestIndex;
         series.X = std::move(x);
         series.Y = std::move(y);
-        FSeries.push_back(std::move(series));
+        return series;
     };
     const double tangent = TangentAt(curve.X, curve.Y, i);
-    if (std::isfinite(tangent))
-        line(TChartSeriesKind::Tangent, "Tangent", {xExtent.Min(), xExtent.Max()},
-             {yi + tangent * (xExtent.Min() - xi), yi + tangent * (xExtent.Max() - xi)});
-    else
-        line(TChartSeriesKind::Tangent, "Tangent", {xi, xi}, {yExtent.Min(), yExtent.Max()});
+    TChartSeries tangentLine =
+        std::isfinite(tangent)
+            ? line(TChartSeriesKind::Tangent, "Tangent", {xExtent.Min(), xExtent.Max()},
+                   {yi + tangent * (xExtent.Min() - xi), yi + tangent * (xExtent.Max() - xi)})
+            : line(TChartSeriesKind::Tangent, "Tangent", {xi, xi}, {yExtent.Min(), yExtent.Max()});
     const double secant = SecantAt(curve.X, curve.Y, i);
-    if (std::isfinite(secant)) {
-        const double end = xi > 0.0 ? std::max(xExtent.Max(), 0.0) : std::min(xExtent.Min(), 0.0);
-        line(TChartSeriesKind::Secant, "Secant", {0.0, end}, {0.0, secant * end});
-    } else {
-        line(TChartSeriesKind::Secant, "Secant", {0.0, 0.0}, {0.0, yi});
-    }
+    const double end = xi > 0.0 ? std::max(xExtent.Max(), 0.0) : std::min(xExtent.Min(), 0.0);
+    TChartSeries secantLine =
+        std::isfinite(secant)
+            ? line(TChartSeriesKind::Secant, "Secant", {0.0, end}, {0.0, secant * end})
+            : line(TChartSeriesKind::Secant, "Secant", {0.0, 0.0}, {0.0, yi});
+    FSeries.push_back(std::move(tangentLine));
+    FSeries.push_back(std::move(secantLine));
     return true;
 }
 
