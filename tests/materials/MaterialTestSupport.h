@@ -1,0 +1,72 @@
+#pragma once
+// What the material tests share: a client, the project's answers, and soil materials made
+// through the factory.
+
+#include "materials/MaterialXClient.h"
+#include "materials/MaterialXFactory.h"
+#include "materials/MaterialXTools.h"
+#include "materials/SoilMaterialXRegistration.h"
+#include "objects/ObjectManager.h"
+
+#include <gtest/gtest.h>
+
+#include <map>
+#include <memory>
+#include <string>
+
+namespace tw::testing {
+
+// A project of gravity 9.81 m/s2 and water of 10 kN/m3 (1019.37 kg/m3).
+inline TPropertyQueryFunc ProjectQuery(double gravity = 9.81, double waterWeight = 10000.0) {
+    return [=](const std::string& name) -> std::optional<TVarRec> {
+        if (name == "Gravity")
+            return TVarRec(gravity);
+        if (name == "WaterWeight")
+            return TVarRec(waterWeight);
+        if (name == "IdentificationNumber")
+            return TVarRec(int32_t(12345));
+        return std::nullopt;
+    };
+}
+
+// Sets a 3D client for the whole test binary.
+class TMaterialEnvironment : public ::testing::Environment {
+public:
+    void SetUp() override {
+        TMaterialXClient_Abstract::SetInstance(std::make_unique<TMaterialXClientTarnwick>(mxcgt3D));
+        TMaterialXRegisters_Soil::EnsureRegistered();
+    }
+};
+
+inline std::unique_ptr<TKovSoilMaterialX> MakeSoil(TMXSoil_MaterialModel model,
+                                                   TKovObjectManager* manager = nullptr,
+                                                   const std::string& name = "Sand") {
+    return TMaterialXFactory::CreateSoilMaterialX(manager, name, model, ProjectQuery());
+}
+
+inline double UserValue(const TKovMaterialX& material, const std::string& name) {
+    return TMaterialXTools::GetUserPropertyValueFrom(material, name);
+}
+
+inline void SetUser(TKovMaterialX& material, const std::string& name, double value) {
+    TMaterialXTools::SetUserPropertyValueFrom(material, name, value);
+}
+
+// Every user value that can be read, by name, as text; a value that raises reads as its message.
+inline std::map<std::string, std::string> AllUserValues(const TKovMaterialX& material) {
+    std::map<std::string, std::string> values;
+    for (TKovIntrinsicProperty* property : material.UserProperties()) {
+        std::string text;
+        try {
+            text = property->GetStaticEquivalent()->ValueAsText();
+        } catch (const std::exception& e) {
+            text = std::string("raises: ") + e.what();
+        }
+        values[property->Name()] = text;
+    }
+    for (TKovIntrinsicProperty* property : material.InternalProperties())
+        values["internal." + property->Name()] = property->ValueAsText();
+    return values;
+}
+
+} // namespace tw::testing
