@@ -252,8 +252,9 @@ const TMXAssociatedParameterGroup&
 TMaterialXRegistries::GetRootAPGFor(const TKovClass& materialClass, int modelValue) {
     if (const TGroup* root = TryGetRootAPGFor(materialClass, modelValue))
         return *root;
-    throw EMaterialXRegistries(Format(
-        "Cannot find the registered root associated parameter group for \"%s\"", modelValue));
+    throw EMaterialXRegistries(
+        Format("Cannot find the registered root associated parameter group for \"%s\"",
+               std::to_string(modelValue)));
 }
 
 int TMaterialXRegistries::ModelValueOfRoot(const TKovClass& materialClass,

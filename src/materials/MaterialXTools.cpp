@@ -1,5 +1,6 @@
 #include "materials/MaterialXTools.h"
 
+#include "materials/MaterialXFactory.h"
 #include "materials/MaterialXRegistries.h"
 #include "objects/NameTools.h"
 #include "objects/ObjectManager.h"
@@ -220,6 +221,19 @@ void TMaterialXTools::SetUserPropertyValueFrom(TKovMaterialX& material, const st
         }
         if (!std::isfinite(number))
             throw EMaterialXValueOutOfRange(Format("%s must be a finite number", property.Name()));
+    }
+    // A new model is its own undo step, under the caption of the switch.
+    if (!material.ModelSelectorName().empty() &&
+        property.CleanName() == CleanName(material.ModelSelectorName()) &&
+        (VarIsInteger(value) || VarIsFloat(value))) {
+        const int model =
+            VarIsInteger(value) ? std::get<int32_t>(value) : int(std::get<double>(value));
+        const TMXAssociatedParameterGroup* root =
+            TMaterialXRegistries::TryGetRootAPGFor(material.GetMaterialXClass(), model);
+        if (root && root != material.RootAPGClass()) {
+            TMaterialXFactory::ApplyRootAPGTo(material, *root);
+            return;
+        }
     }
     TUndoSnapshot snapshot(material, [&] { return Format("Set %s", property.Name()); });
     material.BeginUpdate();
@@ -592,9 +606,19 @@ std::vector<std::string> TNameGraph::Flattened(const TComparer& comparer) const 
         }
         int pass = 0;
         while (!remaining.empty()) {
-            if (++pass > 250)
+            if (++pass > 250) {
+                if (getenv("TW_DEBUG_CYCLE"))
+                    for (const std::string& name : remaining)
+                        if (incoming[name] > 0) {
+                            fprintf(stderr, "%s <-", name.c_str());
+                            for (const auto& [from, present] : FEdgesTo.at(name))
+                                if (remaining.count(from))
+                                    fprintf(stderr, " %s", from.c_str());
+                            fprintf(stderr, "\n");
+                        }
                 throw EMaterialXIPDependencyEvaluatorException(
                     "Cycle detected in MaterialX dependencies.");
+            }
             std::vector<std::string> layer;
             for (const std::string& name : remaining)
                 if (incoming[name] == 0)
@@ -699,6 +723,15 @@ std::vector<std::string> TMaterialXIPDependencyEvaluator::DependencyOrderedMater
                         *group, TMXParameterConstructorType(type)))
                 constructor->EnumerateIntrinsicPropertyNames(
                     [&](const std::string& name) { node(name); });
+    // A parameter that reads and writes the same name treats it as its own value (an interface
+    // of a stored value): that pair adds no edge, as a relation within an alias set adds none.
+    std::set<std::pair<std::string, std::string>> reads;
+    TMaterialXRegistries::EnumInterAPGParameterRelations(
+        mxprtGet, [&](const TMXAssociatedParameterGroup& group, const std::string& parameter,
+                      const std::string& other) {
+            if (InClosure(root, group))
+                reads.insert({Canonical(parameter), Canonical(other)});
+        });
     auto addRelations = [&](TMXParameterRelationType kind) {
         TMaterialXRegistries::EnumInterAPGParameterRelations(
             kind, [&](const TMXAssociatedParameterGroup& group, const std::string& parameter,
@@ -708,10 +741,12 @@ std::vector<std::string> TMaterialXIPDependencyEvaluator::DependencyOrderedMater
                 const std::string p = node(parameter), o = node(other);
                 if (p == o)
                     return;
-                if (kind == mxprtSet)
-                    graph.AddEdge(p, o);
-                else
+                if (kind == mxprtSet) {
+                    if (!reads.count({p, o}))
+                        graph.AddEdge(p, o);
+                } else {
                     graph.AddEdge(o, p);
+                }
             });
     };
     addRelations(mxprtGet);

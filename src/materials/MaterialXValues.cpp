@@ -119,8 +119,9 @@ TMaterialXValues TMaterialXValuesConverter::IntersectMaterials(const TKovMateria
     for (const std::string& name : names) {
         if (!done.insert(CleanName(name)).second)
             continue;
+        // Hidden names are the other drainages' copies of a visible one.
         const TKovIntrinsicProperty* mine = a.FindUserProperty(name);
-        if (!mine || mine->ReadOnly())
+        if (!mine || mine->ReadOnly() || !mine->IsPublished())
             continue;
         const std::optional<TVarRec> value = ValueOf(*mine);
         if (!value)
@@ -214,9 +215,6 @@ void TMaterialXMaterialCommandHandler::PopulateParameterArray(
             throw EMaterialXValues(
                 Format("Parameter %d of the material is no name", int(i / 2 + 1)));
         const std::string& name = std::get<std::string>(parameters[i]);
-        if (!material.FindUserProperty(name))
-            throw EMaterialXTools(Format(
-                "Unable to find the user intrinsic property %s for specified material", name));
         byName[CleanName(name)] = parameters[i + 1];
         given.push_back(name);
     }
@@ -232,6 +230,10 @@ void TMaterialXMaterialCommandHandler::PopulateParameterArray(
     const std::string selector = material.ModelSelectorName();
     if (!selector.empty())
         apply(selector);
+    for (const std::string& name : given)
+        if (byName.count(CleanName(name)) && !material.FindUserProperty(name))
+            throw EMaterialXTools(Format(
+                "Unable to find the user intrinsic property %s for specified material", name));
     if (material.RootAPGClass())
         for (const std::string& name :
              TMaterialXRegistries::StructuralChangingPropertiesOf(*material.RootAPGClass()))

@@ -37,8 +37,10 @@ public:
     explicit TMaterialXValues(const TKovClass& materialClass) : FMaterialClass(&materialClass) {}
 
     const TKovClass* MaterialClass() const { return FMaterialClass; }
-    TMaterialParameterValueList& Values() { return FParameterValuePairList; }
-    const TMaterialParameterValueList& Values() const { return FParameterValuePairList; }
+    TMaterialParameterValueList& Values() & { return FParameterValuePairList; }
+    const TMaterialParameterValueList& Values() const& { return FParameterValuePairList; }
+    // The list of a temporary would dangle.
+    const TMaterialParameterValueList& Values() const&& = delete;
     // The names whose values differ, or that one side lacks, in the order of this list and then
     // of the other. Values of different material classes raise EMaterialXValues ("Could not
     // compare MaterialXValues of different types").

@@ -327,7 +327,7 @@ void RegisterGeneralGroups() {
             .Gets("gammaSat", {"GammaInputMethod", "GammaSatDirect", "eInit", "rhoS",
                                "rhoPoreFluid", "DrainageType"})
             .Gets("SaturationAssumed", {"gammaUnsat", "rhoS", "eInit", "rhoPoreFluid"})
-            .Sets("SaturationAssumed", {"SaturationAssumedDirect", "Wn"})
+            .Sets("SaturationAssumed", {"Wn"})
             .DependsOn(
                 {"GeneralPropertiesVoidRatio", "ProjectParameters", "Intrinsic", "MaterialSet"});
     }
@@ -595,10 +595,9 @@ void RegisterGeneralGroups() {
             .Visibility("K0PrimaryIsK0Secondary2D", F::Get2DSpecificVisibilityFunction())
             .Visibility("K0PrimaryIsK0Secondary3D", F::Get3DSpecificVisibilityFunction())
             .Gets("K0Primary", {"K0Determination", "K0PrimaryDirect", "OCR", "POP"})
-            .Sets("K0Primary", {"K0PrimaryDirect", "K0SecondaryDirect", "K0Determination"})
+            .Sets("K0Primary", {"K0PrimaryDirect", "K0SecondaryDirect"})
             .Gets("K0Secondary", {"K0Primary", "K0PrimaryIsK0Secondary", "K0SecondaryDirect"})
-            .Sets("K0Secondary", {"K0PrimaryDirect", "K0SecondaryDirect", "K0Determination",
-                                  "K0PrimaryIsK0Secondary"})
+            .Sets("K0Secondary", {"K0SecondaryDirect"})
             .Gets("POP", {"OCRPOPMethod", "POPDirect"})
             .Sets("POP", {"OCRPOPMethod", "POPDirect"})
             .Gets("OCR", {"OCRPOPMethod", "OCRDirect"})
@@ -655,7 +654,7 @@ void RegisterGeneralGroups() {
                         })
             .Gets("SkemptonB",
                   {"ExcessPorePressureDetermination", "UndrainedNuDefinitionMethod",
-                   "SkemptonBDirect", "nuUEquivalentDirect", "alphaBiot", "Kw", "eInit"})
+                   "SkemptonBDirect", "nuUEquivalentDirect", "alphaBiot", "KwDirect", "eInit"})
             .Sets("SkemptonB", {"SkemptonBDirect"})
             .Gets("nuUEquivalent",
                   {"ExcessPorePressureDetermination", "UndrainedNuDefinitionMethod",
