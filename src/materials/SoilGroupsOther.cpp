@@ -382,7 +382,9 @@ void RegisterOtherModelGroups() {
             .Boolean("IncludeCreep", "Include creep", "TimeDependencyCreep", false)
             .Double("PhiCrDirect", "φ^cr# (direct)", 0.0, Max, qtDummy, "TimeDependencyCreep")
             .Double("T50CrDirect", "t^cr#_50# (direct)", 0.0, Max, qtTime, "TimeDependencyCreep");
-        g.Interface("E28", "Stiffness");
+        g.Interface("E28", "Stiffness")
+            .Interface("ConcreteNu", "Stiffness", ipkNotPublished)
+            .Interface("ConcretePsi", "Compression", ipkNotPublished);
         for (const char* name : {"fC28", "fC0N", "fCFN", "fCUN", "GC28", "phiMax", "gammatFC"})
             g.Interface(name, "Compression");
         for (const char* name : {"fT28", "fTUN", "GT28", "gammaFT"})

@@ -5,6 +5,7 @@
 #include "materials/MaterialXClient.h"
 #include "materials/MaterialXFactory.h"
 #include "materials/MaterialXTools.h"
+#include "materials/SoilKernelMaterialWriter.h"
 #include "materials/SoilMaterialXRegistration.h"
 #include "objects/ObjectManager.h"
 
@@ -35,6 +36,7 @@ public:
     void SetUp() override {
         TMaterialXClient_Abstract::SetInstance(std::make_unique<TMaterialXClientTarnwick>(mxcgt3D));
         TMaterialXRegisters_Soil::EnsureRegistered();
+        RegisterSoilKernelMaterialWriter();
     }
 };
 
@@ -68,5 +70,47 @@ inline std::map<std::string, std::string> AllUserValues(const TKovMaterialX& mat
         values["internal." + property->Name()] = property->ValueAsText();
     return values;
 }
+
+} // namespace tw::testing
+
+#include "materials/KernelMaterialWriter.h"
+#include "services/Format.h"
+#include "units/SystemOfUnits.h"
+
+#include <vector>
+
+namespace tw::testing {
+
+// Records the lines a material writer writes, in the line format of the kernel files, in the
+// units of a new project (kN, m, day).
+class TRecordingLineWriter : public IKernelFileLineWriter {
+public:
+    TRecordingLineWriter() { FUnits.SetUnitsOfNewProject(); }
+    std::vector<std::string> Lines;
+
+    void WriteSection(const std::string& name) override { Lines.push_back(name); }
+    void WriteString(const std::string& value, const std::string& label) override {
+        Lines.push_back(label.empty() ? value : value + "\t=" + label);
+    }
+    void WriteInteger(int value, const std::string& label) override {
+        WriteString(std::to_string(value), label);
+    }
+    void WriteDouble(double value, const std::string& label) override {
+        WriteString(FloatToStr(value), label);
+    }
+    void WriteBlankLine() override { Lines.push_back(""); }
+    const TSystemOfUnits& StorageSystemOfUnits() const override { return FUnits; }
+
+    // The value at a place of [soilparameters].
+    double Place(int place) const {
+        for (size_t i = 0; i < Lines.size(); ++i)
+            if (Lines[i] == "[soilparameters]")
+                return std::stod(Lines.at(i + 1 + size_t(place)));
+        throw std::runtime_error("no [soilparameters]");
+    }
+
+private:
+    TSystemOfUnits FUnits;
+};
 
 } // namespace tw::testing
