@@ -369,6 +369,24 @@ TEST(MaterialFramework, BadInputIsRefusedAndChangesNothing) {
         EXPECT_EQ(AllUserValues(*material), before);
     }
 
+    // A write whose setter can't compute its values raises before it stores any: Hardening
+    // Soil leaving its alternatives with Cc = 0 has no oedometer stiffness to keep.
+    for (bool withManager : {false, true}) {
+        TKovObjectManager manager;
+        auto hs = MakeSoil(mxsmmHardeningSoil, withManager ? &manager : nullptr);
+        SetUser(*hs, "E50Ref", 30000.0);
+        SetUser(*hs, "UseAlternatives", 1);
+        SetUser(*hs, "HSCc", 0.0);
+        const auto before = AllUserValues(*hs);
+        try {
+            SetUser(*hs, "UseAlternatives", 0);
+            FAIL();
+        } catch (const ESoilMaterialXDerivedParametersConstructor& e) {
+            EXPECT_STREQ(e.what(), "Cannot get E_oed#^ref# because of a division by zero.");
+        }
+        EXPECT_EQ(AllUserValues(*hs), before);
+    }
+
     // Soft Soil's M divides by kappa*: with kappa* 0 the value raises its text.
     auto soft = MakeSoil(mxsmmSoftSoil);
     SetUser(*soft, "lambdaModified", 0.1);
