@@ -137,11 +137,13 @@ const TKovMaterialX::TIndex& TKovMaterialX::Index() const {
 TKovIntrinsicProperty*
 TKovMaterialX::Lookup(const std::unordered_map<std::string, TKovIntrinsicProperty*>& exact,
                       const std::unordered_map<std::string, TKovIntrinsicProperty*>& clean,
-                      const std::string& name) {
+                      const std::string& name, bool aliases) {
     if (auto it = exact.find(name); it != exact.end())
         return it->second;
     if (auto it = clean.find(CleanName(name)); it != clean.end())
         return it->second;
+    if (!aliases)
+        return nullptr;
     for (const std::string& alias : TMaterialXRegistries::AliasesOf(name))
         if (auto it = clean.find(CleanName(alias)); it != clean.end())
             return it->second;
@@ -150,34 +152,22 @@ TKovMaterialX::Lookup(const std::unordered_map<std::string, TKovIntrinsicPropert
 
 TKovIntrinsicProperty* TKovMaterialX::FindUserProperty(const std::string& name) const {
     const TIndex& index = Index();
-    return Lookup(index.User, index.CleanUser, name);
+    return Lookup(index.User, index.CleanUser, name, true);
 }
 
 TKovIntrinsicProperty* TKovMaterialX::FindInternalProperty(const std::string& name) const {
     const TIndex& index = Index();
-    return Lookup(index.Internal, index.CleanInternal, name);
+    return Lookup(index.Internal, index.CleanInternal, name, true);
 }
-
-namespace {
-TKovIntrinsicProperty*
-ExactLookup(const std::unordered_map<std::string, TKovIntrinsicProperty*>& exact,
-            const std::unordered_map<std::string, TKovIntrinsicProperty*>& clean,
-            const std::string& name) {
-    if (auto it = exact.find(name); it != exact.end())
-        return it->second;
-    auto it = clean.find(CleanName(name));
-    return it == clean.end() ? nullptr : it->second;
-}
-} // namespace
 
 TKovIntrinsicProperty* TKovMaterialX::FindUserPropertyExact(const std::string& name) const {
     const TIndex& index = Index();
-    return ExactLookup(index.User, index.CleanUser, name);
+    return Lookup(index.User, index.CleanUser, name, false);
 }
 
 TKovIntrinsicProperty* TKovMaterialX::FindInternalPropertyExact(const std::string& name) const {
     const TIndex& index = Index();
-    return ExactLookup(index.Internal, index.CleanInternal, name);
+    return Lookup(index.Internal, index.CleanInternal, name, false);
 }
 
 std::vector<TKovIntrinsicProperty*> TKovMaterialX::UserProperties() const {

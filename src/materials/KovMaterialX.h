@@ -149,7 +149,7 @@ private:
     static TKovIntrinsicProperty*
     Lookup(const std::unordered_map<std::string, TKovIntrinsicProperty*>& exact,
            const std::unordered_map<std::string, TKovIntrinsicProperty*>& clean,
-           const std::string& name);
+           const std::string& name, bool aliases);
     void Notify();
 
     TPropertyQueryFunc FPropertyQueryFunc;

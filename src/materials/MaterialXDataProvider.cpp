@@ -63,6 +63,14 @@ TMXValueFunction SinFunction(const std::string& name, bool user) {
     return function;
 }
 
+TMXDataValue EvaluateOrRaise(const TMXValueFunction* function, TMX_DataProviderIndex index,
+                             const TKovMaterialX& material) {
+    if (!function)
+        throw EMaterialXDataProvider(Format(
+            "Unable to find the requested data index %s from the type", std::to_string(index)));
+    return (*function)(material);
+}
+
 struct TRegistryState {
     std::mutex Mutex;
     std::map<int, std::shared_ptr<const TMaterialXDataProviderCollection>> Collections;
@@ -99,11 +107,7 @@ TMaterialXDataProvider::TryGetFunctionForIndex(TMX_DataProviderDataType type,
 TMXDataValue TMaterialXDataProvider::EvaluateValueForMaterial(TMX_DataProviderDataType type,
                                                               TMX_DataProviderIndex index,
                                                               const TKovMaterialX& material) const {
-    const TMXValueFunction* function = TryGetFunctionForIndex(type, index);
-    if (!function)
-        throw EMaterialXDataProvider(Format(
-            "Unable to find the requested data index %s from the type", std::to_string(index)));
-    return (*function)(material);
+    return EvaluateOrRaise(TryGetFunctionForIndex(type, index), index, material);
 }
 
 void TMaterialXDataProvider::EnumerateDataEntriesOfType(
@@ -179,11 +183,7 @@ TMXDataValue
 TMaterialXDataProviderCollection::EvaluateValueForMaterial(TMX_DataProviderDataType type,
                                                            TMX_DataProviderIndex index,
                                                            const TKovMaterialX& material) const {
-    const TMXValueFunction* function = TryGetFunctionForIndex(type, index);
-    if (!function)
-        throw EMaterialXDataProvider(Format(
-            "Unable to find the requested data index %s from the type", std::to_string(index)));
-    return (*function)(material);
+    return EvaluateOrRaise(TryGetFunctionForIndex(type, index), index, material);
 }
 
 void TMaterialXDataProviderRegistry::RegisterDataProviderCollection(

@@ -416,40 +416,14 @@ void TMXAssociatedParameterGroupOrganizer::Add(const std::string& collection,
 TMXDefaultValueFunction
 TMXAssociatedParameterGroupOrganizer::CreateDefaultValue(const TVarRec& value) {
     return [value](TKovIntrinsicProperty& property) {
-        double number = 0.0;
-        if (VarIsFloat(value))
-            number = std::get<double>(value);
-        else if (VarIsInteger(value))
-            number = std::get<int32_t>(value);
-        else if (VarIsBoolean(value))
-            number = std::get<bool>(value) ? 1.0 : 0.0;
-        const bool isNumber = VarIsFloat(value) || VarIsInteger(value) || VarIsBoolean(value);
-        if (isNumber) {
-            if (auto* d = dynamic_cast<TIPDouble*>(&property)) {
-                d->SetValue(number);
-                return;
-            }
-            if (auto* e = dynamic_cast<TIPEnumeration*>(&property)) {
-                e->SetIntValue(int(number));
-                return;
-            }
-            if (auto* i = dynamic_cast<TIPInteger*>(&property)) {
-                i->SetValue(int32_t(number));
-                return;
-            }
-            if (auto* b = dynamic_cast<TIPBoolean*>(&property)) {
-                b->SetValue(number != 0.0);
-                return;
-            }
-        }
-        if (VarIsString(value))
-            if (auto* e = dynamic_cast<TIPEnumeration*>(&property)) {
-                e->SetStrValue(std::get<std::string>(value));
-                return;
-            }
-        throw EMXParametersConstructor(Format("Unable to set the default value for the parameter "
-                                              "for intrinsic property %s of type %s!",
-                                              property.Name(), property.ClassType().Name()));
+        const bool fits =
+            dynamic_cast<TIPDouble*>(&property) || dynamic_cast<TIPInteger*>(&property) ||
+            dynamic_cast<TIPEnumeration*>(&property) || dynamic_cast<TIPBoolean*>(&property);
+        if (!fits || VarIsObject(value) ||
+            !TMaterialXTools::TrySetPropertyFromVarRec(property, value))
+            throw EMXParametersConstructor(Format("Unable to set the default value for the "
+                                                  "parameter for intrinsic property %s of type %s!",
+                                                  property.Name(), property.ClassType().Name()));
     };
 }
 

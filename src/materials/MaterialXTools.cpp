@@ -256,33 +256,41 @@ void TMaterialXTools::SetInternalBooleanFrom(TKovMaterialX& material, const std:
     SetPropertyFromVarRec(InternalOrRaise(material, name), value);
 }
 
-void TMaterialXTools::SetPropertyFromVarRec(TKovIntrinsicProperty& property, const TVarRec& value) {
-    const bool numeric = VarIsFloat(value) || VarIsInteger(value) || VarIsBoolean(value);
-    double number = 0.0;
-    if (VarIsFloat(value))
-        number = std::get<double>(value);
-    else if (VarIsInteger(value))
-        number = std::get<int32_t>(value);
-    else if (VarIsBoolean(value))
-        number = std::get<bool>(value) ? 1.0 : 0.0;
-    if (numeric) {
+bool TMaterialXTools::TrySetPropertyFromVarRec(TKovIntrinsicProperty& property,
+                                               const TVarRec& value) {
+    if (VarIsFloat(value) || VarIsInteger(value) || VarIsBoolean(value)) {
+        const double number = VarIsFloat(value)     ? std::get<double>(value)
+                              : VarIsInteger(value) ? double(std::get<int32_t>(value))
+                                                    : (std::get<bool>(value) ? 1.0 : 0.0);
         if (auto* d = dynamic_cast<TIPDouble*>(&property))
-            return d->SetValue(number);
-        if (auto* e = dynamic_cast<TIPEnumeration*>(&property))
-            return e->SetIntValue(int(number));
-        if (auto* i = dynamic_cast<TIPInteger*>(&property))
-            return i->SetValue(int32_t(number));
-        if (auto* b = dynamic_cast<TIPBoolean*>(&property))
-            return b->SetValue(number != 0.0);
-    } else if (VarIsString(value)) {
-        if (auto* e = dynamic_cast<TIPEnumeration*>(&property))
-            return e->SetStrValue(std::get<std::string>(value));
-        if (auto* t = dynamic_cast<TIPText*>(&property))
-            return t->SetValue(std::get<std::string>(value));
+            d->SetValue(number);
+        else if (auto* e = dynamic_cast<TIPEnumeration*>(&property))
+            e->SetIntValue(int(number));
+        else if (auto* i = dynamic_cast<TIPInteger*>(&property))
+            i->SetValue(int32_t(number));
+        else if (auto* b = dynamic_cast<TIPBoolean*>(&property))
+            b->SetValue(number != 0.0);
+        else
+            return false;
+        return true;
     }
-    throw EMaterialXTools(Format("Property \"%s\" cannot set from a general TValue because the "
-                                 "type kind is not supported (%d).",
-                                 property.Name(), int(value.index())));
+    if (VarIsString(value)) {
+        if (auto* e = dynamic_cast<TIPEnumeration*>(&property))
+            e->SetStrValue(std::get<std::string>(value));
+        else if (auto* t = dynamic_cast<TIPText*>(&property))
+            t->SetValue(std::get<std::string>(value));
+        else
+            return false;
+        return true;
+    }
+    return false;
+}
+
+void TMaterialXTools::SetPropertyFromVarRec(TKovIntrinsicProperty& property, const TVarRec& value) {
+    if (!TrySetPropertyFromVarRec(property, value))
+        throw EMaterialXTools(Format("Property \"%s\" cannot set from a general TValue because the "
+                                     "type kind is not supported (%d).",
+                                     property.Name(), int(value.index())));
 }
 
 void TMaterialXTools::ApplyIntrinsicPropertyToMaterial(TKovMaterialX& material,

@@ -77,6 +77,8 @@ public:
     // Writes a boxed value into any property of the plain kinds; raises "Property \"%s\" cannot
     // set from a general TValue because the type kind is not supported (%d)." otherwise.
     static void SetPropertyFromVarRec(TKovIntrinsicProperty& property, const TVarRec& value);
+    // As above; false (and nothing written) for a property the value doesn't fit.
+    static bool TrySetPropertyFromVarRec(TKovIntrinsicProperty& property, const TVarRec& value);
     // Writes the value of `source` into the property of the same name of `material` (user
     // first, then internal); raises "Unable to apply the intrinsic property of type %s to the
     // material" when there is none of a fitting kind.

@@ -41,6 +41,21 @@ const std::vector<std::string>& MaterialModelCaptions() {
     return captions;
 }
 
+bool HasPreconsolidation(int model) {
+    switch (model) {
+    case mxsmmHardeningSoil:
+    case mxsmmHardeningSoilSmall:
+    case mxsmmSoftSoil:
+    case mxsmmSoftSoilCreep:
+    case mxsmmModifiedCamClay:
+    case mxsmmSOInviscid:
+    case mxsmmSOViscid:
+        return true;
+    default:
+        return false;
+    }
+}
+
 const std::vector<std::string>& DrainageTypeCaptions() {
     static const std::vector<std::string> c{"Drained", "Undrained (A)", "Undrained (B)",
                                             "Undrained (C)", "Non-porous"};

@@ -76,6 +76,11 @@ std::string MaterialModelCaption(int model);
 // The captions of every model value from 0 to MaterialModelMaxValue, in order.
 const std::vector<std::string>& MaterialModelCaptions();
 
+// The models with a preconsolidation (a cap or a consolidation line): Hardening Soil, HS small,
+// Soft Soil, Soft Soil Creep, Modified Cam-Clay and the two Sekiguchi-Ohta models. They take
+// part in POP and OCR, and a test on them has a preconsolidation pressure.
+bool HasPreconsolidation(int model);
+
 // Captions of the other enumerations, in ordinal order.
 const std::vector<std::string>& DrainageTypeCaptions();
 const std::vector<std::string>& AutoOrManualMethodCaptions();

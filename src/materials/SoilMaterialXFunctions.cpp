@@ -143,18 +143,7 @@ bool UseCsCcRelatedValuesFromDirect(TMaterial m, const std::string& methodName) 
 }
 
 bool SupportsPOPAndOCR(int model) {
-    switch (model) {
-    case mxsmmHardeningSoil:
-    case mxsmmHardeningSoilSmall:
-    case mxsmmSoftSoil:
-    case mxsmmSoftSoilCreep:
-    case mxsmmModifiedCamClay:
-    case mxsmmSOInviscid:
-    case mxsmmSOViscid:
-        return true;
-    default:
-        return false;
-    }
+    return HasPreconsolidation(model);
 }
 
 bool ShouldCalculateK0FromPOP(TMaterial m) {

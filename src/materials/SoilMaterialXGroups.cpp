@@ -43,6 +43,13 @@ TSetter Store(const std::string& name) {
 // ---------------------------------------------------------------------------------------------
 // Builder
 
+namespace {
+template <typename V> TMXDefaultValueFunction DefaultOf(const std::optional<V>& value) {
+    return value ? TMXAssociatedParameterGroupOrganizer::CreateDefaultValue(TVarRec(*value))
+                 : nullptr;
+}
+} // namespace
+
 TGroupBuilder::TGroupBuilder(const TMXAssociatedParameterGroup& group)
     : FGroup(&group), FPersistentOrganizer(std::make_unique<TMXAssociatedParameterGroupOrganizer>(
                           group.ClassName() + "_PersistentOrganizer", group, mxpctPersistent)),
@@ -85,11 +92,7 @@ TGroupBuilder& TGroupBuilder::Double(const std::string& name, const std::string&
     FPersistent.push_back([=](TMXParametersConstructor& c) {
         c.DeclareDouble(name, flags, min, max, quantity, caption);
     });
-    FPersistentOrganizer->Add(
-        collection, name,
-        defaultValue
-            ? TMXAssociatedParameterGroupOrganizer::CreateDefaultValue(TVarRec(*defaultValue))
-            : nullptr);
+    FPersistentOrganizer->Add(collection, name, DefaultOf(defaultValue));
     return *this;
 }
 
@@ -97,11 +100,7 @@ TGroupBuilder& TGroupBuilder::Boolean(const std::string& name, const std::string
                                       const std::string& collection,
                                       std::optional<bool> defaultValue) {
     FPersistent.push_back([=](TMXParametersConstructor& c) { c.DeclareBoolean(name, 0, caption); });
-    FPersistentOrganizer->Add(
-        collection, name,
-        defaultValue
-            ? TMXAssociatedParameterGroupOrganizer::CreateDefaultValue(TVarRec(*defaultValue))
-            : nullptr);
+    FPersistentOrganizer->Add(collection, name, DefaultOf(defaultValue));
     return *this;
 }
 
@@ -111,11 +110,9 @@ TGroupBuilder& TGroupBuilder::Enumeration(const std::string& name, const std::st
                                           std::optional<int> defaultValue) {
     FPersistent.push_back(
         [=](TMXParametersConstructor& c) { c.DeclareEnumeration(name, 0, values, caption); });
-    FPersistentOrganizer->Add(collection, name,
-                              defaultValue
-                                  ? TMXAssociatedParameterGroupOrganizer::CreateDefaultValue(
-                                        TVarRec(int32_t(*defaultValue)))
-                                  : nullptr);
+    FPersistentOrganizer->Add(
+        collection, name,
+        DefaultOf(defaultValue ? std::optional<int32_t>(*defaultValue) : std::nullopt));
     return *this;
 }
 

@@ -37,19 +37,6 @@ std::map<std::string, std::string> Stored(const TKovMaterialX& material) {
     return values;
 }
 
-// Gives each stored number a value of its own, within its range.
-void Scramble(TKovMaterialX& material) {
-    int i = 0;
-    for (TKovIntrinsicProperty* property : material.InternalProperties())
-        if (auto* number = dynamic_cast<TIPDouble*>(property)) {
-            const double min = number->MinValue(), max = number->MaxValue();
-            double value = 0.05 + 0.01 * (++i % 11);
-            if (max > min && (value < min || value > max))
-                value = max < 1e300 ? min + (max - min) * 0.37 : min + 1.5;
-            number->SetValue(value);
-        }
-}
-
 // Values a user would give each model's own parameters (a medium soil, kN and m).
 void Typical(TKovMaterialX& material, TMXSoil_MaterialModel model) {
     auto set = [&](const char* name, double value) { SetUser(material, name, value); };
@@ -88,7 +75,7 @@ TEST(AllSoilModels, SwitchToEveryOtherModelAndBackKeepsTheStoredValues) {
             if (other == model)
                 continue;
             auto material = MakeSoil(model);
-            Scramble(*material);
+            ScrambleStoredNumbers(*material);
             const auto before = Stored(*material);
             SetUser(*material, "SoilModel", other);
             ASSERT_EQ(material->GetSoilModel(), other);

@@ -18,22 +18,6 @@ std::map<std::string, std::string> InternalValues(const TKovMaterialX& material)
     return values;
 }
 
-// Sets a stored value of every number of a material to something other than its default, so
-// that a lost value shows.
-void ScrambleStoredNumbers(TKovMaterialX& material) {
-    int i = 0;
-    for (TKovIntrinsicProperty* property : material.InternalProperties()) {
-        auto* number = dynamic_cast<TIPDouble*>(property);
-        if (!number)
-            continue;
-        const double min = number->MinValue(), max = number->MaxValue();
-        double value = 0.1 + 0.01 * (++i % 7);
-        if (max > min && (value < min || value > max))
-            value = max < 1e300 ? (min + max) / 2.0 : min + 1.0;
-        number->SetValue(value);
-    }
-}
-
 } // namespace
 
 TEST(MaterialFramework, SwitchingHardeningSoilToMohrCoulombAndBackKeepsSharedStoredValues) {

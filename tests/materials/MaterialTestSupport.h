@@ -54,6 +54,20 @@ inline void SetUser(TKovMaterialX& material, const std::string& name, double val
     TMaterialXTools::SetUserPropertyValueFrom(material, name, value);
 }
 
+// Gives each stored number of a material a value of its own within its range, so that a lost
+// value shows.
+inline void ScrambleStoredNumbers(TKovMaterialX& material) {
+    int i = 0;
+    for (TKovIntrinsicProperty* property : material.InternalProperties())
+        if (auto* number = dynamic_cast<TIPDouble*>(property)) {
+            const double min = number->MinValue(), max = number->MaxValue();
+            double value = 0.05 + 0.01 * (++i % 11);
+            if (max > min && (value < min || value > max))
+                value = max < 1e300 ? min + (max - min) * 0.37 : min + 1.5;
+            number->SetValue(value);
+        }
+}
+
 // Every user value that can be read, by name, as text; a value that raises reads as its message.
 inline std::map<std::string, std::string> AllUserValues(const TKovMaterialX& material) {
     std::map<std::string, std::string> values;
