@@ -383,3 +383,54 @@ TEST(MaterialFramework, BadInputIsRefusedAndChangesNothing) {
     }
     EXPECT_EQ(AllUserValues(*soft), before);
 }
+
+TEST(MaterialFramework, ListsCachesAndConstructionParameters) {
+    TKovObjectManager manager;
+    manager.LockRevert();
+    TKovMaterialXList list(&manager);
+    auto first = MakeSoil(mxsmmMohrCoulomb, &manager, "First");
+    auto second = MakeSoil(mxsmmHardeningSoil, &manager, "Second");
+    TKovMaterialX* a = first.get();
+    TKovMaterialX* b = second.get();
+    list.Add(first.release());
+    list.Add(second.release());
+    EXPECT_EQ(list.GetMaterialByUniqueID(b->UniqueID()), b);
+    EXPECT_EQ(list.IndexOfTypedMaterial(b), 1);
+    auto stranger = MakeSoil(mxsmmMohrCoulomb, &manager, "Stranger");
+    EXPECT_EQ(list.IndexOfTypedMaterial(stranger.get()), -1);
+    EXPECT_EQ(list.GetObjectTypeName(), "Materials");
+    EXPECT_EQ(a->IdentificationAndName(), "First [First]");
+
+    // The cache answers while it is on and forgets when the last user turns it off.
+    TMaterialXIPCache::EnableCaching();
+    TMaterialXIPCache::EnableCaching();
+    TKovIntrinsicProperty* phi = TMaterialXTools::GetUserPropertyFrom(*a, "phi");
+    bool found = false;
+    EXPECT_EQ(TMaterialXIPCache::TryGetCachedProperty(*a, true, "phi", found), phi);
+    EXPECT_TRUE(found);
+    TMaterialXIPCache::DisableCaching();
+    TMaterialXIPCache::TryGetCachedProperty(*a, true, "phi", found);
+    EXPECT_TRUE(found);
+    TMaterialXIPCache::DisableCaching();
+    TMaterialXIPCache::TryGetCachedProperty(*a, true, "phi", found);
+    EXPECT_FALSE(found);
+
+    // The construction parameters keep what makes the material differ from its defaults.
+    SetUser(*b, "E50Ref", 45000.0);
+    TMaterialXMaterialCommandHandler::SaveAsParameters(*b);
+    const TKovMaterialConstructionParameters* parameters = b->ConstructionParameters();
+    ASSERT_NE(parameters, nullptr);
+    EXPECT_EQ(parameters->MaterialClass(), "soilmat");
+    bool hasE50 = false;
+    for (const TKovIntrinsicProperty* value : parameters->ValueProperties())
+        if (value->Name() == "E50Ref") {
+            hasE50 = true;
+            EXPECT_TRUE(value->ReadOnly());
+            EXPECT_DOUBLE_EQ(static_cast<const TIPDouble*>(value)->Value(), 45000.0);
+        }
+    EXPECT_TRUE(hasE50);
+    auto copy = TMaterialXFactory::CreateCopy(nullptr, *b);
+    ASSERT_NE(copy->ConstructionParameters(), nullptr);
+    EXPECT_EQ(copy->ConstructionParameters()->ValueProperties().size(),
+              parameters->ValueProperties().size());
+}
