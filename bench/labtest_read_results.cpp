@@ -7,6 +7,7 @@
 
 #include <benchmark/benchmark.h>
 
+#include <charconv>
 #include <filesystem>
 #include <fstream>
 #include <unistd.h>
@@ -47,6 +48,36 @@ void ReadResults(benchmark::State& state) {
     std::filesystem::remove(path);
 }
 BENCHMARK(ReadResults)->Unit(benchmark::kMillisecond)->UseRealTime();
+
+// The floor of the read: the same file read into memory and every number parsed with
+// std::from_chars, with nothing stored, converted or derived.
+void ParseNumbersOnly(benchmark::State& state) {
+    const std::string path = WriteResultFile();
+    const auto bytes = std::filesystem::file_size(path);
+    for (auto _ : state) {
+        std::ifstream in(path, std::ios::binary);
+        std::string text(bytes, '\0');
+        in.read(text.data(), static_cast<std::streamsize>(bytes));
+        const char* p = text.data() + text.find("[testresults]\n") + 14;
+        const char* end = text.data() + text.size();
+        double sum = 0.0;
+        long count = 0;
+        while (p < end) {
+            double value;
+            auto parsed = std::from_chars(p, end, value);
+            if (parsed.ec == std::errc()) {
+                sum += value;
+                ++count;
+            }
+            p = parsed.ptr + 1; // the tab or line end behind the number
+        }
+        benchmark::DoNotOptimize(sum);
+        state.counters["numbers"] = static_cast<double>(count);
+    }
+    state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * bytes));
+    std::filesystem::remove(path);
+}
+BENCHMARK(ParseNumbersOnly)->Unit(benchmark::kMillisecond)->UseRealTime();
 
 } // namespace
 } // namespace tw

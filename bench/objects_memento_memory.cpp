@@ -5,7 +5,8 @@
 // Bytes are counted by replacing the global allocation functions of this program: live bytes are
 // the usable sizes of what is allocated and not yet freed.
 
-#include "objects/IntrinsicProperty.h"
+#include "objects/IntrinsicPropertyDeclarationList.h"
+#include "objects/IntrinsicPropertyDerivedKinds.h"
 #include "objects/ObjectManager.h"
 
 #include <benchmark/benchmark.h>

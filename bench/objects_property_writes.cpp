@@ -1,6 +1,7 @@
 // Writes of a number property: the path every edit, command and load takes.
 
-#include "objects/IntrinsicProperty.h"
+#include "objects/IntrinsicPropertyDeclarationList.h"
+#include "objects/IntrinsicPropertyDerivedKinds.h"
 #include "objects/ObjectManager.h"
 
 #include <benchmark/benchmark.h>

@@ -3,7 +3,8 @@
 // GUID-keyed count caches answer that without scanning, so the time per write must stay flat as
 // the snapshot grows.
 
-#include "objects/IntrinsicProperty.h"
+#include "objects/IntrinsicPropertyDeclarationList.h"
+#include "objects/IntrinsicPropertyDerivedKinds.h"
 #include "objects/ObjectManager.h"
 
 #include <benchmark/benchmark.h>

@@ -1,7 +1,8 @@
 // Unique names among many objects of one root: the registry keeps the lowest index not known to
 // be taken per root, so asking for "Test" among 100,000 tests doesn't try 100,000 names.
 
-#include "objects/IntrinsicProperty.h"
+#include "objects/IntrinsicPropertyDeclarationList.h"
+#include "objects/IntrinsicPropertyDerivedKinds.h"
 #include "objects/ObjectManager.h"
 
 #include <benchmark/benchmark.h>

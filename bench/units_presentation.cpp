@@ -2,7 +2,8 @@
 // a chart series: through the system as IQuantityPresenter (unit looked up per value), through
 // a unit found once, with an offset (temperature), and through a number-with-unit property.
 
-#include "objects/IntrinsicProperty.h"
+#include "objects/IntrinsicPropertyDeclarationList.h"
+#include "objects/IntrinsicPropertyDerivedKinds.h"
 #include "units/SystemOfUnits.h"
 
 #include <benchmark/benchmark.h>

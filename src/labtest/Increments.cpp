@@ -1,6 +1,7 @@
 #include "labtest/Increments.h"
 
-#include "objects/IntrinsicProperty.h"
+#include "objects/IntrinsicPropertyDeclarationList.h"
+#include "objects/IntrinsicPropertyDerivedKinds.h"
 
 #include "services/Format.h"
 #include "services/Strings.h"

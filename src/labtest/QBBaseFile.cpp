@@ -1,8 +1,10 @@
 #include "labtest/QBBaseFile.h"
 
 #include "services/Format.h"
+#include "services/LineCursor.h"
 #include "services/Localisation.h"
 #include "services/Strings.h"
+#include "services/TextFile.h"
 #include "services/UserMessages.h"
 
 #include <atomic>
@@ -10,8 +12,6 @@
 #include <cstring>
 #include <exception>
 #include <filesystem>
-#include <fstream>
-#include <sstream>
 #include <unistd.h>
 
 namespace tw {
@@ -23,35 +23,6 @@ constexpr size_t FlushSize = 1 << 16;
 
 std::string ErrorText(int error) {
     return std::strerror(error);
-}
-
-// Reads the whole file; false when it can't be read.
-bool ReadWholeFile(const std::string& fileName, std::string& text) {
-    std::error_code ignored;
-    if (std::filesystem::is_directory(fileName, ignored))
-        return false;
-    std::ifstream in(fileName, std::ios::binary);
-    if (!in)
-        return false;
-    std::ostringstream buffer;
-    buffer << in.rdbuf();
-    text = std::move(buffer).str();
-    return !in.bad();
-}
-
-// Next line of `text` from `offset`, without its end ("\n", or "\r\n" of a file from Windows).
-std::string_view LineAt(const std::string& text, size_t& offset) {
-    const size_t end = text.find('\n', offset);
-    const size_t stop = end == std::string::npos ? text.size() : end;
-    std::string_view line(text.data() + offset, stop - offset);
-    offset = end == std::string::npos ? text.size() : end + 1;
-    if (!line.empty() && line.back() == '\r')
-        line.remove_suffix(1);
-    return line;
-}
-
-bool IsHeadOf(std::string_view line, const std::string& name) {
-    return line.find('[') != std::string_view::npos && SameText(Trim(line), Trim(name));
 }
 
 // A unique name for the temporary file beside `fileName`.
@@ -106,10 +77,8 @@ void TQBBaseFile::OpenRead() {
     std::string text;
     if (!ReadWholeFile(FFileName, text))
         throw EQBFileException("TQBBaseFile.OpenRead: File not found:\n  " + FFileName);
-    if (std::string_view(text).substr(0, ByteOrderMark.size()) == ByteOrderMark)
-        text.erase(0, ByteOrderMark.size());
     FText = std::move(text);
-    FReadOffset = 0;
+    FCursor = TLineCursor(FText);
     FPos = 0;
     FMode = fmReading;
 }
@@ -142,9 +111,8 @@ void TQBBaseFile::OpenAppend() {
     FTemporaryName.clear();
     std::string existing;
     const bool exists = ReadWholeFile(FFileName, existing);
-    FPos = 0;
-    for (size_t offset = 0; offset < existing.size(); ++FPos)
-        LineAt(existing, offset);
+    for (TLineCursor lines(existing); !lines.AtEnd(); FPos = lines.LineNumber())
+        lines.Next();
     FOut = std::fopen(FFileName.c_str(), "ab");
     if (!FOut) {
         WriteFailure("OpenWrite", ErrorText(errno));
@@ -160,9 +128,9 @@ void TQBBaseFile::Close() {
     const TQBFileMode mode = FMode;
     FMode = fmClosed;
     FPos = 0;
+    FCursor = TLineCursor();
     FText.clear();
     FText.shrink_to_fit();
-    FReadOffset = 0;
     if (mode != fmWriting && mode != fmAppending)
         return;
     if (FWriteFailed) {
@@ -332,16 +300,17 @@ void TQBBaseFile::WriteIntegerList(const int* values, int count, const std::stri
 
 std::string_view TQBBaseFile::NextLine() {
     EnsureReading();
-    if (FReadOffset >= FText.size())
+    if (FCursor.AtEnd())
         throw EQBFileException(
             Format("Unexpected end of file %s: line %d is missing", FFileName, FPos + 1));
-    ++FPos;
-    return LineAt(FText, FReadOffset);
+    const std::string_view line = FCursor.Next();
+    FPos = FCursor.LineNumber();
+    return line;
 }
 
 bool TQBBaseFile::EndOfFile() {
     EnsureReading();
-    return FReadOffset >= FText.size();
+    return FCursor.AtEnd();
 }
 
 std::string TQBBaseFile::ReadNextLine() {
@@ -425,17 +394,12 @@ std::vector<int> TQBBaseFile::ReadNextLineAsIntegers(int count) {
 
 bool TQBBaseFile::SetPosBySection(const std::string& name, int offset, bool mustExist) {
     EnsureReading();
-    if (FPos > 0) {
-        FReadOffset = 0;
-        FPos = 0;
-    }
-    while (FReadOffset < FText.size()) {
-        ++FPos;
-        if (IsHeadOf(LineAt(FText, FReadOffset), name)) {
-            for (int i = 0; i < offset; ++i)
-                NextLine();
-            return true;
-        }
+    const bool found = FCursor.FindSection(name);
+    FPos = FCursor.LineNumber();
+    if (found) {
+        for (int i = 0; i < offset; ++i)
+            NextLine();
+        return true;
     }
     if (mustExist)
         throw EQBFileException(
@@ -455,12 +419,12 @@ void TQBBaseFile::SetPos(int line) {
         return;
     }
     while (FPos < line) {
-        if (FReadOffset >= FText.size())
+        if (FCursor.AtEnd())
             throw EQBFileException(
                 "SetPos: reached end of file before reaching desired position.\n  File = " +
                 FFileName);
-        ++FPos;
-        LineAt(FText, FReadOffset);
+        FCursor.Next();
+        FPos = FCursor.LineNumber();
     }
 }
 
@@ -546,16 +510,9 @@ bool TQBBaseFile::HasValidKeywords(const std::string& fileName) {
     std::string text;
     if (!ReadWholeFile(fileName, text))
         return false;
-    bool header = false, modelData = false, parameters = false;
-    for (size_t offset = 0; offset < text.size();) {
-        std::string_view line = LineAt(text, offset);
-        if (line.substr(0, ByteOrderMark.size()) == ByteOrderMark)
-            line.remove_prefix(ByteOrderMark.size());
-        header = header || IsHeadOf(line, "[header]");
-        modelData = modelData || IsHeadOf(line, "[soilmodeldata]");
-        parameters = parameters || IsHeadOf(line, "[soilparameters]");
-    }
-    return header && modelData && parameters;
+    TLineCursor lines(text);
+    return lines.FindSection("[header]") && lines.FindSection("[soilmodeldata]") &&
+           lines.FindSection("[soilparameters]");
 }
 
 } // namespace tw

@@ -22,6 +22,7 @@
 
 #include "materials/KernelMaterialWriter.h"
 #include "services/KovException.h"
+#include "services/LineCursor.h"
 #include "units/SystemOfUnits.h"
 
 #include <cstdio>
@@ -183,9 +184,9 @@ private:
     bool FWriteFailed = false;
     bool FKeepsPreviousFileOnFailure = true;
     int FExceptionsAtOpen = 0;
-    // Reading: the whole file, without byte order mark, and the offset of the next line.
+    // Reading: the whole file, and the cursor on its next line.
     std::string FText;
-    size_t FReadOffset = 0;
+    TLineCursor FCursor;
 };
 
 } // namespace tw

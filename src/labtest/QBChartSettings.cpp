@@ -1,4 +1,5 @@
 #include "labtest/QBChartSettings.h"
+#include "labtest/QBPropertyNames.h"
 
 #include <climits>
 
@@ -102,56 +103,56 @@ const std::vector<std::string>& ResultTypeStrings() {
 TW_KOV_CLASS_IMPL(TQBAxisSettings, TKovObservableObject, &TQBAxisSettings::DeclareProperties)
 
 void TQBAxisSettings::DeclareProperties(TKovIntrinsicPropertyDeclarationList& list) {
-    list.AddTypedEnumeration<TQBResultType>("ResultType", ResultTypeStrings());
-    list.AddBoolean("InvertedSign", 0, "Inverse sign");
-    list.AddBoolean("Flipped", 0, "Flip axis");
-    list.AddBoolean("Logarithmic", 0, "Logarithmic");
-    list.AddInteger("StrainSelection", ipkNotPublished, "", INT_MIN, INT_MAX);
-    list.AddInteger("StressSelection", ipkNotPublished, "", INT_MIN, INT_MAX);
-    list.AddText("Title", 0, "Title");
+    list.AddTypedEnumeration<TQBResultType>(ip::ResultType.Name, ResultTypeStrings());
+    list.AddBoolean(ip::InvertedSign.Name, 0, "Inverse sign");
+    list.AddBoolean(ip::Flipped.Name, 0, "Flip axis");
+    list.AddBoolean(ip::Logarithmic.Name, 0, "Logarithmic");
+    list.AddInteger(ip::StrainSelection.Name, ipkNotPublished, "", INT_MIN, INT_MAX);
+    list.AddInteger(ip::StressSelection.Name, ipkNotPublished, "", INT_MIN, INT_MAX);
+    list.AddText(ip::Title.Name, 0, "Title");
 }
 
 TQBResultType TQBAxisSettings::ResultType() const {
-    return static_cast<TQBResultType>(Property<TIPEnumeration>("ResultType").IntValue());
+    return static_cast<TQBResultType>(Property(ip::ResultType).IntValue());
 }
 void TQBAxisSettings::SetResultType(TQBResultType type) {
-    Property<TIPEnumeration>("ResultType").SetIntValue(type);
+    Property(ip::ResultType).SetIntValue(type);
 }
 bool TQBAxisSettings::InvertSign() const {
-    return Property<TIPBoolean>("InvertedSign").Value();
+    return Property(ip::InvertedSign).Value();
 }
 void TQBAxisSettings::SetInvertSign(bool invert) {
-    Property<TIPBoolean>("InvertedSign").SetValue(invert);
+    Property(ip::InvertedSign).SetValue(invert);
 }
 bool TQBAxisSettings::FlipAxis() const {
-    return Property<TIPBoolean>("Flipped").Value();
+    return Property(ip::Flipped).Value();
 }
 void TQBAxisSettings::SetFlipAxis(bool flip) {
-    Property<TIPBoolean>("Flipped").SetValue(flip);
+    Property(ip::Flipped).SetValue(flip);
 }
 bool TQBAxisSettings::Logarithmic() const {
-    return Property<TIPBoolean>("Logarithmic").Value();
+    return Property(ip::Logarithmic).Value();
 }
 void TQBAxisSettings::SetLogarithmic(bool logarithmic) {
-    Property<TIPBoolean>("Logarithmic").SetValue(logarithmic);
+    Property(ip::Logarithmic).SetValue(logarithmic);
 }
 int TQBAxisSettings::StrainSelection() const {
-    return Property<TIPInteger>("StrainSelection").Value();
+    return Property(ip::StrainSelection).Value();
 }
 void TQBAxisSettings::SetStrainSelection(int selection) {
-    Property<TIPInteger>("StrainSelection").SetValue(selection);
+    Property(ip::StrainSelection).SetValue(selection);
 }
 int TQBAxisSettings::StressSelection() const {
-    return Property<TIPInteger>("StressSelection").Value();
+    return Property(ip::StressSelection).Value();
 }
 void TQBAxisSettings::SetStressSelection(int selection) {
-    Property<TIPInteger>("StressSelection").SetValue(selection);
+    Property(ip::StressSelection).SetValue(selection);
 }
 std::string TQBAxisSettings::Title() const {
-    return Property<TIPText>("Title").Value();
+    return Property(ip::Title).Value();
 }
 void TQBAxisSettings::SetTitle(const std::string& title) {
-    Property<TIPText>("Title").SetValue(title);
+    Property(ip::Title).SetValue(title);
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -160,11 +161,11 @@ void TQBAxisSettings::SetTitle(const std::string& title) {
 TW_KOV_CLASS_IMPL(TQBChartSettings, TKovObservableObject, &TQBChartSettings::DeclareProperties)
 
 void TQBChartSettings::DeclareProperties(TKovIntrinsicPropertyDeclarationList& list) {
-    list.AddText("Title", 0, "Title");
-    list.AddBoolean("Orthonormal", 0, "Orthonormal");
-    list.AddBoolean("IsVisible", 0, "Visible");
-    list.AddTypedEnumeration<TQBChartType>("ChartType", ChartTypeStrings(), ipkReadOnly);
-    list.AddBoolean("Selected", ipkNotPublished);
+    list.AddText(ip::Title.Name, 0, "Title");
+    list.AddBoolean(ip::Orthonormal.Name, 0, "Orthonormal");
+    list.AddBoolean(ip::IsVisible.Name, 0, "Visible");
+    list.AddTypedEnumeration<TQBChartType>(ip::ChartType.Name, ChartTypeStrings(), ipkReadOnly);
+    list.AddBoolean(ip::Selected.Name, ipkNotPublished);
 }
 
 TQBChartSettings::TQBChartSettings(TKovObjectManager* manager)
@@ -172,34 +173,34 @@ TQBChartSettings::TQBChartSettings(TKovObjectManager* manager)
       FYAxis(Make<TQBAxisSettings>(manager)) {}
 
 std::string TQBChartSettings::Title() const {
-    return Property<TIPText>("Title").Value();
+    return Property(ip::Title).Value();
 }
 void TQBChartSettings::SetTitle(const std::string& title) {
-    Property<TIPText>("Title").SetValue(title);
+    Property(ip::Title).SetValue(title);
 }
 bool TQBChartSettings::Orthonormal() const {
-    return Property<TIPBoolean>("Orthonormal").Value();
+    return Property(ip::Orthonormal).Value();
 }
 void TQBChartSettings::SetOrthonormal(bool orthonormal) {
-    Property<TIPBoolean>("Orthonormal").SetValue(orthonormal);
+    Property(ip::Orthonormal).SetValue(orthonormal);
 }
 bool TQBChartSettings::Visible() const {
-    return Property<TIPBoolean>("IsVisible").Value();
+    return Property(ip::IsVisible).Value();
 }
 void TQBChartSettings::SetVisible(bool visible) {
-    Property<TIPBoolean>("IsVisible").SetValue(visible);
+    Property(ip::IsVisible).SetValue(visible);
 }
 TQBChartType TQBChartSettings::ChartType() const {
-    return static_cast<TQBChartType>(Property<TIPEnumeration>("ChartType").IntValue());
+    return static_cast<TQBChartType>(Property(ip::ChartType).IntValue());
 }
 void TQBChartSettings::SetChartType(TQBChartType type) {
-    Property<TIPEnumeration>("ChartType").SetIntValue(type);
+    Property(ip::ChartType).SetIntValue(type);
 }
 bool TQBChartSettings::Selected() const {
-    return Property<TIPBoolean>("Selected").Value();
+    return Property(ip::Selected).Value();
 }
 void TQBChartSettings::SetSelected(bool selected) {
-    Property<TIPBoolean>("Selected").SetValue(selected);
+    Property(ip::Selected).SetValue(selected);
 }
 
 std::unique_ptr<TQBChartSettings> TQBChartSettings::Clone() const {

@@ -5,7 +5,8 @@
 // take no part in undo.
 
 #include "labtest/QBResults.h"
-#include "objects/IntrinsicProperty.h"
+#include "objects/IntrinsicPropertyDeclarationList.h"
+#include "objects/IntrinsicPropertyDerivedKinds.h"
 #include "objects/KovObjectLists.h"
 
 #include <cstdint>

@@ -34,6 +34,13 @@ enum TQBAxisCategory : int { acStrain = 0, acStress = 1, acTime = 2, acTemperatu
 using TQBLoadDirectionDoubleArray = std::array<double, QBLoadDirectionCount>;
 using TQBBoundaryConditions = std::array<TQBBoundaryConditionType, QBLoadDirectionCount>;
 
+// Real numbers of the tests compare within this, absolute.
+constexpr double QBTolerance = 1e-12;
+
+// The phase of a new test runs a day in 100 steps.
+constexpr double OneDay = 86400.0; // seconds
+constexpr int DefaultPhaseSteps = 100;
+
 constexpr TQBLoadDirection AllLoadDirections[QBLoadDirectionCount] = {ldXX, ldYY, ldZZ,
                                                                       ldXY, ldYZ, ldZX};
 

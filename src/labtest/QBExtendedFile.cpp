@@ -1,4 +1,6 @@
 #include "labtest/QBExtendedFile.h"
+#include "labtest/QBPropertyNames.h"
+#include "objects/UpdateBracket.h"
 
 #include "labtest/QBRFile.h"
 #include "services/Format.h"
@@ -10,7 +12,6 @@
 namespace tw {
 
 namespace {
-constexpr double Tolerance = 1e-12;
 // Strain increments are held in percent and written as fractions.
 constexpr double PercentToFraction = 0.01;
 constexpr double FractionToPercent = 100.0;
@@ -18,7 +19,7 @@ constexpr double FractionToPercent = 100.0;
 constexpr int OldGeneralTestOrdinal = 4;
 
 const TKovIntrinsicProperty* InnerRadiusProperty(const TQBTestBase& test) {
-    return test.TestType() == ttPressuremeter ? test.GetIntrinsicPropertyByName("InnerRadius")
+    return test.TestType() == ttPressuremeter ? test.GetIntrinsicPropertyByName(ip::InnerRadius)
                                               : nullptr;
 }
 } // namespace
@@ -103,7 +104,7 @@ void TQBExtendedFile::WriteResults(const TQBResults& results) {
 void TQBExtendedFile::ReadResults(TQBResults& results) {
     SetPosBySection("[testresults]", 0, true);
     const TResultRowConversion conversion(&StorageSystemOfUnits());
-    results.BeginUpdate();
+    TUpdateBracket update(results);
     try {
         results.ClearRows();
         while (!EndOfFile()) {
@@ -114,23 +115,18 @@ void TQBExtendedFile::ReadResults(TQBResults& results) {
         }
         results.CalculateDerivedResults();
     } catch (...) {
-        results.ClearRows();
-        results.EndUpdate();
+        results.ClearRows(); // no half-read results
         throw;
     }
-    results.EndUpdate();
+    update.Close();
 }
 
 void TQBExtendedFile::LoadTest(TQBTestBase& test) {
     TUndoSnapshot snapshot(test, "Read test from file");
-    test.BeginUpdate();
-    try {
-        ReadTestData(test);
-    } catch (...) {
-        test.EndUpdate();
-        throw;
-    }
-    test.EndUpdate();
+    TUpdateBracket update(test);
+    ReadTestData(test);
+    update.Close();
+    snapshot.Close();
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -275,7 +271,7 @@ void TQBCFile::WriteInitialConditions(const TQBTestBase& test) {
 double IsotropicPreconsolidationStress(const ITestMaterial* material, double verticalPascal,
                                        const TSystemOfUnits& units) {
     const double s = units.Pressure.ToPresentation(verticalPascal);
-    if (std::fabs(s) < Tolerance || !material)
+    if (std::fabs(s) < QBTolerance || !material)
         return 0.0;
     auto number = [&](const char* name) {
         const std::optional<double> value = material->GetNumber(name);
@@ -286,7 +282,7 @@ double IsotropicPreconsolidationStress(const ITestMaterial* material, double ver
     };
     auto nonZero = [&](const char* name) {
         const double value = number(name);
-        if (std::fabs(value) < Tolerance)
+        if (std::fabs(value) < QBTolerance)
             throw EQBFileException(
                 Format("The isotropic preconsolidation stress of material \"%s\" can't be "
                        "computed: \"%s\" is 0",
@@ -311,7 +307,7 @@ double IsotropicPreconsolidationStress(const ITestMaterial* material, double ver
         const double k0nc = number("HSK0nc");
         stresses(k0nc, p, q);
         const double alpha = capAlpha(*material, k0nc);
-        if (std::fabs(alpha) < Tolerance)
+        if (std::fabs(alpha) < QBTolerance)
             return 0.0;
         return std::sqrt(p * p + (q / alpha) * (q / alpha));
     }
@@ -323,13 +319,13 @@ double IsotropicPreconsolidationStress(const ITestMaterial* material, double ver
         const double phi = number("phi") * std::numbers::pi / 180.0; // degrees
         const double tanPhi = std::tan(phi);
         // c cot(phi): no cohesion adds nothing, even without friction.
-        const double cohesion = std::fabs(c) < Tolerance ? 0.0 : c / tanPhi;
+        const double cohesion = std::fabs(c) < QBTolerance ? 0.0 : c / tanPhi;
         return p + q * q / (m * m) / (p + cohesion);
     }
     case mxsmmModifiedCamClay: {
         stresses(number("MCCK0nc"), p, q);
         const double m = nonZero("MCCMCsl");
-        if (std::fabs(p) < Tolerance)
+        if (std::fabs(p) < QBTolerance)
             return 1.0;
         return q * q / (m * m) / p + p;
     }
@@ -362,22 +358,22 @@ void TQBCFile::ReadTestParameters(TQBTestBase& test) {
         type = ttGeneral;
     if (type != test.TestType())
         throw EQBFileException("Test type in file doesn't match type of test.");
-    test.Property<TIPEnumeration>("Behaviour").SetIntValue(ReadNextLineAsInteger());
-    test.Property<TIPDouble>("Error").SetValue(ReadNextLineAsDouble());
-    test.Property<TIPDouble>("Relax").SetValue(ReadNextLineAsDouble());
-    test.Property<TIPInteger>("Iteration").SetValue(ReadNextLineAsInteger());
-    test.Property<TIPBoolean>("ArcLength").SetValue(ReadNextLineAsInteger() != 0);
-    test.Property<TIPDouble>("PreconsolidationPressure")
+    test.Property(ip::Behaviour).SetIntValue(ReadNextLineAsInteger());
+    test.Property(ip::Error).SetValue(ReadNextLineAsDouble());
+    test.Property(ip::Relax).SetValue(ReadNextLineAsDouble());
+    test.Property(ip::Iteration).SetValue(ReadNextLineAsInteger());
+    test.Property(ip::ArcLength).SetValue(ReadNextLineAsInteger() != 0);
+    test.Property(ip::PreconsolidationPressure)
         .SetValue(units.Pressure.ToSI(ReadNextLineAsDouble()));
     const double mobilised = ReadNextLineAsDouble();
-    test.Property<TIPBoolean>("ApplyMobilisedShearStrength").SetValue(mobilised > 0);
-    test.Property<TIPDouble>("MobilisedShearStrength").SetValue(mobilised > 0 ? mobilised : 0.0);
+    test.Property(ip::ApplyMobilisedShearStrength).SetValue(mobilised > 0);
+    test.Property(ip::MobilisedShearStrength).SetValue(mobilised > 0 ? mobilised : 0.0);
     if (version >= 8) {
         const double radius = ReadNextLineAsDouble();
-        if (TKovIntrinsicProperty* property = test.GetIntrinsicPropertyByName("InnerRadius"))
+        if (TKovIntrinsicProperty* property = test.GetIntrinsicPropertyByName(ip::InnerRadius))
             if (auto* number = dynamic_cast<TIPDouble*>(property))
                 number->SetValue(units.Length.ToSI(radius));
-        test.Property<TIPEnumeration>("TestControlType").SetIntValue(ReadNextLineAsInteger());
+        test.Property(ip::TestControlType).SetIntValue(ReadNextLineAsInteger());
     }
     const TQBLoadDirectionDoubleArray stresses = ReadStresses();
     for (TQBLoadDirection d : AllLoadDirections)

@@ -1,4 +1,5 @@
 #include "labtest/QBPhase.h"
+#include "labtest/QBPropertyNames.h"
 
 #include "objects/ObjectManager.h"
 
@@ -27,17 +28,17 @@ std::string TQBPhase::BoundaryConditionName(TQBLoadDirection direction) {
 }
 
 void TQBPhase::DeclareProperties(TKovIntrinsicPropertyDeclarationList& list) {
-    list.AddInteger("Steps", ipkReadOnly, "Number of steps");
-    list.AddDoubleWithUnit("Duration", qtTime, ipkReadOnly, "", 0.0, DBL_MAX);
+    list.AddInteger(ip::Steps.Name, ipkReadOnly, "Number of steps");
+    list.AddDoubleWithUnit(ip::Duration.Name, qtTime, ipkReadOnly, "", 0.0, DBL_MAX);
     for (TQBLoadDirection d : AllLoadDirections) {
         list.AddDoubleWithUnit(StressIncrementName(d), qtPressure, ipkReadOnly);
         list.AddDoubleWithUnit(StrainIncrementName(d), qtPercentage, ipkReadOnly);
         list.AddInteger(BoundaryConditionName(d), ipkReadOnly);
     }
-    list.AddDoubleWithUnit("SuctionInc", qtPressure, ipkReadOnly | ipkNotPublished, "@D#s",
+    list.AddDoubleWithUnit(ip::SuctionInc.Name, qtPressure, ipkReadOnly | ipkNotPublished, "@D#s",
                            -DBL_MAX, DBL_MAX);
-    list.AddDoubleWithUnit("TempInc", qtTemperatureInterval, ipkReadOnly | ipkNotPublished, "@D#T",
-                           -DBL_MAX, DBL_MAX);
+    list.AddDoubleWithUnit(ip::TempInc.Name, qtTemperatureInterval, ipkReadOnly | ipkNotPublished,
+                           "@D#T", -DBL_MAX, DBL_MAX);
 }
 
 std::unique_ptr<TQBPhase> TQBPhase::Clone() const {
@@ -63,9 +64,9 @@ TKovIntrinsicProperty& TQBPhase::GetIncrementIP(int kind, TQBLoadDirection direc
 TKovIntrinsicProperty& TQBPhase::GetIncrementIP(int kind) const {
     switch (kind) {
     case 2:
-        return Property<TIPDoubleWithUnit>("SuctionInc");
+        return Property(ip::SuctionInc);
     case 3:
-        return Property<TIPDoubleWithUnit>("TempInc");
+        return Property(ip::TempInc);
     default:
         throw EKovException(
             Format("Increment type is not implemented without direction: %d", kind));
@@ -200,10 +201,10 @@ void TQBPhase::SetBoundaryConditionsIPReadOnly(TQBLoadDirection direction, bool 
     GetIncrementIP(4, direction).SetReadOnly(readOnly);
 }
 void TQBPhase::SetDurationReadOnly(bool readOnly) {
-    GetIntrinsicPropertyByName("Duration")->SetReadOnly(readOnly);
+    GetIntrinsicPropertyByName(ip::Duration)->SetReadOnly(readOnly);
 }
 void TQBPhase::SetStepsReadOnly(bool readOnly) {
-    GetIntrinsicPropertyByName("Steps")->SetReadOnly(readOnly);
+    GetIntrinsicPropertyByName(ip::Steps)->SetReadOnly(readOnly);
 }
 void TQBPhase::SetTemperatureVisibility(bool visible) {
     GetIncrementIP(3).SetPublishedAndEditable(visible);
@@ -212,7 +213,7 @@ void TQBPhase::SetSuctionVisibility(bool visible) {
     GetIncrementIP(2).SetPublishedAndEditable(visible);
 }
 void TQBPhase::UpdateTimeDependentProperties(bool enabled) {
-    GetIntrinsicPropertyByName("Duration")->SetPublished(enabled);
+    GetIntrinsicPropertyByName(ip::Duration)->SetPublished(enabled);
     NotifyObservers();
 }
 
@@ -277,28 +278,28 @@ std::string TQBPhaseList::ToString() const {
 TW_KOV_CLASS_IMPL(TQBCyclicPhases, TKovParentableObject, &TQBCyclicPhases::DeclareProperties)
 
 void TQBCyclicPhases::DeclareProperties(TKovIntrinsicPropertyDeclarationList& list) {
-    list.AddInteger("Cycles", 0, "Cycles", 1, INT_MAX);
-    list.AddObject("FirstPhase", TQBPhase::StaticClass(), ipkReadOnly, "First phase");
-    list.AddObject("LastPhase", TQBPhase::StaticClass(), ipkReadOnly, "Last phase");
+    list.AddInteger(ip::Cycles.Name, 0, "Cycles", 1, INT_MAX);
+    list.AddObject(ip::FirstPhase.Name, TQBPhase::StaticClass(), ipkReadOnly, "First phase");
+    list.AddObject(ip::LastPhase.Name, TQBPhase::StaticClass(), ipkReadOnly, "Last phase");
 }
 
 int TQBCyclicPhases::Cycles() const {
-    return Property<TIPInteger>("Cycles").Value();
+    return Property(ip::Cycles).Value();
 }
 void TQBCyclicPhases::SetCycles(int cycles) {
-    Property<TIPInteger>("Cycles").SetValue(cycles);
+    Property(ip::Cycles).SetValue(cycles);
 }
 TQBPhase* TQBCyclicPhases::FirstPhase() const {
-    return static_cast<TQBPhase*>(Property<TIPKovObject>("FirstPhase").Value());
+    return static_cast<TQBPhase*>(Property(ip::FirstPhase).Value());
 }
 void TQBCyclicPhases::SetFirstPhase(TQBPhase* phase) {
-    Property<TIPKovObject>("FirstPhase").SetValue(phase);
+    Property(ip::FirstPhase).SetValue(phase);
 }
 TQBPhase* TQBCyclicPhases::LastPhase() const {
-    return static_cast<TQBPhase*>(Property<TIPKovObject>("LastPhase").Value());
+    return static_cast<TQBPhase*>(Property(ip::LastPhase).Value());
 }
 void TQBCyclicPhases::SetLastPhase(TQBPhase* phase) {
-    Property<TIPKovObject>("LastPhase").SetValue(phase);
+    Property(ip::LastPhase).SetValue(phase);
 }
 
 TW_KOV_CLASS_IMPL(TQBCyclicPhasesList, TKovObservableObjectList, nullptr)

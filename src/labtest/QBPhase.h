@@ -5,7 +5,8 @@
 // negative.
 
 #include "labtest/QBDatatypes.h"
-#include "objects/IntrinsicProperty.h"
+#include "objects/IntrinsicPropertyDeclarationList.h"
+#include "objects/IntrinsicPropertyDerivedKinds.h"
 #include "objects/KovObjectLists.h"
 
 #include <functional>

@@ -1,9 +1,12 @@
 #include "labtest/QBProject.h"
+#include "labtest/QBPropertyNames.h"
+#include "objects/UpdateBracket.h"
 
 #include "commands/KovTaskController.h"
 #include "labtest/QBExtendedFile.h"
 #include "labtest/QBKernelRun.h"
 #include "labtest/QBRFile.h"
+#include "labtest/QBTestTriaxial.h"
 #include "objects/ObjectManager.h"
 #include "services/Localisation.h"
 #include "services/RuntimeSettings.h"
@@ -37,7 +40,7 @@ struct TManagerSnapshot {
 TW_KOV_CLASS_IMPL(TQBProject, TKovObservableObject, &TQBProject::DeclareProperties)
 
 void TQBProject::DeclareProperties(TKovIntrinsicPropertyDeclarationList& list) {
-    list.AddInteger("Version");
+    list.AddInteger(ip::Version.Name);
     DeclareProjectUnitProperties(list);
 }
 
@@ -93,7 +96,7 @@ TQBProject::~TQBProject() {
 }
 
 void TQBProject::Initialize() {
-    Property<TIPInteger>("Version").SetValue(8);
+    Property(ip::Version).SetValue(8);
     ProjectUnitPropertiesFromSystem(*FSystemOfUnits, *this);
     if (FMainMaterial)
         CreateTests();
@@ -163,8 +166,7 @@ void TQBProject::SetIsSuctionEnabled(bool enabled) {
                               enabled ? "Switch suction on" : "Switch suction off");
     for (int i = 0; i < FMainTests->Count(); ++i) {
         TQBTestBase* test = FMainTests->GetItems(i);
-        test->Property<TIPBoolean>("SuctionCondition")
-            .SetValue(enabled && test->CanHaveSuctionEnabled());
+        test->Property(ip::SuctionCondition).SetValue(enabled && test->CanHaveSuctionEnabled());
     }
 }
 
@@ -180,8 +182,7 @@ void TQBProject::SetIsThermalEnabled(bool enabled) {
                               enabled ? "Switch thermal on" : "Switch thermal off");
     for (int i = 0; i < FMainTests->Count(); ++i) {
         TQBTestBase* test = FMainTests->GetItems(i);
-        test->Property<TIPBoolean>("ThermalCondition")
-            .SetValue(enabled && test->CanHaveThermalEnabled());
+        test->Property(ip::ThermalCondition).SetValue(enabled && test->CanHaveThermalEnabled());
     }
 }
 
@@ -265,18 +266,10 @@ bool TQBProject::DoTest(TQBTestType testType) {
     bool success = false;
     TQBTestBase& test = *FMainTests->ByTestType(testType);
     test.Results().ClearRows();
-    test.BeginUpdate();
-    // The rows are read on the worker; the results tell their observers once, on this thread.
-    test.Results().BeginUpdate();
-    struct TEndUpdates {
-        TQBTestBase& Test;
-        ~TEndUpdates() {
-            Test.Results().EndUpdate();
-            Test.EndUpdate();
-        }
-    };
     {
-        TEndUpdates endUpdates{test};
+        TUpdateBracket testUpdate(test);
+        // The rows are read on the worker; the results tell their observers once, on this thread.
+        TUpdateBracket resultsUpdate(test.Results());
         TKovTaskController::ExecuteThreaded(
             Translate("Calculating..."),
             [&] {
@@ -289,6 +282,8 @@ bool TQBProject::DoTest(TQBTestType testType) {
                 }
             },
             tppNormal);
+        resultsUpdate.Close();
+        testUpdate.Close();
     }
     if (TKovObjectManager* manager = ObjectManager())
         if (!manager->IsUndoRedoSnapshotOpened())

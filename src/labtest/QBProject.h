@@ -3,9 +3,11 @@
 // type, the tests loaded for comparison, and the choice of calculation kernel. DoTest writes the
 // kernel input for a test, runs the kernel, reads its result file back and tells the observers.
 
+#include "labtest/QBPropertyNames.h"
 #include "labtest/QBTestList.h"
 #include "materials/TestMaterial.h"
-#include "objects/IntrinsicProperty.h"
+#include "objects/IntrinsicPropertyDeclarationList.h"
+#include "objects/IntrinsicPropertyDerivedKinds.h"
 #include "units/SystemOfUnits.h"
 
 #include <functional>
@@ -42,7 +44,7 @@ public:
 
     TQBTestMethod TestMethod() const { return FTestMethod; }
     bool Is3D() const { return FTestMethod == tm3D; }
-    int Version() const { return Property<TIPInteger>("Version").Value(); }
+    int Version() const { return Property(ip::Version).Value(); }
 
     // The material under test.
     ITestMaterial* MainMaterial() const { return FMainMaterial.get(); }

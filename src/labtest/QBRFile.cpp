@@ -3,16 +3,19 @@
 #include "commands/KovTaskController.h"
 #include "labtest/QBTestBase.h"
 #include "objects/ObjectManager.h"
+#include "objects/UpdateBracket.h"
+#include "services/LineCursor.h"
 #include "services/Localisation.h"
-#include "services/Strings.h"
+#include "services/TextFile.h"
 
 #include <charconv>
-#include <fstream>
-#include <sstream>
+#include <cstring>
 
 namespace tw {
 
 TResultRowConversion::TResultRowConversion(const TSystemOfUnits* storageUnits) {
+    for (int i = 0; i < QBFileIndexCount; ++i)
+        Types[i] = ResultTypeOfFileIndex(i);
     for (int i = 0; i < QBResultTypeCount; ++i) {
         const TQBResultTypeInfo& info = ResultTypeInfo(static_cast<TQBResultType>(i));
         Factors[i] = 1.0;
@@ -37,23 +40,39 @@ void ReadResultRow(std::string_view line, TQBResults& results, int row, int file
     if (fileVersion < 3)
         for (TQBResultType type : {rtGamYZ, rtGamZX, rtTauYZ, rtTauZX})
             results.SetValueByType(row, type, 0.0);
-    int position = 0;
-    size_t start = 0;
-    while (start <= line.size()) {
-        size_t end = line.find('\t', start);
-        if (end == std::string_view::npos)
-            end = line.size();
-        std::string_view field = line.substr(start, end - start);
-        while (!field.empty() && IsBlank(field.front()))
-            field.remove_prefix(1);
-        while (!field.empty() && IsBlank(field.back()))
-            field.remove_suffix(1);
-        const int index = position++;
-        start = end + 1;
-        if (field.empty())
+    const char* p = line.data();
+    const char* const end = p + line.size();
+    auto skipBlanks = [&] {
+        while (p < end && IsBlank(*p))
+            ++p;
+    };
+    for (int index = 0;; ++index) {
+        skipBlanks();
+        if (p == end)
+            break;
+        if (*p == '\t') { // an empty field
+            ++p;
             continue;
-        if (field.front() == '=')
+        }
+        if (*p == '=')
             break; // the label
+        // The number must fill its field: only blanks may follow it before the tab.
+        const char* const field = p;
+        double value;
+        const auto parsed = std::from_chars(*p == '+' ? p + 1 : p, end, value);
+        p = parsed.ptr;
+        skipBlanks();
+        if (parsed.ec != std::errc() || (p < end && *p != '\t')) {
+            const char* tab =
+                static_cast<const char*>(std::memchr(field, '\t', size_t(end - field)));
+            std::string_view text(field, size_t((tab ? tab : end) - field));
+            while (!text.empty() && IsBlank(text.back()))
+                text.remove_suffix(1);
+            throw EQBResultsException(
+                Format("'%s' is not a valid floating point value", std::string(text)));
+        }
+        if (p < end)
+            ++p; // the tab
         int column = index;
         if (fileVersion < 3) {
             if (column > 4)
@@ -63,15 +82,7 @@ void ReadResultRow(std::string_view line, TQBResults& results, int row, int file
         }
         if (column >= QBFileIndexCount)
             continue;
-        double value;
-        const char* first = field.data();
-        if (*first == '+')
-            ++first;
-        auto parsed = std::from_chars(first, field.data() + field.size(), value);
-        if (parsed.ec != std::errc() || parsed.ptr != field.data() + field.size())
-            throw EQBResultsException(
-                Format("'%s' is not a valid floating point value", std::string(field)));
-        const TQBResultType type = ResultTypeOfFileIndex(column);
+        const TQBResultType type = conversion.Types[column];
         results.SetValueByType(row, type,
                                conversion.Factors[type] * (conversion.Offsets[type] + value));
     }
@@ -81,89 +92,45 @@ TQBRFile::TQBRFile(const TSystemOfUnits& units, std::string fileName)
     : FStorageSystemOfUnits(units), FFileName(std::move(fileName)) {}
 
 void TQBRFile::ReadFile() {
-    std::ifstream in(FFileName, std::ios::binary);
-    if (!in)
+    if (!ReadWholeFile(FFileName, FContents))
         throw EQBResultsException("TQBBaseFile.OpenRead: File not found:\n  " + FFileName);
-    std::ostringstream contents;
-    contents << in.rdbuf();
-    FContents = contents.str();
 }
 
 void TQBRFile::LoadTest(TQBTestBase& test) {
-    test.BeginUpdate();
+    TUpdateBracket update(test);
+    ReadFile();
     try {
-        ReadFile();
-        try {
-            LoadResults(test.Results());
-            test.DoAfterLoadResults();
-        } catch (...) {
-            test.Results().ClearRows();
-            throw;
-        }
+        LoadResults(test.Results());
+        test.DoAfterLoadResults();
     } catch (...) {
-        test.EndUpdate();
+        test.Results().ClearRows();
         throw;
     }
-    test.EndUpdate();
+    update.Close();
 }
 
 void TQBRFile::LoadResults(TQBResults& results) {
     if (FContents.empty())
         ReadFile();
-    TKovObjectManager* manager = results.ObjectManager();
-    if (manager)
-        manager->BeginHighPerformanceMode();
-    results.BeginUpdate();
-    struct TEnd {
-        TQBResults& Results;
-        TKovObjectManager* Manager;
-        ~TEnd() {
-            Results.EndUpdate();
-            if (Manager)
-                Manager->EndHighPerformanceMode();
-        }
-    } end{results, manager};
-
+    THighPerformanceMode highPerformance(results.ObjectManager());
+    TUpdateBracket update(results);
     int count = 0;
     TKovTaskController::ExecuteThreaded(
         Translate("Reading results..."),
         [&] {
-            std::string_view text = FContents;
-            if (text.substr(0, 3) == "\xEF\xBB\xBF")
-                text.remove_prefix(3);
-            // The section head stands alone on its line; compare trimmed, without case.
-            size_t position = 0;
-            bool found = false;
-            while (position < text.size()) {
-                size_t end = text.find('\n', position);
-                if (end == std::string_view::npos)
-                    end = text.size();
-                std::string_view line = text.substr(position, end - position);
-                position = end + 1;
-                if (line.find('[') != std::string_view::npos &&
-                    SameText(Trim(line), "[testresults]")) {
-                    found = true;
-                    break;
-                }
-            }
-            if (!found)
+            TLineCursor lines(FContents);
+            if (!lines.FindSection("[testresults]"))
                 throw EQBResultsException(
                     "SetPosBySection: reached end of file before finding desired sectionname.");
             const TResultRowConversion conversion(&FStorageSystemOfUnits);
-            while (position < text.size()) {
-                size_t end = text.find('\n', position);
-                if (end == std::string_view::npos)
-                    end = text.size();
-                std::string_view line = text.substr(position, end - position);
-                position = end + 1;
+            // Room for a row per line left, made once; blank lines leave rows over.
+            results.ClearRows();
+            results.AddNewRows(static_cast<int>(lines.RemainingLineCount()));
+            while (!lines.AtEnd()) {
+                const std::string_view line = lines.Next();
                 if (line.find_first_not_of(" \t\r") == std::string_view::npos)
                     continue;
-                int row = count++;
-                if (row >= results.RowCount())
-                    row = results.AddNewRow();
-                else
-                    results.ResetRow(row);
-                ReadResultRow(line, results, row, FVersionNumber, conversion);
+                ReadResultRow(line, results, count++, FVersionNumber, conversion);
             }
         },
         tppNormal);
@@ -172,6 +139,7 @@ void TQBRFile::LoadResults(TQBResults& results) {
     TKovTaskController::ExecuteThreaded(
         Translate("Calculating derived results..."), [&] { results.CalculateDerivedResults(); },
         tppNormal);
+    update.Close();
 }
 
 } // namespace tw

@@ -45,6 +45,7 @@ private:
 // unset, a field beginning with "=" (the label) ends the row. `factors` and `offsets` convert a
 // file value of each column to base units (ToSI = factor * (offset + value)).
 struct TResultRowConversion {
+    TQBResultType Types[QBFileIndexCount]; // the column of each position
     double Factors[QBResultTypeCount];
     double Offsets[QBResultTypeCount];
     explicit TResultRowConversion(const TSystemOfUnits* storageUnits);

@@ -1,4 +1,5 @@
 #include "labtest/QBResults.h"
+#include "objects/UpdateBracket.h"
 
 #include "objects/ObjectManager.h"
 #include "services/Strings.h"
@@ -169,9 +170,8 @@ TQBResults::TQBResults(TKovObjectManager* manager)
     FColumnDeclarations->SetDeclarationVisibleAndEditableFor("None", false);
 }
 
-void TQBResults::CheckRow(int row) const {
-    if (row < 0 || row >= FRowCount)
-        throw EQBResultsException(Format("Row index out of bounds (%d)", row));
+void TQBResults::RowOutOfBounds(int row) {
+    throw EQBResultsException(Format("Row index out of bounds (%d)", row));
 }
 
 void TQBResults::ClearRows() {
@@ -194,6 +194,20 @@ int TQBResults::AddNewRow() {
     FIsSelectedRow.push_back(0);
     NotifyObservers();
     return FRowCount++;
+}
+
+int TQBResults::AddNewRows(int count) {
+    const int first = FRowCount;
+    if (count <= 0)
+        return first;
+    for (int i = 0; i < QBResultTypeCount; ++i) {
+        FValues[i].resize(size_t(first + count), 0.0);
+        FIsSet[i].resize(size_t(first + count), 0);
+    }
+    FIsSelectedRow.resize(size_t(first + count), 0);
+    FRowCount += count;
+    NotifyObservers();
+    return first;
 }
 
 void TQBResults::DeleteRow(int row) {
@@ -239,23 +253,12 @@ void TQBResults::AddValuesInNewRow(std::span<const TQBResultType> types,
 
 void TQBResults::AddValuesAsResults(std::span<const TQBResultType> types,
                                     const std::vector<std::vector<double>>& rows) {
-    TKovObjectManager* manager = ObjectManager();
-    if (manager)
-        manager->BeginHighPerformanceMode();
-    BeginUpdate();
-    try {
-        for (const auto& values : rows)
-            AddValuesInNewRow(types, values);
-        CalculateDerivedResults();
-    } catch (...) {
-        EndUpdate();
-        if (manager)
-            manager->EndHighPerformanceMode();
-        throw;
-    }
-    EndUpdate();
-    if (manager)
-        manager->EndHighPerformanceMode();
+    THighPerformanceMode highPerformance(ObjectManager());
+    TUpdateBracket update(*this);
+    for (const auto& values : rows)
+        AddValuesInNewRow(types, values);
+    CalculateDerivedResults();
+    update.Close();
 }
 
 void TQBResults::CopyFrom(const TQBResults& source) {
@@ -284,12 +287,6 @@ void TQBResults::AssignEssentialState(const TKovObject& source) {
 double TQBResults::GetValueByType(int row, TQBResultType type) const {
     CheckRow(row);
     return FValues[type][row];
-}
-
-void TQBResults::SetValueByType(int row, TQBResultType type, double value) {
-    CheckRow(row);
-    FValues[type][row] = value;
-    FIsSet[type][row] = 1;
 }
 
 double TQBResults::GetValueByIndex(int row, int fileIndex) const {
@@ -373,7 +370,6 @@ void TQBResults::UpdateAdvancedResultsVisibility(bool suction, bool thermal) {
 
 void TQBResults::PrincipalEigenValues(double a, double b, double c, double d, double e, double f,
                                       double& p1, double& p2, double& p3, double& mean, double& q) {
-    constexpr double TwoPiByThree = 2.0943951023931953;
     mean = (a + b + c) / 3.0;
     q = 0.0;
     p1 = a;
@@ -387,24 +383,47 @@ void TQBResults::PrincipalEigenValues(double a, double b, double c, double d, do
     if (s <= 1e-10)
         return; // hydrostatic: the diagonal as it stands
     const double r = s * std::sqrt(2.0 / 3.0);
+    q = 1.5 * r;
+    if (d == 0.0 && e == 0.0 && f == 0.0) {
+        // No shear (every row of a triaxial or oedometer test): the diagonal is the answer,
+        // sorted, without the trigonometry below.
+        if (p1 > p2)
+            std::swap(p1, p2);
+        if (p2 > p3)
+            std::swap(p2, p3);
+        if (p1 > p2)
+            std::swap(p1, p2);
+        return;
+    }
+    // Lode angle theta of the deviator from its third invariant; the principal values are
+    // mean + r sin(theta + k 2pi/3), k = -1, 0, 1, written with one sine and one cosine.
     const double det = da * db * dc - da * e * e - db * f * f - dc * d * d + 2.0 * d * e * f;
-    double theta = 0.0;
+    double sinTheta = 0.0, cosTheta = 1.0;
     if (std::fabs(det) > 1e-10 * std::fabs(s) * s2 + 1e-20) {
         const double x = std::clamp(-std::sqrt(54.0) * det / (s * s2), -1.0, 1.0);
-        theta = std::asin(x) / 3.0;
+        const double theta = std::asin(x) / 3.0;
+        sinTheta = std::sin(theta);
+        cosTheta = std::cos(theta);
     }
-    p1 = mean + r * std::sin(theta - TwoPiByThree);
-    p2 = mean + r * std::sin(theta);
-    p3 = mean + r * std::sin(theta + TwoPiByThree);
-    q = 1.5 * r;
+    constexpr double HalfSqrt3 = 0.86602540378443865; // sin(2pi/3); cos(2pi/3) = -1/2
+    p1 = mean + r * (-0.5 * sinTheta - HalfSqrt3 * cosTheta);
+    p2 = mean + r * sinTheta;
+    p3 = mean + r * (-0.5 * sinTheta + HalfSqrt3 * cosTheta);
 }
 
-void TQBResults::CalculateDerivedRow(int row) {
-    auto set = [&](TQBResultType type) { return FIsSet[type][row] != 0; };
-    auto value = [&](TQBResultType type) { return FValues[type][row]; };
+// The columns as plain pointers, taken once for all rows: a store through the flags' bytes could
+// otherwise alias the vectors and make every access reload them.
+struct TQBResults::TColumnPointers {
+    double* Values[QBResultTypeCount];
+    uint8_t* IsSet[QBResultTypeCount];
+};
+
+void TQBResults::CalculateDerivedRow(TColumnPointers& columns, int row) {
+    auto set = [&](TQBResultType type) { return columns.IsSet[type][row] != 0; };
+    auto value = [&](TQBResultType type) { return columns.Values[type][row]; };
     auto store = [&](TQBResultType type, double v) {
-        FValues[type][row] = v;
-        FIsSet[type][row] = 1;
+        columns.Values[type][row] = v;
+        columns.IsSet[type][row] = 1;
     };
     if (set(rtEpsXX) && set(rtEpsYY) && set(rtEpsZZ) && set(rtGamXY) && set(rtGamYZ) &&
         set(rtGamZX)) {
@@ -482,42 +501,42 @@ void TQBResults::CalculateMohrCircle() {
 }
 
 void TQBResults::CalculateDerivedResults() {
-    BeginUpdate();
+    TUpdateBracket update(*this);
+    TColumnPointers columns;
+    for (int i = 0; i < QBResultTypeCount; ++i) {
+        columns.Values[i] = FValues[i].data();
+        columns.IsSet[i] = FIsSet[i].data();
+    }
     for (int row = 0; row < FRowCount; ++row)
-        CalculateDerivedRow(row);
+        CalculateDerivedRow(columns, row);
     CalculateMohrCircle();
     NotifyObservers();
-    EndUpdate();
+    update.Close();
     if (FOnAfterCalculateDerivedResults)
         FOnAfterCalculateDerivedResults();
 }
 
 void TQBResults::LoadFromList(const std::vector<const TKovObservableObject*>& oldRows) {
-    BeginUpdate();
-    try {
-        ClearRows();
-        const int baseCount = TKovObservableObject::StaticClass().Declarations().Count();
-        for (const TKovObservableObject* old : oldRows) {
-            const int row = AddNewRow();
-            // The properties every object has (name, comments, ...) are no columns.
-            for (int i = baseCount; i < old->IntrinsicPropertiesCount(); ++i) {
-                const TKovIntrinsicProperty& property = *old->GetIntrinsicProperty(i);
-                if (const auto* flag = dynamic_cast<const TIPBoolean*>(&property)) {
-                    FIsSelectedRow[row] = flag->Value() ? 1 : 0;
-                } else if (const auto* number = dynamic_cast<const TIPDouble*>(&property)) {
-                    const TQBResultType type = GetResultTypeFromIPName(property.Name());
-                    if (type < QBResultTypeCount)
-                        SetValueByType(row, type, number->Value());
-                } else {
-                    throw EQBResultsException("Unexpected legacy IP type encountered");
-                }
+    TUpdateBracket update(*this);
+    ClearRows();
+    const int baseCount = TKovObservableObject::StaticClass().Declarations().Count();
+    for (const TKovObservableObject* old : oldRows) {
+        const int row = AddNewRow();
+        // The properties every object has (name, comments, ...) are no columns.
+        for (int i = baseCount; i < old->IntrinsicPropertiesCount(); ++i) {
+            const TKovIntrinsicProperty& property = *old->GetIntrinsicProperty(i);
+            if (const auto* flag = dynamic_cast<const TIPBoolean*>(&property)) {
+                FIsSelectedRow[row] = flag->Value() ? 1 : 0;
+            } else if (const auto* number = dynamic_cast<const TIPDouble*>(&property)) {
+                const TQBResultType type = GetResultTypeFromIPName(property.Name());
+                if (type < QBResultTypeCount)
+                    SetValueByType(row, type, number->Value());
+            } else {
+                throw EQBResultsException("Unexpected legacy IP type encountered");
             }
         }
-    } catch (...) {
-        EndUpdate();
-        throw;
     }
-    EndUpdate();
+    update.Close();
 }
 
 } // namespace tw

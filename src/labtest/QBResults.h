@@ -5,7 +5,8 @@
 // pascal, compression negative; strains as the kernel's fractions; time in seconds.
 
 #include "labtest/QBDatatypes.h"
-#include "objects/IntrinsicProperty.h"
+#include "objects/IntrinsicPropertyDeclarationList.h"
+#include "objects/IntrinsicPropertyDerivedKinds.h"
 
 #include <array>
 #include <functional>
@@ -126,6 +127,8 @@ public:
     // Rows.
     void ClearRows();
     int AddNewRow();
+    // `count` rows with nothing set; answers the index of the first.
+    int AddNewRows(int count);
     void DeleteRow(int row);
     // Makes every value of a row not set.
     void ResetRow(int row);
@@ -140,7 +143,11 @@ public:
 
     // Values in base units. Reading a value that isn't set answers 0.
     double GetValueByType(int row, TQBResultType type) const;
-    void SetValueByType(int row, TQBResultType type, double value);
+    void SetValueByType(int row, TQBResultType type, double value) {
+        CheckRow(row);
+        FValues[type][row] = value;
+        FIsSet[type][row] = 1;
+    }
     double GetValueByIndex(int row, int fileIndex) const;
     void SetValueByIndex(int row, int fileIndex, double value);
     bool GetIsSetByType(int row, TQBResultType type) const;
@@ -189,8 +196,13 @@ protected:
     void AssignEssentialState(const TKovObject& source) override;
 
 private:
-    void CheckRow(int row) const;
-    void CalculateDerivedRow(int row);
+    void CheckRow(int row) const {
+        if (row < 0 || row >= FRowCount)
+            RowOutOfBounds(row);
+    }
+    [[noreturn]] static void RowOutOfBounds(int row);
+    struct TColumnPointers;
+    void CalculateDerivedRow(TColumnPointers& columns, int row);
     void CalculateMohrCircle();
 
     std::function<void()> FOnAfterCalculateDerivedResults;

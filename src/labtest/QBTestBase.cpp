@@ -1,4 +1,6 @@
 #include "labtest/QBTestBase.h"
+#include "labtest/QBPropertyNames.h"
+#include "objects/UpdateBracket.h"
 
 #include "objects/ObjectManager.h"
 #include "services/Strings.h"
@@ -11,10 +13,7 @@
 namespace tw {
 
 namespace {
-constexpr double Tolerance = 1e-12;
-constexpr double OneDay = 86400.0;           // seconds
-constexpr double RoomTemperature = 293.15;   // kelvin
-constexpr double DefaultCellPressure = -1e5; // pascal, compression negative
+constexpr double RoomTemperature = 293.15; // kelvin
 
 std::string TotalStressName(TQBLoadDirection d) {
     return std::string("Sig") + LoadDirectionSuffix(d) + "TotInit";
@@ -26,9 +25,6 @@ bool IsNormal(TQBLoadDirection d) {
     return d <= ldZZ;
 }
 
-template <typename T> T& OwnerAs(const TKovIntrinsicProperty& property) {
-    return *static_cast<T*>(property.Owner());
-}
 } // namespace
 
 // ---------------------------------------------------------------------------------------------
@@ -37,41 +33,39 @@ template <typename T> T& OwnerAs(const TKovIntrinsicProperty& property) {
 TW_KOV_ABSTRACT_CLASS_IMPL(TQBTestBase, TKovObservableObject, &TQBTestBase::DeclareProperties)
 
 void TQBTestBase::DeclareProperties(TKovIntrinsicPropertyDeclarationList& list) {
-    list.AddText("Caption", ipkReadOnly);
-    list.AddDouble("Error", ipkReadOnly);
-    list.AddDouble("Relax", ipkReadOnly);
-    list.AddInteger("Iteration", ipkReadOnly);
-    list.AddBoolean("ArcLength", ipkReadOnly);
+    list.AddText(ip::Caption.Name, ipkReadOnly);
+    list.AddDouble(ip::Error.Name, ipkReadOnly);
+    list.AddDouble(ip::Relax.Name, ipkReadOnly);
+    list.AddInteger(ip::Iteration.Name, ipkReadOnly);
+    list.AddBoolean(ip::ArcLength.Name, ipkReadOnly);
     for (TQBLoadDirection d : AllLoadDirections)
         list.AddDoubleWithUnit(TotalStressName(d), qtPressure, ipkReadOnly | ipkNotPublished);
     // The effective initial stresses of each family are inserted here, before "Behaviour".
-    list.AddTypedEnumeration<TQBBehavior>("Behaviour", BehaviorStrings(),
+    list.AddTypedEnumeration<TQBBehavior>(ip::Behaviour.Name, BehaviorStrings(),
                                           ipkReadOnly | ipkNotPublished, "", BehaviorCaptions());
-    list.AddTypedEnumeration<TTestControlType>("TestControlType", TestControlTypeStrings(),
+    list.AddTypedEnumeration<TTestControlType>(ip::TestControlType.Name, TestControlTypeStrings(),
                                                ipkReadOnly | ipkNotPublished, "Test control",
                                                TestControlTypeCaptions());
-    list.AddBoolean("ApplyMobilisedShearStrength", ipkReadOnly | ipkNotPublished,
+    list.AddBoolean(ip::ApplyMobilisedShearStrength.Name, ipkReadOnly | ipkNotPublished,
                     "Apply mob. rel. shear strength");
-    list.AddDouble("MobilisedShearStrength", ipkReadOnly | ipkNotPublished,
+    list.AddDouble(ip::MobilisedShearStrength.Name, ipkReadOnly | ipkNotPublished,
                    "Mob. rel. shear strength", 0.0, 1.0);
-    list.AddDoubleWithUnit("PreconsolidationPressure", qtPressure, ipkReadOnly | ipkNotPublished,
-                           "|Vertical precons. stress|");
-    list.AddBoolean("SuctionCondition", ipkReadOnly | ipkNotPublished, "Suction");
-    list.AddBoolean("ThermalCondition", ipkReadOnly | ipkNotPublished, "Thermal");
-    list.AddDoubleWithUnit("TempInit", qtTemperature, ipkReadOnly | ipkNotPublished,
+    list.AddDoubleWithUnit(ip::PreconsolidationPressure.Name, qtPressure,
+                           ipkReadOnly | ipkNotPublished, "|Vertical precons. stress|");
+    list.AddBoolean(ip::SuctionCondition.Name, ipkReadOnly | ipkNotPublished, "Suction");
+    list.AddBoolean(ip::ThermalCondition.Name, ipkReadOnly | ipkNotPublished, "Thermal");
+    list.AddDoubleWithUnit(ip::TempInit.Name, qtTemperature, ipkReadOnly | ipkNotPublished,
                            "Initial temperature T");
-    list.AddDoubleWithUnit("SuctionInit", qtPressure, ipkReadOnly | ipkNotPublished,
+    list.AddDoubleWithUnit(ip::SuctionInit.Name, qtPressure, ipkReadOnly | ipkNotPublished,
                            "Initial suction s");
-    list.AddBoolean("Selected", ipkReadOnly | ipkNotPublished);
-    list.AddBoolean("Visible", ipkReadOnly | ipkNotPublished);
-    list.AddObject("Phases", TQBPhaseList::StaticClass());
-    list.AddObject("CyclicPhases", TQBCyclicPhasesList::StaticClass(), ipkNotPublished,
+    list.AddBoolean(ip::Selected.Name, ipkReadOnly | ipkNotPublished);
+    list.AddBoolean(ip::Visible.Name, ipkReadOnly | ipkNotPublished);
+    list.AddObject(ip::Phases.Name, TQBPhaseList::StaticClass());
+    list.AddObject(ip::CyclicPhases.Name, TQBCyclicPhasesList::StaticClass(), ipkNotPublished,
                    "Cyclic phases");
-    list.AddObject("Results", TQBResults::StaticClass());
-    list.AddDerivedDouble(
-        "SeInit",
-        {[](const TKovIntrinsicProperty& p) { return OwnerAs<TQBTestBase>(p).SeInit(); }, nullptr},
-        ipkReadOnly | ipkNotPublished, "Initial effective saturation S_e#");
+    list.AddObject(ip::Results.Name, TQBResults::StaticClass());
+    list.AddDerivedDouble(ip::SeInit.Name, ByOwner(&TQBTestBase::SeInit),
+                          ipkReadOnly | ipkNotPublished, "Initial effective saturation S_e#");
 }
 
 void TQBTestBase::AddDerivedAdvancedEffectiveStressDeclarations(
@@ -82,10 +76,10 @@ void TQBTestBase::AddDerivedAdvancedEffectiveStressDeclarations(
         single.AddDerivedDoubleWithUnit(
             EffectiveStressName(d), qtPressure,
             {[d](const TKovIntrinsicProperty& p) {
-                 return OwnerAs<TQBTestBase>(p).GetInitialEffectiveStress(d);
+                 return OwnerOf<TQBTestBase>(p).GetInitialEffectiveStress(d);
              },
              [d](TKovIntrinsicProperty& p, const double& v) {
-                 OwnerAs<TQBTestBase>(p).SetInitialEffectiveStress(d, v);
+                 OwnerOf<TQBTestBase>(p).SetInitialEffectiveStress(d, v);
              }},
             config);
         list.Insert(at++, single.Extract(EffectiveStressName(d)));
@@ -99,11 +93,11 @@ void TQBTestBase::AddDerivedBasicEffectiveStressDeclarations(
         TKovIntrinsicPropertyDeclarationList single;
         single.AddDerivedDoubleWithUnit(EffectiveStressName(d), qtPressure,
                                         {[d](const TKovIntrinsicProperty& p) {
-                                             return OwnerAs<TQBTestBase>(p).GetInitialTotalStress(
+                                             return OwnerOf<TQBTestBase>(p).GetInitialTotalStress(
                                                  d);
                                          },
                                          [d](TKovIntrinsicProperty& p, const double& v) {
-                                             OwnerAs<TQBTestBase>(p).SetInitialTotalStress(d, v);
+                                             OwnerOf<TQBTestBase>(p).SetInitialTotalStress(d, v);
                                          }},
                                         config);
         list.Insert(at++, single.Extract(EffectiveStressName(d)));
@@ -142,11 +136,11 @@ void TQBTestBase::SetUpOwnedObjects() {
 
 void TQBTestBase::Initialize() {
     AddDefaultChartSettings();
-    Property<TIPKovObject>("Phases").SetValue(FPhases.get());
-    Property<TIPKovObject>("CyclicPhases").SetValue(FCyclicPhases.get());
-    Property<TIPKovObject>("Results").SetValue(FResults.get());
-    Property<TIPText>("Caption").SetValue(GetObjectTypeName());
-    Property<TIPBoolean>("Visible").SetValue(true);
+    Property(ip::Phases).SetValue(FPhases.get());
+    Property(ip::CyclicPhases).SetValue(FCyclicPhases.get());
+    Property(ip::Results).SetValue(FResults.get());
+    Property(ip::Caption).SetValue(GetObjectTypeName());
+    Property(ip::Visible).SetValue(true);
     ResetToDefault(true);
 }
 
@@ -162,32 +156,27 @@ void TQBTestBase::ResetChartSettings() {
 }
 
 void TQBTestBase::ResetToDefault(bool clearResults) {
-    BeginUpdate();
-    try {
-        SetDefaultValues(clearResults);
-    } catch (...) {
-        EndUpdate();
-        throw;
-    }
-    EndUpdate();
+    TUpdateBracket update(*this);
+    SetDefaultValues(clearResults);
+    update.Close();
 }
 
 void TQBTestBase::SetDefaultValues(bool clearResults) {
-    Property<TIPEnumeration>("Behaviour").SetIntValue(qbbhDrained);
-    Property<TIPDouble>("Relax").SetValue(1.0);
-    Property<TIPDouble>("Error").SetValue(0.01);
-    Property<TIPInteger>("Iteration").SetValue(50);
-    Property<TIPBoolean>("ArcLength").SetValue(false);
-    Property<TIPDouble>("PreconsolidationPressure").SetValue(0.0);
-    Property<TIPDouble>("MobilisedShearStrength").SetValue(0.0);
-    Property<TIPBoolean>("ApplyMobilisedShearStrength").SetValue(false);
-    GetIntrinsicPropertyByName("MobilisedShearStrength")->SetReadOnly(true);
-    Property<TIPBoolean>("SuctionCondition").SetValue(false);
-    Property<TIPBoolean>("ThermalCondition").SetValue(false);
-    Property<TIPEnumeration>("TestControlType").SetIntValue(tctStrain);
+    Property(ip::Behaviour).SetIntValue(qbbhDrained);
+    Property(ip::Relax).SetValue(1.0);
+    Property(ip::Error).SetValue(0.01);
+    Property(ip::Iteration).SetValue(50);
+    Property(ip::ArcLength).SetValue(false);
+    Property(ip::PreconsolidationPressure).SetValue(0.0);
+    Property(ip::MobilisedShearStrength).SetValue(0.0);
+    Property(ip::ApplyMobilisedShearStrength).SetValue(false);
+    GetIntrinsicPropertyByName(ip::MobilisedShearStrength)->SetReadOnly(true);
+    Property(ip::SuctionCondition).SetValue(false);
+    Property(ip::ThermalCondition).SetValue(false);
+    Property(ip::TestControlType).SetIntValue(tctStrain);
     for (TQBLoadDirection d : AllLoadDirections)
         SetInitialTotalStress(d, 0.0);
-    Property<TIPDouble>("TempInit").SetValue(RoomTemperature);
+    Property(ip::TempInit).SetValue(RoomTemperature);
     FPhases->Clear();
     FCyclicPhases->Clear();
     if (clearResults)
@@ -226,40 +215,40 @@ std::string TQBTestBase::MaterialIdentification() const {
 }
 
 double TQBTestBase::Error() const {
-    return Property<TIPDouble>("Error").Value();
+    return Property(ip::Error).Value();
 }
 double TQBTestBase::Relax() const {
-    return Property<TIPDouble>("Relax").Value();
+    return Property(ip::Relax).Value();
 }
 int TQBTestBase::MaxIter() const {
-    return Property<TIPInteger>("Iteration").Value();
+    return Property(ip::Iteration).Value();
 }
 bool TQBTestBase::ArcLength() const {
-    return Property<TIPBoolean>("ArcLength").Value();
+    return Property(ip::ArcLength).Value();
 }
 TQBBehavior TQBTestBase::Behavior() const {
-    return static_cast<TQBBehavior>(Property<TIPEnumeration>("Behaviour").IntValue());
+    return static_cast<TQBBehavior>(Property(ip::Behaviour).IntValue());
 }
 TTestControlType TQBTestBase::TestControlType() const {
-    return static_cast<TTestControlType>(Property<TIPEnumeration>("TestControlType").IntValue());
+    return static_cast<TTestControlType>(Property(ip::TestControlType).IntValue());
 }
 bool TQBTestBase::ApplyMobShearStrength() const {
-    return Property<TIPBoolean>("ApplyMobilisedShearStrength").Value();
+    return Property(ip::ApplyMobilisedShearStrength).Value();
 }
 double TQBTestBase::MobilisedShearStrength() const {
-    return Property<TIPDouble>("MobilisedShearStrength").Value();
+    return Property(ip::MobilisedShearStrength).Value();
 }
 double TQBTestBase::PreconsolidationPressure() const {
-    return Property<TIPDouble>("PreconsolidationPressure").Value();
+    return Property(ip::PreconsolidationPressure).Value();
 }
 std::string TQBTestBase::Caption() const {
-    return Property<TIPText>("Caption").Value();
+    return Property(ip::Caption).Value();
 }
 bool TQBTestBase::Selected() const {
-    return Property<TIPBoolean>("Selected").Value();
+    return Property(ip::Selected).Value();
 }
 bool TQBTestBase::Visible() const {
-    return Property<TIPBoolean>("Visible").Value();
+    return Property(ip::Visible).Value();
 }
 
 namespace {
@@ -310,20 +299,20 @@ bool TQBTestBase::CanHaveThermalEnabled() const {
 }
 
 bool TQBTestBase::IsSuctionEnabled() const {
-    return Property<TIPBoolean>("SuctionCondition").Value();
+    return Property(ip::SuctionCondition).Value();
 }
 bool TQBTestBase::IsThermalEnabled() const {
-    return Property<TIPBoolean>("ThermalCondition").Value();
+    return Property(ip::ThermalCondition).Value();
 }
 bool TQBTestBase::IsSuctionIncrementEnabled() const {
     return IsSuctionEnabled() && Behavior() == qbbhDrained;
 }
 
 double TQBTestBase::InitialTemperature() const {
-    return Property<TIPDouble>("TempInit").Value();
+    return Property(ip::TempInit).Value();
 }
 double TQBTestBase::InitialSuction() const {
-    return Property<TIPDouble>("SuctionInit").Value();
+    return Property(ip::SuctionInit).Value();
 }
 
 double TQBTestBase::SeInit() const {
@@ -341,7 +330,7 @@ double TQBTestBase::SeInit() const {
     const double s = InitialSuction();
     // Pressure head in metres; a fluid without weight gives no head.
     const double weight = rho * gravity;
-    const double psi = std::fabs(weight) < Tolerance ? 0.0 : -s / weight;
+    const double psi = std::fabs(weight) < QBTolerance ? 0.0 : -s / weight;
     double saturation;
     if (psi >= 0.0) {
         saturation = 1.0;
@@ -352,7 +341,7 @@ double TQBTestBase::SeInit() const {
         saturation = sRes + (sSat - sRes) * std::pow(1.0 + std::pow(ga * h, gn), (1.0 - gn) / gn);
     }
     const double divisor = sSat - sRes;
-    return divisor < Tolerance ? 0.0 : (saturation - sRes) / divisor;
+    return divisor < QBTolerance ? 0.0 : (saturation - sRes) / divisor;
 }
 
 double TQBTestBase::GetInitialTotalStress(TQBLoadDirection direction) const {
@@ -438,46 +427,39 @@ TQBTestBase::GetCyclicPhasesForStartPhase(const TQBPhase* phase) const {
 namespace {
 // One user operation on the phases: one undo step of the test around one update bracket. The
 // step closes after the bracket, and is rolled back when the operation fails.
-class TPhaseOperation {
-public:
-    TPhaseOperation(TQBTestBase& test, const std::string& caption)
-        : FSnapshot(test, caption), FTest(test) {
-        FTest.BeginUpdate();
-    }
-    ~TPhaseOperation() { FTest.EndUpdate(); }
-    TPhaseOperation(const TPhaseOperation&) = delete;
-    TPhaseOperation& operator=(const TPhaseOperation&) = delete;
-
-private:
-    TUndoSnapshot FSnapshot;
-    TQBTestBase& FTest;
-};
+template <typename Action>
+void PhaseOperation(TQBTestBase& test, const std::string& caption, Action&& action) {
+    TUndoSnapshot snapshot(test, caption);
+    TUpdateBracket update(test);
+    action();
+    update.Close();
+    snapshot.Close();
+}
 } // namespace
 
 void TQBTestBase::AddNewPhase() {
-    TPhaseOperation operation(*this, "Inserting phase");
-    InsertPhase(FPhases->Count());
+    PhaseOperation(*this, "Inserting phase", [&] { InsertPhase(FPhases->Count()); });
 }
 
 void TQBTestBase::InsertPhase(int index) {
     if (index < 0 || index > FPhases->Count())
         throw EKovListException(Format("List index out of bounds (%d)", index));
-    TPhaseOperation operation(*this, "Inserting phase");
-    std::unique_ptr<TQBPhase> phase;
-    if (index < 1) {
-        phase = Make<TQBPhase>(ObjectManager());
-        phase->SetParent(this);
-    } else {
-        phase = (*FPhases)[index - 1].Clone();
-    }
-    FPhases->Insert(index, phase.get());
-    phase.release();
+    PhaseOperation(*this, "Inserting phase", [&] {
+        std::unique_ptr<TQBPhase> phase;
+        if (index < 1) {
+            phase = Make<TQBPhase>(ObjectManager());
+            phase->SetParent(this);
+        } else {
+            phase = (*FPhases)[index - 1].Clone();
+        }
+        FPhases->Insert(index, phase.get());
+        phase.release();
+    });
 }
 
 void TQBTestBase::DeletePhase(int index) {
     FPhases->GetItem(index); // raises for an index outside the list
-    TPhaseOperation operation(*this, "Deleting phase");
-    FPhases->DeletePhase(index);
+    PhaseOperation(*this, "Deleting phase", [&] { FPhases->DeletePhase(index); });
 }
 
 void TQBTestBase::MarkPhasesCyclic(int first, int last, int cycles) {
@@ -501,68 +483,65 @@ void TQBTestBase::MarkPhasesCyclic(int first, int last, int cycles) {
                        "\"%s\", with first phase index %d and last phase index %d",
                        other.Name(), otherFirst, otherLast));
     }
-    TPhaseOperation operation(*this, "Mark phases as cyclic");
-    TQBCyclicPhases& definition =
-        FCyclicPhases->AddCyclicPhasesObject(&(*FPhases)[first], &(*FPhases)[last], cycles);
-    definition.SetParent(this);
+    PhaseOperation(*this, "Mark phases as cyclic", [&] {
+        TQBCyclicPhases& definition =
+            FCyclicPhases->AddCyclicPhasesObject(&(*FPhases)[first], &(*FPhases)[last], cycles);
+        definition.SetParent(this);
+    });
 }
 
 void TQBTestBase::DeleteCyclicPhasesDefinition(int index) {
     FCyclicPhases->GetItem(index); // raises for an index outside the list
-    TPhaseOperation operation(*this, "Remove cyclic phases definition");
-    FCyclicPhases->Delete(index);
+    PhaseOperation(*this, "Remove cyclic phases definition", [&] { FCyclicPhases->Delete(index); });
 }
 
 void TQBTestBase::RebuildCyclicTestPhases(int cycles, int stepsPerQuarter, double durationPerCycle,
                                           double stressAmplitude, double strainAmplitude,
                                           TQBLoadDirection direction,
                                           const TQBBoundaryConditions& conditions) {
-    TPhaseOperation operation(*this, "Changing phases");
-    for (int i = FPhases->Count() - 1; i >= 1; --i)
-        FPhases->DeletePhase(i);
-    if (cycles <= 0)
-        return;
-    auto add = [&](int steps, double duration, double factor) {
-        TQBLoadDirectionDoubleArray strains{};
-        TQBLoadDirectionDoubleArray stresses{};
-        strains[direction] = factor * strainAmplitude;
-        stresses[direction] = factor * stressAmplitude;
-        FPhases->AddWithSettings(this, steps, duration, strains, stresses, conditions);
-    };
-    auto quarter = [&](double factor) { add(stepsPerQuarter, durationPerCycle / 4, factor); };
-    auto half = [&](double factor) { add(2 * stepsPerQuarter, durationPerCycle / 2, factor); };
-    quarter(1.0);
-    for (int i = 0; i < cycles; ++i) {
-        half(-2.0);
-        if (i < cycles - 1)
-            half(2.0);
-    }
-    quarter(1.0);
+    PhaseOperation(*this, "Changing phases", [&] {
+        for (int i = FPhases->Count() - 1; i >= 1; --i)
+            FPhases->DeletePhase(i);
+        if (cycles <= 0)
+            return;
+        auto add = [&](int steps, double duration, double factor) {
+            TQBLoadDirectionDoubleArray strains{};
+            TQBLoadDirectionDoubleArray stresses{};
+            strains[direction] = factor * strainAmplitude;
+            stresses[direction] = factor * stressAmplitude;
+            FPhases->AddWithSettings(this, steps, duration, strains, stresses, conditions);
+        };
+        auto quarter = [&](double factor) { add(stepsPerQuarter, durationPerCycle / 4, factor); };
+        auto half = [&](double factor) { add(2 * stepsPerQuarter, durationPerCycle / 2, factor); };
+        quarter(1.0);
+        for (int i = 0; i < cycles; ++i) {
+            half(-2.0);
+            if (i < cycles - 1)
+                half(2.0);
+        }
+        quarter(1.0);
+    });
 }
 
 void TQBTestBase::UpdateMaterialDependentProperties() {
-    BeginUpdate();
-    try {
-        UpdatePropertyAvailability();
-    } catch (...) {
-        EndUpdate();
-        throw;
-    }
-    EndUpdate();
+    TUpdateBracket update(*this);
+    UpdatePropertyAvailability();
+    update.Close();
     NotifyObservers();
 }
 
 void TQBTestBase::UpdatePropertyAvailability() {
-    GetIntrinsicPropertyByName("PreconsolidationPressure")
+    GetIntrinsicPropertyByName(ip::PreconsolidationPressure)
         ->SetPublishedAndEditable(IsPreconsolidationEnabled());
-    GetIntrinsicPropertyByName("ApplyMobilisedShearStrength")
+    GetIntrinsicPropertyByName(ip::ApplyMobilisedShearStrength)
         ->SetPublishedAndEditable(IsMobShearStrengthEnabled());
-    GetIntrinsicPropertyByName("MobilisedShearStrength")->SetPublished(IsMobShearStrengthEnabled());
+    GetIntrinsicPropertyByName(ip::MobilisedShearStrength)
+        ->SetPublished(IsMobShearStrengthEnabled());
 }
 
 void TQBTestBase::UpdateDurationAvailability() {
     const bool timeEnabled = IsTimeEnabled();
-    if (TKovIntrinsicProperty* duration = GetIntrinsicPropertyByName("Duration"))
+    if (TKovIntrinsicProperty* duration = GetIntrinsicPropertyByName(ip::Duration))
         duration->SetPublishedAndEditable(timeEnabled);
     // A model without time dependence runs with duration 0; a user's value is not kept.
     if (TQBPhase* first = FirstPhase())
@@ -575,7 +554,7 @@ void TQBTestBase::UpdateAllowedBehaviors() {
         return;
     const ITestMaterial* material = Material();
     const bool nonPorous = material && material->DrainageType() == mxsdtNonPorous;
-    auto& behaviour = Property<TIPEnumeration>("Behaviour");
+    auto& behaviour = Property(ip::Behaviour);
     manager->UndoBeginSnapshot("Allowed behaviours");
     try {
         if (nonPorous) {
@@ -597,7 +576,7 @@ void TQBTestBase::EnableAllBehaviors() {
     TKovObjectManager* manager = ObjectManager();
     if (manager)
         manager->UndoBeginSnapshot("Enable all behaviours");
-    Property<TIPEnumeration>("Behaviour").EnableAllValues();
+    Property(ip::Behaviour).EnableAllValues();
     if (manager)
         manager->UndoEndSnapshot();
 }
@@ -609,12 +588,10 @@ void TQBTestBase::MakePropertiesReadOnly() {
 }
 
 void TQBTestBase::DoAfterLoadFromStorage() {
-    BeginUpdate();
+    TUpdateBracket update(*this);
     UpdateMaterialDependentProperties();
-    BeginUpdate();
     UpdateFromInitialStresses();
-    EndUpdate();
-    EndUpdate();
+    update.Close();
 }
 
 void TQBTestBase::UpdateAdvancedResultsVisibility() {
@@ -657,56 +634,52 @@ double TQBTestBase::GetSig3MaxInPresentationUnit(const IQuantityPresenter* units
 }
 
 void TQBTestBase::PropertyChanged(TKovIntrinsicProperty& property) {
-    const std::string& name = property.CleanName();
-    if (name == "applymobilisedshearstrength") {
-        GetIntrinsicPropertyByName("MobilisedShearStrength")->SetReadOnly(!ApplyMobShearStrength());
+    if (ip::ApplyMobilisedShearStrength.Is(property)) {
+        GetIntrinsicPropertyByName(ip::MobilisedShearStrength)
+            ->SetReadOnly(!ApplyMobShearStrength());
         NotifyObservers();
-    } else if (name == "suctioncondition") {
+    } else if (ip::SuctionCondition.Is(property)) {
         FSuctionConditionObservable.NotifyObservers(this);
         if (!HasResults())
             UpdateAdvancedResultsVisibility();
-    } else if (name == "thermalcondition") {
+    } else if (ip::ThermalCondition.Is(property)) {
         FThermalConditionObservable.NotifyObservers(this);
         if (!HasResults())
             UpdateAdvancedResultsVisibility();
-    } else if (name == "behaviour") {
+    } else if (ip::Behaviour.Is(property)) {
         FBehaviorObservable.NotifyObservers(this);
     }
     // The second reaction, on every test.
-    if (name == "thermalcondition") {
-        GetIntrinsicPropertyByName("TempInit")->SetPublishedAndEditable(IsThermalEnabled());
-    } else if (name == "suctioncondition") {
-        GetIntrinsicPropertyByName("SuctionInit")->SetPublishedAndEditable(IsSuctionEnabled());
-        GetIntrinsicPropertyByName("SeInit")->SetPublished(IsSuctionEnabled());
+    if (ip::ThermalCondition.Is(property)) {
+        GetIntrinsicPropertyByName(ip::TempInit)->SetPublishedAndEditable(IsThermalEnabled());
+    } else if (ip::SuctionCondition.Is(property)) {
+        GetIntrinsicPropertyByName(ip::SuctionInit)->SetPublishedAndEditable(IsSuctionEnabled());
+        GetIntrinsicPropertyByName(ip::SeInit)->SetPublished(IsSuctionEnabled());
     }
 }
 
 void TQBTestBase::CopyFrom(const TQBTestBase& source) {
     TUndoSnapshot snapshot(*this, "Copy test");
-    BeginUpdate();
-    try {
-        CopyIntrinsicPropertiesFrom(source, cipoIncludeReadonly);
-        // The references to the owned lists stay ours.
-        Property<TIPKovObject>("Phases").SetValue(FPhases.get());
-        Property<TIPKovObject>("CyclicPhases").SetValue(FCyclicPhases.get());
-        Property<TIPKovObject>("Results").SetValue(FResults.get());
-        if (source.FOwnedMaterial) {
-            const ITestMaterial* material = source.FOwnedMaterial.get();
-            FOnGetMaterial = [material] { return const_cast<ITestMaterial*>(material); };
-        } else {
-            FOnGetMaterial = source.FOnGetMaterial;
-        }
-        FPhases->CopyFrom(*source.FPhases);
-        for (int i = 0; i < FPhases->Count(); ++i)
-            (*FPhases)[i].SetParent(this);
-        FCyclicPhases->CopyFrom(*source.FCyclicPhases, *source.FPhases, *FPhases);
-        FChartSettings->CopyFrom(*source.FChartSettings);
-        FLoadedChartSettings->CopyFrom(*source.FLoadedChartSettings);
-    } catch (...) {
-        EndUpdate();
-        throw;
+    TUpdateBracket update(*this);
+    CopyIntrinsicPropertiesFrom(source, cipoIncludeReadonly);
+    // The references to the owned lists stay ours.
+    Property(ip::Phases).SetValue(FPhases.get());
+    Property(ip::CyclicPhases).SetValue(FCyclicPhases.get());
+    Property(ip::Results).SetValue(FResults.get());
+    if (source.FOwnedMaterial) {
+        const ITestMaterial* material = source.FOwnedMaterial.get();
+        FOnGetMaterial = [material] { return const_cast<ITestMaterial*>(material); };
+    } else {
+        FOnGetMaterial = source.FOnGetMaterial;
     }
-    EndUpdate();
+    FPhases->CopyFrom(*source.FPhases);
+    for (int i = 0; i < FPhases->Count(); ++i)
+        (*FPhases)[i].SetParent(this);
+    FCyclicPhases->CopyFrom(*source.FCyclicPhases, *source.FPhases, *FPhases);
+    FChartSettings->CopyFrom(*source.FChartSettings);
+    FLoadedChartSettings->CopyFrom(*source.FLoadedChartSettings);
+    update.Close();
+    snapshot.Close();
 }
 
 std::unique_ptr<TQBTestBase> TQBTestBase::Clone() const {
@@ -740,24 +713,24 @@ TW_KOV_ABSTRACT_CLASS_IMPL(TQBTestWithConsolidation, TQBTestBase,
                            &TQBTestWithConsolidation::DeclareProperties)
 
 void TQBTestWithConsolidation::DeclareProperties(TKovIntrinsicPropertyDeclarationList& list) {
-    list.AddTypedEnumeration<TQBConsolidation>("Consolidation", ConsolidationStrings(), 0, "",
-                                               ConsolidationCaptions());
-    list.AddDouble("K0", 0, "", 1e-10, DBL_MAX);
+    list.AddTypedEnumeration<TQBConsolidation>(ip::Consolidation.Name, ConsolidationStrings(), 0,
+                                               "", ConsolidationCaptions());
+    list.AddDouble(ip::K0.Name, 0, "", 1e-10, DBL_MAX);
 }
 
 TQBConsolidation TQBTestWithConsolidation::Consolidation() const {
-    return static_cast<TQBConsolidation>(Property<TIPEnumeration>("Consolidation").IntValue());
+    return static_cast<TQBConsolidation>(Property(ip::Consolidation).IntValue());
 }
 
 double TQBTestWithConsolidation::K0() const {
-    return Property<TIPDouble>("K0").Value();
+    return Property(ip::K0).Value();
 }
 
 void TQBTestWithConsolidation::SetDefaultValues(bool clearResults) {
     TQBTestBase::SetDefaultValues(clearResults);
-    Property<TIPEnumeration>("Consolidation").SetIntValue(qbcIsotropic);
-    Property<TIPDouble>("K0").SetValue(1.0);
-    GetIntrinsicPropertyByName("K0")->SetReadOnly(true);
+    Property(ip::Consolidation).SetIntValue(qbcIsotropic);
+    Property(ip::K0).SetValue(1.0);
+    GetIntrinsicPropertyByName(ip::K0)->SetReadOnly(true);
 }
 
 void TQBTestWithConsolidation::UpdateStressesFromK0() {
@@ -768,207 +741,25 @@ void TQBTestWithConsolidation::UpdateStressesFromK0() {
 
 void TQBTestWithConsolidation::PropertyChanged(TKovIntrinsicProperty& property) {
     TQBTestBase::PropertyChanged(property);
-    const std::string& name = property.CleanName();
-    if (name == "consolidation") {
-        auto& k0 = Property<TIPDouble>("K0");
+    if (ip::Consolidation.Is(property)) {
+        auto& k0 = Property(ip::K0);
         if (Consolidation() == qbcK0) {
             k0.SetReadOnly(false);
         } else {
-            k0.BeginUpdate();
+            TUpdateBracket update(k0);
             k0.SetValue(1.0);
             k0.SetReadOnly(true);
-            k0.EndUpdate();
+            update.Close();
         }
-    } else if (name == "k0") {
+    } else if (ip::K0.Is(property)) {
         UpdateStressesFromK0();
     }
 }
 
 void TQBTestWithConsolidation::UpdateFromInitialStresses() {
     const double vertical = GetInitialEffectiveStress(ldYY);
-    Property<TIPDouble>("K0").SetValue(
-        std::fabs(vertical) < Tolerance ? 1.0 : GetInitialEffectiveStress(ldXX) / vertical);
-}
-
-// ---------------------------------------------------------------------------------------------
-// TQBTestTriaxialBase
-
-TW_KOV_ABSTRACT_CLASS_IMPL(TQBTestTriaxialBase, TQBTestWithConsolidation,
-                           &TQBTestTriaxialBase::DeclareProperties)
-
-void TQBTestTriaxialBase::DeclareProperties(TKovIntrinsicPropertyDeclarationList& list) {
-    AddDerivedAdvancedEffectiveStressDeclarations(list, ipkReadOnly | ipkNotPublished);
-    list.AddDerivedDoubleWithUnit("CellPressure", qtPressure,
-                                  {[](const TKovIntrinsicProperty& p) {
-                                       return OwnerAs<TQBTestTriaxialBase>(p).CellPressure();
-                                   },
-                                   [](TKovIntrinsicProperty& p, const double& v) {
-                                       OwnerAs<TQBTestTriaxialBase>(p).SetCellPressure(v);
-                                   }},
-                                  0, "Initial effective cell pressure |@s#'_xx#|");
-    list.AddDerivedDoubleWithUnit("TotalCellPressure", qtPressure,
-                                  {[](const TKovIntrinsicProperty& p) {
-                                       return OwnerAs<TQBTestTriaxialBase>(p).TotalCellPressure();
-                                   },
-                                   [](TKovIntrinsicProperty& p, const double& v) {
-                                       OwnerAs<TQBTestTriaxialBase>(p).SetTotalCellPressure(v);
-                                   }},
-                                  ipkReadOnly | ipkNotPublished,
-                                  "Initial total cell pressure |@s#_xx#|");
-    list.AddDerivedDoubleWithUnit(
-        "Duration", qtTime,
-        {[](const TKovIntrinsicProperty& p) { return OwnerAs<TQBTestTriaxialBase>(p).Duration(); },
-         [](TKovIntrinsicProperty& p, const double& v) {
-             OwnerAs<TQBTestTriaxialBase>(p).SetDuration(v);
-         }},
-        0, "Duration", 0.0, DBL_MAX);
-}
-
-double TQBTestTriaxialBase::CellPressure() const {
-    return std::fabs(GetInitialEffectiveStress(ldXX));
-}
-
-void TQBTestTriaxialBase::SetCellPressure(double value) {
-    SetInitialEffectiveStress(ldXX, -value);
-    SetInitialEffectiveStress(ldZZ, -value);
-    UpdateStressesFromK0();
-}
-
-double TQBTestTriaxialBase::TotalCellPressure() const {
-    return std::fabs(GetInitialTotalStress(ldXX));
-}
-
-void TQBTestTriaxialBase::SetTotalCellPressure(double value) {
-    Property<TIPDouble>("CellPressure").SetValue(std::fabs(-value - SeInit() * InitialSuction()));
-}
-
-double TQBTestTriaxialBase::Duration() const {
-    const TQBPhase* first = FirstPhase();
-    return first ? first->Duration() : 0.0;
-}
-
-void TQBTestTriaxialBase::SetDuration(double seconds) {
-    if (TQBPhase* first = FirstPhase())
-        first->SetDuration(seconds);
-}
-
-void TQBTestTriaxialBase::UpdateStressesFromK0() {
-    const double k0 = K0();
-    const double horizontal = GetInitialEffectiveStress(ldXX);
-    SetInitialEffectiveStress(ldYY, std::fabs(k0) < Tolerance ? horizontal : horizontal / k0);
-}
-
-void TQBTestTriaxialBase::Initialize() {
-    TQBTestWithConsolidation::Initialize();
-    GetIntrinsicPropertyByName("Behaviour")->SetPublishedAndEditable(true);
-}
-
-void TQBTestTriaxialBase::SetDefaultValues(bool clearResults) {
-    TQBTestWithConsolidation::SetDefaultValues(clearResults);
-    SetInitialEffectiveStress(ldXX, DefaultCellPressure);
-    SetInitialEffectiveStress(ldZZ, DefaultCellPressure);
-    UpdateStressesFromK0();
-    TQBLoadDirectionDoubleArray strains{};
-    strains[ldYY] = -10.0;
-    TQBBoundaryConditions conditions{};
-    conditions.fill(bcFixedStrain);
-    conditions[ldXX] = conditions[ldZZ] = conditions[ldXY] = bcFixedStress;
-    Phases().AddWithSettings(this, 100, OneDay, strains, TQBLoadDirectionDoubleArray{}, conditions);
-}
-
-void TQBTestTriaxialBase::UpdatePropertyAvailability() {
-    TQBTestWithConsolidation::UpdatePropertyAvailability();
-    UpdateDurationAvailability();
-}
-
-void TQBTestTriaxialBase::PropertyChanged(TKovIntrinsicProperty& property) {
-    TQBTestWithConsolidation::PropertyChanged(property);
-    if (property.CleanName() == "suctioncondition") {
-        const bool suction = IsSuctionEnabled();
-        GetIntrinsicPropertyByName("TotalCellPressure")->SetPublishedAndEditable(suction);
-        GetIntrinsicPropertyByName("CellPressure")->SetReadOnly(suction);
-    }
-}
-
-// ---------------------------------------------------------------------------------------------
-// TQBTestTriaxial
-
-TW_KOV_CLASS_IMPL(TQBTestTriaxial, TQBTestTriaxialBase, &TQBTestTriaxial::DeclareProperties)
-
-void TQBTestTriaxial::DeclareProperties(TKovIntrinsicPropertyDeclarationList& list) {
-    list.AddTypedEnumeration<TQBDirection>("Direction", DirectionStrings(), 0, "",
-                                           DirectionCaptions());
-    list.AddDerivedDoubleWithUnit(
-        "MaximumStrain", qtPercentage,
-        {[](const TKovIntrinsicProperty& p) { return OwnerAs<TQBTestTriaxial>(p).MaximumStrain(); },
-         [](TKovIntrinsicProperty& p, const double& v) {
-             OwnerAs<TQBTestTriaxial>(p).SetMaximumStrain(v);
-         }},
-        0, "Maximum strain |@e#_yy#|", 0.0, DBL_MAX);
-    list.AddDerivedInteger(
-        "Steps",
-        {[](const TKovIntrinsicProperty& p) { return OwnerAs<TQBTestTriaxial>(p).Steps(); },
-         [](TKovIntrinsicProperty& p, const int32_t& v) {
-             if (TQBPhase* first = OwnerAs<TQBTestTriaxial>(p).Phases().GetItems(0))
-                 first->SetSteps(v);
-         }},
-        0, "Number of steps", 0, INT_MAX);
-}
-
-TQBDirection TQBTestTriaxial::Direction() const {
-    return static_cast<TQBDirection>(Property<TIPEnumeration>("Direction").IntValue());
-}
-
-double TQBTestTriaxial::MaximumStrain() const {
-    const TQBPhase* first = FirstPhase();
-    return first ? std::fabs(first->GetStrainIncrement(ldYY)) : 0.0;
-}
-
-void TQBTestTriaxial::SetMaximumStrain(double percent) {
-    if (TQBPhase* first = FirstPhase())
-        first->SetStrainIncrement(ldYY, Direction() == qbdCompression ? -std::fabs(percent)
-                                                                      : std::fabs(percent));
-}
-
-int TQBTestTriaxial::Steps() const {
-    const TQBPhase* first = FirstPhase();
-    return first ? first->Steps() : 0;
-}
-
-void TQBTestTriaxial::AddDefaultChartSettings() {
-    TQBTestTriaxialBase::AddDefaultChartSettings();
-    for (TQBChartType type : {ctS3S1, ctPQ, ctMohr, ctEyyDS, ctEyyEv, ctE1Pw})
-        ChartSettings().AddDefault(type);
-}
-
-void TQBTestTriaxial::SetDefaultValues(bool clearResults) {
-    TQBTestTriaxialBase::SetDefaultValues(clearResults);
-    const TQBPhase* first = FirstPhase();
-    const bool compression = first && first->GetStrainIncrement(ldYY) < 0;
-    Property<TIPEnumeration>("Direction").SetIntValue(compression ? qbdCompression : qbdExtension);
-}
-
-void TQBTestTriaxial::PropertyChanged(TKovIntrinsicProperty& property) {
-    TQBTestTriaxialBase::PropertyChanged(property);
-    if (property.CleanName() == "direction") {
-        SetMaximumStrain(MaximumStrain()); // takes the sign of the new direction
-        NotifyObservers();
-    }
-}
-
-void TQBTestTriaxial::UpdateFromInitialStresses() {
-    TQBTestTriaxialBase::UpdateFromInitialStresses();
-    const TQBPhase* first = FirstPhase();
-    const bool compression = first && first->GetStrainIncrement(ldYY) < 0;
-    Property<TIPEnumeration>("Direction").SetIntValue(compression ? qbdCompression : qbdExtension);
-}
-
-std::string TQBTestTriaxial::ToString() const {
-    std::string text = TQBTestTriaxialBase::ToString();
-    text = Format("%s%sK0=%f", text, "/", K0());
-    text = Format("%s%sCellPressure=%f", text, "/", CellPressure());
-    text = Format("%s%sDirection=%d", text, "/", static_cast<int>(Direction()));
-    return Format("%s%s%s", text, "/", Phases().ToString());
+    Property(ip::K0).SetValue(
+        std::fabs(vertical) < QBTolerance ? 1.0 : GetInitialEffectiveStress(ldXX) / vertical);
 }
 
 } // namespace tw

@@ -11,7 +11,8 @@
 #include "labtest/QBPhase.h"
 #include "labtest/QBResults.h"
 #include "materials/TestMaterial.h"
-#include "objects/IntrinsicProperty.h"
+#include "objects/IntrinsicPropertyDeclarationList.h"
+#include "objects/IntrinsicPropertyDerivedKinds.h"
 
 #include <functional>
 #include <memory>
@@ -243,53 +244,6 @@ public:
     virtual void UpdateStressesFromK0();
 
 protected:
-    void SetDefaultValues(bool clearResults) override;
-    void PropertyChanged(TKovIntrinsicProperty& property) override;
-    void UpdateFromInitialStresses() override;
-};
-
-class TQBTestTriaxialBase : public TQBTestWithConsolidation {
-    TW_KOV_CLASS(TQBTestTriaxialBase, TQBTestWithConsolidation)
-public:
-    using TQBTestWithConsolidation::TQBTestWithConsolidation;
-    static void DeclareProperties(TKovIntrinsicPropertyDeclarationList& list);
-
-    // |effective xx|, in pascal.
-    double CellPressure() const;
-    // Sets the effective xx and zz stresses to -value, then the vertical one from K0.
-    void SetCellPressure(double value);
-    double TotalCellPressure() const;
-    void SetTotalCellPressure(double value);
-    double Duration() const;
-    void SetDuration(double seconds);
-    // The vertical stress follows the cell pressure: yy := xx / K0 (xx when K0 is about 0).
-    void UpdateStressesFromK0() override;
-    // Brings the charts that depend on the kind of loading in line with it; nothing here.
-    virtual void UpdateChartsSettings(bool /*isStrainControl*/) {}
-
-protected:
-    void Initialize() override;
-    void SetDefaultValues(bool clearResults) override;
-    void UpdatePropertyAvailability() override;
-    void PropertyChanged(TKovIntrinsicProperty& property) override;
-};
-
-class TQBTestTriaxial : public TQBTestTriaxialBase {
-    TW_KOV_CLASS(TQBTestTriaxial, TQBTestTriaxialBase)
-public:
-    using TQBTestTriaxialBase::TQBTestTriaxialBase;
-    static void DeclareProperties(TKovIntrinsicPropertyDeclarationList& list);
-    TQBTestType TestType() const override { return ttTriaxial; }
-
-    TQBDirection Direction() const;
-    // |strain increment yy| of the first phase, in percent.
-    double MaximumStrain() const;
-    void SetMaximumStrain(double percent);
-    int Steps() const;
-    std::string ToString() const override;
-
-protected:
-    void AddDefaultChartSettings() override;
     void SetDefaultValues(bool clearResults) override;
     void PropertyChanged(TKovIntrinsicProperty& property) override;
     void UpdateFromInitialStresses() override;

@@ -1,12 +1,11 @@
 #include "labtest/QBTestGeneral.h"
+#include "labtest/QBPropertyNames.h"
 
 #include "labtest/QBTestHelper.h"
 
 namespace tw {
 
 namespace {
-constexpr double OneDay = 86400.0; // seconds
-constexpr int DefaultSteps = 100;
 
 std::string EffectiveStressName(TQBLoadDirection d) {
     return std::string("Sig") + LoadDirectionSuffix(d) + "init";
@@ -54,7 +53,7 @@ TIPEnumeration& TQBTestGeneral::GetBoundaryConditionTypeIP(TQBLoadDirection dire
 
 void TQBTestGeneral::Initialize() {
     TQBTestBase::Initialize();
-    GetIntrinsicPropertyByName("Behaviour")->SetPublishedAndEditable(true);
+    GetIntrinsicPropertyByName(ip::Behaviour)->SetPublishedAndEditable(true);
     for (TQBLoadDirection d : AllLoadDirections) {
         TKovIntrinsicProperty& stress = *GetIntrinsicPropertyByName(EffectiveStressName(d));
         stress.SetPublished(true);
@@ -73,7 +72,7 @@ void TQBTestGeneral::SetDefaultValues(bool clearResults) {
     TQBTestBase::SetDefaultValues(clearResults);
     TQBBoundaryConditions conditions;
     conditions.fill(bcFixedStrain);
-    Phases().AddWithSettings(this, DefaultSteps, OneDay, TQBLoadDirectionDoubleArray{},
+    Phases().AddWithSettings(this, DefaultPhaseSteps, OneDay, TQBLoadDirectionDoubleArray{},
                              TQBLoadDirectionDoubleArray{}, conditions);
     for (TQBLoadDirection d : AllLoadDirections)
         SetBoundaryConditionType(d, bcFixedStrain);
@@ -103,8 +102,8 @@ void TQBTestGeneral::UpdatePhaseIncrementVisibility() {
 
 void TQBTestGeneral::PropertyChanged(TKovIntrinsicProperty& property) {
     TQBTestBase::PropertyChanged(property);
-    const std::string& name = property.CleanName();
-    if (name == "suctioncondition" || name == "thermalcondition" || name == "behaviour")
+    if (ip::SuctionCondition.Is(property) || ip::ThermalCondition.Is(property) ||
+        ip::Behaviour.Is(property))
         UpdatePhaseIncrementVisibility();
 }
 

@@ -1,4 +1,5 @@
 #include "labtest/QBTestHelper.h"
+#include "labtest/QBPropertyNames.h"
 
 #include "labtest/QBCyclicTestHelper.h"
 #include "labtest/QBTestBase.h"
@@ -108,9 +109,9 @@ void TQBTestHelper::AddDerivedDurationPerCycle(TKovIntrinsicPropertyDeclarationL
 void TQBTestHelper::AddStoredAmplitudes(TKovIntrinsicPropertyDeclarationList& list) {
     RequireInterface<ICyclicTest>(list, NeedsCyclicTest);
     // Plain stored values, so that undo, copies and files keep them like any other property.
-    list.AddDoubleWithUnit("StoredShearStrainAmplitude", qtPercentage, ipkNotPublished, "",
+    list.AddDoubleWithUnit(ip::StoredShearStrainAmplitude.Name, qtPercentage, ipkNotPublished, "",
                            -DBL_MAX, DBL_MAX);
-    list.AddDoubleWithUnit("StoredShearStressAmplitude", qtPercentage, ipkNotPublished, "",
+    list.AddDoubleWithUnit(ip::StoredShearStressAmplitude.Name, qtPercentage, ipkNotPublished, "",
                            -DBL_MAX, DBL_MAX);
 }
 
@@ -180,7 +181,7 @@ void TQBTestHelper::AddDerivedInitialStress(TKovIntrinsicPropertyDeclarationList
 }
 
 void TQBTestHelper::AddDerivedFirstPhaseDuration(TKovIntrinsicPropertyDeclarationList& list) {
-    list.AddDerivedDoubleWithUnit("Duration", qtTime,
+    list.AddDerivedDoubleWithUnit(ip::Duration.Name, qtTime,
                                   {[](const TKovIntrinsicProperty& p) {
                                        const TQBTestBase& test = TestOf(p);
                                        const TQBPhase* first = test.CreatedForRevert()
@@ -196,7 +197,7 @@ void TQBTestHelper::AddDerivedFirstPhaseDuration(TKovIntrinsicPropertyDeclaratio
 }
 
 void TQBTestHelper::AddDerivedFirstPhaseSteps(TKovIntrinsicPropertyDeclarationList& list) {
-    list.AddDerivedInteger("Steps",
+    list.AddDerivedInteger(ip::Steps.Name,
                            {[](const TKovIntrinsicProperty& p) {
                                 const TQBTestBase& test = TestOf(p);
                                 const TQBPhase* first =

@@ -6,7 +6,8 @@
 // object that doesn't.
 
 #include "labtest/QBDatatypes.h"
-#include "objects/IntrinsicProperty.h"
+#include "objects/IntrinsicPropertyDeclarationList.h"
+#include "objects/IntrinsicPropertyDerivedKinds.h"
 
 namespace tw {
 

@@ -1,5 +1,14 @@
 #include "labtest/QBTestList.h"
 
+#include "labtest/QBTestCDSS.h"
+#include "labtest/QBTestCRS.h"
+#include "labtest/QBTestCycTriaxial.h"
+#include "labtest/QBTestDSS.h"
+#include "labtest/QBTestGeneral.h"
+#include "labtest/QBTestOedometer.h"
+#include "labtest/QBTestPressuremeter.h"
+#include "labtest/QBTestTriaxial.h"
+
 #include "objects/ObjectManager.h"
 
 namespace tw {
@@ -35,20 +44,13 @@ std::unique_ptr<TQBTestList> TQBTestList::Clone() const {
 
 void TQBTestList::CopyFrom(const TQBTestList& source) {
     TKovObjectManager* manager = ObjectManager();
-    if (manager)
-        manager->BeginHighPerformanceMode();
-    try {
+    {
+        THighPerformanceMode highPerformance(manager);
         for (int i = 0; i < Count() && i < source.Count(); ++i)
             GetItems(i)->CopyFrom(*source.GetItems(i));
-    } catch (...) {
-        if (manager)
-            manager->EndHighPerformanceMode();
-        throw;
     }
-    if (manager) {
-        manager->EndHighPerformanceMode();
+    if (manager)
         manager->ClearRevertStacks();
-    }
 }
 
 std::unique_ptr<TQBTestBase> CreateTest(TQBTestType type, TKovObjectManager* manager,

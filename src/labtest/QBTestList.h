@@ -2,11 +2,6 @@
 // A list of tests: one per type for the project's main tests, or the tests loaded for comparison.
 
 #include "labtest/QBTestBase.h"
-#include "labtest/QBTestCycTriaxial.h"
-#include "labtest/QBTestDSBase.h"
-#include "labtest/QBTestGeneral.h"
-#include "labtest/QBTestPressuremeter.h"
-#include "labtest/QBTestWithPhaseView.h"
 #include "objects/KovObjectLists.h"
 
 namespace tw {

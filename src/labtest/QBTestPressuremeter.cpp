@@ -1,4 +1,5 @@
 #include "labtest/QBTestPressuremeter.h"
+#include "labtest/QBPropertyNames.h"
 
 #include <cfloat>
 #include <cmath>
@@ -6,8 +7,6 @@
 namespace tw {
 
 namespace {
-constexpr double OneDay = 86400.0; // seconds
-constexpr int DefaultSteps = 100;
 constexpr double DefaultInitialStress = -1e5; // pascal, compression negative
 constexpr double DefaultRadialStrain = 10.0;  // percent
 } // namespace
@@ -17,18 +16,13 @@ TW_KOV_CLASS_IMPL(TQBTestPressuremeter, TQBTestWithConsolidation,
 
 void TQBTestPressuremeter::DeclareProperties(TKovIntrinsicPropertyDeclarationList& list) {
     AddDerivedBasicEffectiveStressDeclarations(list, ipkReadOnly | ipkNotPublished);
-    list.AddDoubleWithUnit("InnerRadius", qtLength, ipkReadOnly | ipkNotPublished,
+    list.AddDoubleWithUnit(ip::InnerRadius.Name, qtLength, ipkReadOnly | ipkNotPublished,
                            "Inner radius R_0#", 1e-10, 1e20);
     TQBTestHelper::AddDerivedInitialStress(list, "AbsSigyyEinit",
                                            "Initial effective stress |@s#'_yy#|", 1e-10, DBL_MAX);
     list.AddDerivedDoubleWithUnit(
         "MaximumRadialStrain", qtPercentage,
-        {[](const TKovIntrinsicProperty& p) {
-             return static_cast<const TQBTestPressuremeter&>(*p.Owner()).MaxRadialStrain();
-         },
-         [](TKovIntrinsicProperty& p, const double& v) {
-             static_cast<TQBTestPressuremeter&>(*p.Owner()).SetMaxRadialStrain(v);
-         }},
+        ByOwner(&TQBTestPressuremeter::MaxRadialStrain, &TQBTestPressuremeter::SetMaxRadialStrain),
         0, "Maximum radial strain |@e_xx#|", 0.0, DBL_MAX);
     TQBTestHelper::AddDerivedFirstPhaseDuration(list);
     TQBTestHelper::AddDerivedFirstPhaseSteps(list);
@@ -54,7 +48,7 @@ int TQBTestPressuremeter::NumSteps() const {
 }
 
 double TQBTestPressuremeter::InnerRadius() const {
-    return Property<TIPDouble>("InnerRadius").Value();
+    return Property(ip::InnerRadius).Value();
 }
 
 double TQBTestPressuremeter::MaxRadialStrain() const {
@@ -84,13 +78,14 @@ void TQBTestPressuremeter::AddDefaultChartSettings() {
 void TQBTestPressuremeter::SetDefaultValues(bool clearResults) {
     TQBTestWithConsolidation::SetDefaultValues(clearResults);
     // The probe drives a displacement: the control is by strain and can't be changed.
-    auto& control = Property<TIPEnumeration>("TestControlType");
+    auto& control = Property(ip::TestControlType);
     control.SetIntValue(tctStrain);
     control.SetReadOnly(true);
-    Property<TIPDouble>("InnerRadius").SetValue(1.0);
+    Property(ip::InnerRadius).SetValue(1.0);
     SetInitialStressValue(DefaultInitialStress);
     Phases().AddWithSettings(
-        this, DefaultSteps, OneDay, TQBLoadDirectionDoubleArray{}, TQBLoadDirectionDoubleArray{},
+        this, DefaultPhaseSteps, OneDay, TQBLoadDirectionDoubleArray{},
+        TQBLoadDirectionDoubleArray{},
         {bcFixedStrain, bcFixedStress, bcFixedStress, bcFixedStress, bcFixedStrain, bcFixedStrain});
     SetDisplacementIncrement(DefaultRadialStrain);
 }

@@ -1,6 +1,6 @@
 #pragma once
-// Tests whose phases the user edits in a table: the oedometer test (vertical stress driven, no
-// lateral strain) and the constant rate of strain test (vertical strain driven).
+// The base of the tests whose phases the user edits in a table: the oedometer test and the
+// constant rate of strain test.
 
 #include "labtest/QBTestBase.h"
 
@@ -16,28 +16,6 @@ public:
 protected:
     // The one phase of a fresh test: 100 steps over a day, no increments.
     void AddDefaultPhase(const TQBBoundaryConditions& conditions);
-};
-
-class TQBTestOedometer : public TQBTestWithPhaseView {
-    TW_KOV_CLASS(TQBTestOedometer, TQBTestWithPhaseView)
-public:
-    using TQBTestWithPhaseView::TQBTestWithPhaseView;
-    TQBTestType TestType() const override { return ttOedometer; }
-
-protected:
-    void AddDefaultChartSettings() override;
-    void SetDefaultValues(bool clearResults) override;
-};
-
-class TQBTestCRS : public TQBTestWithPhaseView {
-    TW_KOV_CLASS(TQBTestCRS, TQBTestWithPhaseView)
-public:
-    using TQBTestWithPhaseView::TQBTestWithPhaseView;
-    TQBTestType TestType() const override { return ttCRS; }
-
-protected:
-    void AddDefaultChartSettings() override;
-    void SetDefaultValues(bool clearResults) override;
 };
 
 } // namespace tw

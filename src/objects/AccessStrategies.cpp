@@ -1,4 +1,5 @@
 #include "objects/AccessStrategies.h"
+#include "objects/IntrinsicPropertyDerivedKinds.h"
 
 #include "services/Strings.h"
 

@@ -1,4 +1,5 @@
 #include "objects/ClassObjectAssociations.h"
+#include "objects/IntrinsicPropertyDerivedKinds.h"
 
 namespace tw {
 

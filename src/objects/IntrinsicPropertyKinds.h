@@ -1,11 +1,12 @@
 #pragma once
 // The further kinds of intrinsic property: colours, the text kinds, passwords, class-valued
 // enumerations, parents and user features, numeric tables and XY lists, binary data and images,
-// user-defined parameters, and the derived variants of these. The write path is the one of every
-// property: check the owner, mark initialised, stop on an equal value, back the property up in
-// an undo snapshot, store, tell the owner, close the snapshot.
+// user-defined parameters. Their derived variants are in IntrinsicPropertyDerivedKinds.h. The write
+// path is the one of every property: check the owner, mark initialised, stop on an equal value,
+// back the property up in an undo snapshot, store, tell the owner, close the snapshot.
 
-#include "objects/IntrinsicProperty.h"
+#include "objects/IntrinsicPropertyDeclarationList.h"
+#include "objects/IntrinsicPropertyValueKinds.h"
 #include "objects/KovObjectLists.h"
 
 #include <cstdint>
@@ -300,23 +301,6 @@ public:
     using TIPDoubleWithUnit::TIPDoubleWithUnit;
 };
 
-// Derived variants of the kinds above.
-TW_DERIVED_PROPERTY(TIPLargeText_DerivedExternal, TIPLargeText, std::string, const std::string&,
-                    Value, SetValue)
-TW_DERIVED_PROPERTY(TIPIdentification_DerivedExternal, TIPIdentification, std::string,
-                    const std::string&, Value, SetValue)
-TW_DERIVED_PROPERTY(TIPColor_DerivedExternal, TIPColor, int32_t, int32_t, Value, SetValue)
-TW_DERIVED_PROPERTY(TIPUserDefinedParameter_DerivedExternal, TIPUserDefinedParameter, double,
-                    double, Value, SetValue)
-
-using TIPLargeText_DerivedExternalDeclaration =
-    TDerivedDeclaration<std::string, TKovIntrinsicPropertyDeclaration>;
-using TIPIdentification_DerivedExternalDeclaration =
-    TDerivedDeclaration<std::string, TKovIntrinsicPropertyDeclaration>;
-using TIPColor_DerivedExternalDeclaration = TDerivedDeclaration<int32_t, TIPIntegerDeclaration>;
-using TIPUserDefinedParameter_DerivedExternalDeclaration =
-    TDerivedDeclaration<double, TIPUserDefinedParameterDeclaration>;
-
 // Declaring helpers for these kinds.
 TIPClassEnumDeclaration& AddClassEnum(TKovIntrinsicPropertyDeclarationList& list,
                                       const std::string& name, const TKovClass& baseClass,
@@ -328,10 +312,5 @@ AddUserDefinedParameter(TKovIntrinsicPropertyDeclarationList& list, const std::s
                         TQuantityType quantity, TKovIntrinsicPropertyConfig config = 0,
                         const std::string& caption = "", double min = 0, double max = 0,
                         int digits = 0);
-TIPUserDefinedParameter_DerivedExternalDeclaration&
-AddDerivedUserDefinedParameter(TKovIntrinsicPropertyDeclarationList& list, const std::string& name,
-                               TQuantityType quantity, TDerivedAccessors<double> accessors,
-                               TKovIntrinsicPropertyConfig config = 0,
-                               const std::string& caption = "", double min = 0, double max = 0);
 
 } // namespace tw

@@ -1,4 +1,5 @@
 #include "objects/IntrinsicPropertyRegistries.h"
+#include "objects/IntrinsicPropertyDerivedKinds.h"
 
 #include "objects/IntrinsicPropertyKinds.h"
 #include "objects/NameTools.h"

@@ -1,4 +1,6 @@
 #include "objects/IntrinsicPropertyTools.h"
+#include "objects/IntrinsicPropertyDerivedKinds.h"
+#include "objects/IntrinsicPropertyList.h"
 
 #include "objects/IntrinsicPropertyKinds.h"
 #include "objects/KovObjectLists.h"

@@ -1,4 +1,8 @@
 #include "objects/KovBaseClasses.h"
+#include "objects/IntrinsicPropertyDerivedKinds.h"
+#include "objects/IntrinsicPropertyList.h"
+#include "objects/RevertStacks.h"
+#include "objects/UpdateBracket.h"
 
 #include "objects/IntrinsicProperty.h"
 #include "objects/IntrinsicPropertyKinds.h"
@@ -277,15 +281,6 @@ void TKovObject::EndUndoSnapshot() {
 void TKovObject::EndUndoSnapshotWithRollback() {
     if (FObjectManager)
         FObjectManager->UndoEndSnapshotWithRollback();
-}
-
-TUndoSnapshot::~TUndoSnapshot() noexcept(false) {
-    if (!FOpened)
-        return;
-    if (std::uncaught_exceptions() > FExceptions)
-        FObject.EndUndoSnapshotWithRollback();
-    else
-        FObject.EndUndoSnapshot();
 }
 
 void TKovObject::Assign(const TKovObject& source) {
@@ -618,14 +613,9 @@ void TKovObservableObject::CopyIntrinsicPropertiesFrom(const TKovObservableObjec
                 marked.push_back(target);
             continue;
         }
-        target->BeginUpdate();
-        try {
-            target->Assign(*from);
-        } catch (...) {
-            target->EndUpdate();
-            throw;
-        }
-        target->EndUpdate();
+        TUpdateBracket update(*target);
+        target->Assign(*from);
+        update.Close();
         marked.push_back(target);
     }
     if (options & cipoForceIdenticalConfigurations)

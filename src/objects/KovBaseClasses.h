@@ -11,6 +11,7 @@
 // stack. Objects refer to one another by GUID, never by pointer across undo or load.
 
 #include "objects/Observer.h"
+#include "objects/PropertyName.h"
 #include "objects/UniqueID.h"
 #include "objects/VarRec.h"
 #include "services/Format.h"
@@ -299,27 +300,6 @@ template <typename C> constexpr TKovClass::TCreateProperty PropertyFactoryOf() {
         return nullptr;
 }
 
-// Opens an undo snapshot on an object for the life of a scope, and closes it at the end: with a
-// rollback when the scope is left by an exception, so a failed action leaves no partial step.
-class TUndoSnapshot {
-public:
-    TUndoSnapshot(TKovObject& object, const std::string& caption)
-        : FObject(object), FOpened(object.BeginUndoSnapshot(caption)),
-          FExceptions(std::uncaught_exceptions()) {}
-    // The caption is made only when the snapshot is the outermost one.
-    TUndoSnapshot(TKovObject& object, const std::function<std::string()>& caption)
-        : FObject(object), FOpened(object.BeginUndoSnapshotLazy(caption)),
-          FExceptions(std::uncaught_exceptions()) {}
-    TUndoSnapshot(const TUndoSnapshot&) = delete;
-    TUndoSnapshot& operator=(const TUndoSnapshot&) = delete;
-    ~TUndoSnapshot() noexcept(false);
-
-private:
-    TKovObject& FObject;
-    bool FOpened;
-    int FExceptions;
-};
-
 class TKovObservableObject : public TKovObject {
     TW_KOV_CLASS(TKovObservableObject, TKovObject)
 public:
@@ -344,8 +324,14 @@ public:
     TKovIntrinsicProperty* GetIntrinsicProperty(int index) const;
     // The property of that name (compared in clean form), or nullptr.
     TKovIntrinsicProperty* GetIntrinsicPropertyByName(const std::string& name) const;
+    template <typename P>
+    TKovIntrinsicProperty* GetIntrinsicPropertyByName(const TPropertyName<P>& name) const {
+        return GetIntrinsicPropertyByName(std::string(name.Name));
+    }
     // As above, raising when there is none; typed.
     template <typename P> P& Property(const std::string& name) const;
+    // The property of a name constant (PropertyName.h), of the constant's kind.
+    template <typename P> P& Property(const TPropertyName<P>& name) const;
     void GetIntrinsicProperties(std::vector<TKovIntrinsicProperty*>& list) const;
     // The owned list of the properties, in declaration order.
     TKovIntrinsicPropertyList& IntrinsicProperties() const;

@@ -1,4 +1,6 @@
 #include "objects/KovObjectLists.h"
+#include "objects/IntrinsicPropertyDerivedKinds.h"
+#include "objects/RevertStacks.h"
 
 #include "objects/ObjectManager.h"
 #include "services/Strings.h"

@@ -1,4 +1,6 @@
 #include "objects/KovValues.h"
+#include "objects/IntrinsicPropertyDerivedKinds.h"
+#include "objects/RevertStacks.h"
 
 #include "objects/IntrinsicProperty.h"
 

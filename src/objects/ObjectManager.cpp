@@ -1,4 +1,5 @@
 #include "objects/ObjectManager.h"
+#include "objects/IntrinsicPropertyDerivedKinds.h"
 
 #include "objects/NameTools.h"
 #include "services/Strings.h"

@@ -117,7 +117,8 @@ public:
     void LockRevert() { FRevertStacks.LockRevert(); }
     void UnlockRevert() { FRevertStacks.UnlockRevert(); }
 
-    // Bulk work without undo records; the mutex lets another thread take the bracket.
+    // Bulk work without undo records; the mutex lets another thread take the bracket. Prefer
+    // THighPerformanceMode, which closes the bracket however its scope ends.
     void BeginHighPerformanceMode();
     void EndHighPerformanceMode();
 
@@ -148,6 +149,24 @@ public:
     }
     TRevertLock(const TRevertLock&) = delete;
     TRevertLock& operator=(const TRevertLock&) = delete;
+
+private:
+    TKovObjectManager* FManager;
+};
+
+// Holds a manager in high-performance mode for the life of a scope; a null manager holds nothing.
+class THighPerformanceMode {
+public:
+    explicit THighPerformanceMode(TKovObjectManager* manager) : FManager(manager) {
+        if (FManager)
+            FManager->BeginHighPerformanceMode();
+    }
+    THighPerformanceMode(const THighPerformanceMode&) = delete;
+    THighPerformanceMode& operator=(const THighPerformanceMode&) = delete;
+    ~THighPerformanceMode() {
+        if (FManager)
+            FManager->EndHighPerformanceMode();
+    }
 
 private:
     TKovObjectManager* FManager;

@@ -2,10 +2,14 @@
 
 #include "objects/KovBaseClasses.h"
 #include "objects/ObjectManager.h"
+#include "services/Format.h"
+#include "services/Log.h"
 
 #include <algorithm>
 #include <atomic>
+#include <exception>
 #include <iostream>
+#include <utility>
 
 namespace tw {
 
@@ -86,11 +90,14 @@ void TKovRevertObjectMap_Memento::Invert() {
         const bool newLocked = FNewObject->Locked(), oldLocked = FOldObject->Locked();
         FNewObject->SetLocked(true);
         FOldObject->SetLocked(true);
+        // The live object is back in its manager and both lock states are as they were, also
+        // when a state fails to copy.
         struct TRestore {
             TKovObject* New;
             TKovObject* Old;
             bool NewLocked, OldLocked;
             ~TRestore() {
+                New->EndResurrecting();
                 New->SetLocked(NewLocked);
                 Old->SetLocked(OldLocked);
             }
@@ -101,8 +108,6 @@ void TKovRevertObjectMap_Memento::Invert() {
         temporary->Assign(*FOldObject);
         FOldObject->Assign(*FNewObject);
         FNewObject->Assign(*temporary);
-        temporary.reset();
-        FNewObject->EndResurrecting();
     } else if (FOldObject) {
         // Undoing a deletion: the object comes back to life, and the entry lets go of it. A
         // newer object that took its name in the meantime is marked freed.
@@ -351,7 +356,8 @@ bool TKovRevertStacksManager::Add(TKovObject* newObject, TKovObject* oldObject,
         EndSnapshot();
         return added;
     }
-    ClearRedoStack();
+    // Redo is forfeited when the snapshot ends with changes (EndSnapshot), not here: a snapshot
+    // that is rolled back must leave the redo stack as it found it.
     const bool rename = newObject && oldObject && newObject->Name() != oldObject->Name();
     if (!rename && AlreadyContainsObject(newObject, oldObject)) {
         if (newObject && oldObject)
@@ -387,23 +393,24 @@ void TKovRevertStacksManager::Revert(TKovRevertStack_Memento& from, TKovRevertSt
     if (&from == to)
         throw ERevertStackException("Reverting cannot be performed on a single revert stack - two "
                                     "separate stacks are necessary");
+    if (from.Count() == 0)
+        return;
     from.Lock();
     if (to)
         to->Lock();
-    struct TUnlock {
-        TKovRevertStack_Memento& From;
-        TKovRevertStack_Memento* To;
-        ~TUnlock() noexcept(false) {
-            if (To)
-                To->Unlock();
-            From.Unlock();
-        }
-    } unlock{from, to};
-    if (from.Count() == 0)
-        return;
+    // Every entry is inverted even when one fails, so that the step is taken out of the stack
+    // whole and the model is as near its old state as it can be; the first failure is raised
+    // after.
     auto snapshot = from.ExtractNewest();
-    for (int i = snapshot->Count() - 1; i >= 0; --i)
-        (*snapshot)[i].Invert();
+    std::exception_ptr failure;
+    for (int i = snapshot->Count() - 1; i >= 0; --i) {
+        try {
+            (*snapshot)[i].Invert();
+        } catch (...) {
+            if (!failure)
+                failure = std::current_exception();
+        }
+    }
     snapshot->RebuildCaches();
     if (to) {
         snapshot->Reverse();
@@ -411,6 +418,11 @@ void TKovRevertStacksManager::Revert(TKovRevertStack_Memento& from, TKovRevertSt
     } else {
         snapshot->Clear(rscmBackwards);
     }
+    if (to)
+        to->Unlock();
+    from.Unlock();
+    if (failure)
+        std::rethrow_exception(failure);
 }
 
 void TKovRevertStacksManager::Undo() {
@@ -505,6 +517,39 @@ bool TProjectRevertStackDiagnosis::PopAndVerifyCurrentStackState(const std::stri
     else
         std::cerr << message << std::endl;
     return false;
+}
+
+// ---------------------------------------------------------------------------------------------
+
+TUndoSnapshot::TUndoSnapshot(TKovObject& object, const std::string& caption)
+    : FObject(object), FOpened(object.BeginUndoSnapshot(caption)),
+      FExceptions(std::uncaught_exceptions()) {}
+
+TUndoSnapshot::TUndoSnapshot(TKovObject& object, const std::function<std::string()>& caption)
+    : FObject(object), FOpened(object.BeginUndoSnapshotLazy(caption)),
+      FExceptions(std::uncaught_exceptions()) {}
+
+void TUndoSnapshot::Close() {
+    if (std::exchange(FOpened, false))
+        FObject.EndUndoSnapshot();
+}
+
+TUndoSnapshot::~TUndoSnapshot() {
+    if (!FOpened)
+        return;
+    const bool unwinding = std::uncaught_exceptions() > FExceptions;
+    try {
+        if (unwinding)
+            FObject.EndUndoSnapshotWithRollback();
+        else
+            FObject.EndUndoSnapshot();
+    } catch (const std::exception& e) {
+        LogError(Format(unwinding ? "rolling back an undo step failed: %s"
+                                  : "closing an undo step failed: %s",
+                        e.what()));
+    } catch (...) {
+        LogError(unwinding ? "rolling back an undo step failed" : "closing an undo step failed");
+    }
 }
 
 } // namespace tw

@@ -4,6 +4,7 @@
 // live object and its memento, so the same entry serves for redo. An object created or deleted in
 // a step stays alive in the entry, so its identity and the references to it come back with it.
 
+#include "objects/UniqueID.h"
 #include "services/KovException.h"
 
 #include <functional>
@@ -11,8 +12,6 @@
 #include <string>
 #include <unordered_map>
 #include <vector>
-
-#include "objects/UniqueID.h"
 
 namespace tw {
 
@@ -235,5 +234,30 @@ private:
 
 // Where the stacks leave their traces ("+++ Revert stacks cleared!"). Discarded unless set.
 void SetRevertTrace(std::function<void(const std::string&)> trace);
+
+// Opens an undo snapshot on an object for the life of a scope. A scope that ends normally
+// closes it with Close(), or leaves that to the destructor; a scope left by an exception rolls
+// the snapshot back, so a failed action leaves no partial step.
+//
+// Only Close() raises. The destructor never does: a rollback during unwinding that fails (an
+// object that cannot take its old state back) is logged, the rest of the snapshot is still rolled
+// back and the stack is left closed, since raising there would end the program.
+class TUndoSnapshot {
+public:
+    TUndoSnapshot(TKovObject& object, const std::string& caption);
+    // The caption is made only when the snapshot is the outermost one.
+    TUndoSnapshot(TKovObject& object, const std::function<std::string()>& caption);
+    TUndoSnapshot(const TUndoSnapshot&) = delete;
+    TUndoSnapshot& operator=(const TUndoSnapshot&) = delete;
+    ~TUndoSnapshot();
+
+    // Ends the snapshot: the step is complete.
+    void Close();
+
+private:
+    TKovObject& FObject;
+    bool FOpened;
+    int FExceptions;
+};
 
 } // namespace tw

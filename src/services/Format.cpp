@@ -1,9 +1,35 @@
 #include "services/Format.h"
 
+#include <fmt/args.h>
+#include <fmt/printf.h>
+
 #include <charconv>
 #include <cmath>
 
 namespace tw {
+
+std::string FormatArgs(std::string_view format, std::initializer_list<TFormatArg> args) {
+    fmt::dynamic_format_arg_store<fmt::printf_context> store;
+    store.reserve(args.size(), 0);
+    for (const TFormatArg& arg : args) {
+        switch (arg.Kind) {
+        case TFormatArg::fakSigned:
+            store.push_back(arg.Signed);
+            break;
+        case TFormatArg::fakUnsigned:
+            store.push_back(arg.Unsigned);
+            break;
+        case TFormatArg::fakDouble:
+            store.push_back(arg.Double);
+            break;
+        case TFormatArg::fakText:
+            store.push_back(arg.Text);
+            break;
+        }
+    }
+    return fmt::vsprintf(fmt::string_view(format.data(), format.size()),
+                         fmt::basic_format_args<fmt::printf_context>(store));
+}
 
 std::string FloatToStr(double value, int significantDigits) {
     if (std::isnan(value))

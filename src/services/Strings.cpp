@@ -26,13 +26,17 @@ bool IsTrimmed(char c) {
 }
 } // namespace
 
-std::string Trim(std::string_view text) {
+std::string_view TrimView(std::string_view text) {
     size_t begin = 0, end = text.size();
     while (begin < end && IsTrimmed(text[begin]))
         ++begin;
     while (end > begin && IsTrimmed(text[end - 1]))
         --end;
-    return std::string(text.substr(begin, end - begin));
+    return text.substr(begin, end - begin);
+}
+
+std::string Trim(std::string_view text) {
+    return std::string(TrimView(text));
 }
 
 std::string TrimRight(std::string_view text) {
@@ -96,7 +100,9 @@ std::string ReplaceAll(std::string text, std::string_view from, std::string_view
     return text;
 }
 
-bool TryStrToInt(std::string_view text, int& value) {
+namespace {
+// The whole text as a number of type T, with an optional "+" that from_chars doesn't take.
+template <typename T> bool TryParseWhole(std::string_view text, T& value) {
     if (!text.empty() && text[0] == '+')
         text.remove_prefix(1);
     if (text.empty())
@@ -104,14 +110,14 @@ bool TryStrToInt(std::string_view text, int& value) {
     auto result = std::from_chars(text.data(), text.data() + text.size(), value);
     return result.ec == std::errc() && result.ptr == text.data() + text.size();
 }
+} // namespace
+
+bool TryStrToInt(std::string_view text, int& value) {
+    return TryParseWhole(text, value);
+}
 
 bool TryStrToFloat(std::string_view text, double& value) {
-    if (!text.empty() && text[0] == '+')
-        text.remove_prefix(1);
-    if (text.empty())
-        return false;
-    auto result = std::from_chars(text.data(), text.data() + text.size(), value);
-    return result.ec == std::errc() && result.ptr == text.data() + text.size();
+    return TryParseWhole(text, value);
 }
 
 size_t Utf16Length(std::string_view text) {

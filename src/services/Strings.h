@@ -12,6 +12,8 @@ std::string LowerCase(std::string_view text);
 std::string UpperCase(std::string_view text);
 // Removes blanks and control characters (code points up to 32) at both ends.
 std::string Trim(std::string_view text);
+// The same without a copy: a view into `text`.
+std::string_view TrimView(std::string_view text);
 std::string TrimRight(std::string_view text);
 bool SameText(std::string_view a, std::string_view b);
 bool StartsText(std::string_view prefix, std::string_view text);

@@ -3,7 +3,8 @@
 // presentation units holds them here, so they are copied, compared, saved and undone like any
 // other value. The property owns its copy; writing copies the presentation texts in.
 
-#include "objects/IntrinsicProperty.h"
+#include "objects/IntrinsicPropertyDeclarationList.h"
+#include "objects/IntrinsicPropertyDerivedKinds.h"
 #include "units/SystemOfUnits.h"
 
 #include <memory>

@@ -1,6 +1,7 @@
 #include "units/ProjectUnits.h"
 
-#include "objects/IntrinsicProperty.h"
+#include "objects/IntrinsicPropertyDeclarationList.h"
+#include "objects/IntrinsicPropertyDerivedKinds.h"
 #include "objects/NameTools.h"
 #include "services/Format.h"
 

@@ -1,7 +1,7 @@
 #include "units/SystemOfUnits.h"
 
+#include "objects/UpdateBracket.h"
 #include "services/Format.h"
-#include "units/UpdateBracket.h"
 
 #include <cmath>
 
@@ -139,10 +139,10 @@ void TSystemOfUnits::CopyUnitsFrom(const TSystemOfUnits& source) {
         return;
     const auto from = source.SimpleUnits();
     const auto to = SimpleUnits();
-    InUpdateOf(&FObservable, [&] {
-        for (size_t i = 0; i < SimpleUnitCount; ++i)
-            to[i]->SetPresentationUnit(from[i]->PresentationUnit());
-    });
+    TUpdateBracket update(FObservable);
+    for (size_t i = 0; i < SimpleUnitCount; ++i)
+        to[i]->SetPresentationUnit(from[i]->PresentationUnit());
+    update.Close();
 }
 
 bool TSystemOfUnits::IsEqualTo(const TSystemOfUnits& other) const {
@@ -161,30 +161,30 @@ double TSystemOfUnits::Round_InvariantUnit(double value, TQuantityType quantityT
 }
 
 void TSystemOfUnits::SetForcePresentationUnit(const std::string& text) {
-    InUpdateOf(&FObservable, [&] {
-        Force.SetPresentationUnit(text);
-        const std::string& force = Force.PresentationUnit();
-        const char* mass = force == "N"     ? "kg"
-                           : force == "kN"  ? "t"
-                           : force == "MN"  ? "kt"
-                           : force == "lbf" ? "lb"
-                           : force == "kip" ? "klb"
-                                            : nullptr;
-        if (mass)
-            Mass.SetPresentationUnit(mass);
-    });
+    TUpdateBracket update(FObservable);
+    Force.SetPresentationUnit(text);
+    const std::string& force = Force.PresentationUnit();
+    const char* mass = force == "N"     ? "kg"
+                       : force == "kN"  ? "t"
+                       : force == "MN"  ? "kt"
+                       : force == "lbf" ? "lb"
+                       : force == "kip" ? "klb"
+                                        : nullptr;
+    if (mass)
+        Mass.SetPresentationUnit(mass);
+    update.Close();
 }
 
 void TSystemOfUnits::SetUnitsOfNewProject() {
-    InUpdateOf(&FObservable, [&] {
-        Force.SetPresentationUnit("kN");
-        Length.SetPresentationUnit("m");
-        Time.SetPresentationUnit("day");
-        Temperature.SetPresentationUnit("K");
-        Energy.SetPresentationUnit("kJ");
-        Power.SetPresentationUnit("kW");
-        Mass.SetPresentationUnit("t");
-    });
+    TUpdateBracket update(FObservable);
+    Force.SetPresentationUnit("kN");
+    Length.SetPresentationUnit("m");
+    Time.SetPresentationUnit("day");
+    Temperature.SetPresentationUnit("K");
+    Energy.SetPresentationUnit("kJ");
+    Power.SetPresentationUnit("kW");
+    Mass.SetPresentationUnit("t");
+    update.Close();
 }
 
 } // namespace tw

@@ -1,10 +1,10 @@
 #include "units/Unit.h"
 
+#include "objects/UpdateBracket.h"
 #include "services/Format.h"
 #include "services/Localisation.h"
 #include "services/Strings.h"
 #include "units/SystemOfUnits.h"
-#include "units/UpdateBracket.h"
 
 #include <algorithm>
 #include <cmath>
@@ -82,18 +82,18 @@ void TStorageUnit::SetPresentationUnit(const std::string& text) {
     }
 
     // Each refreshed compound tells the system; its observers hear the change once.
-    InUpdateOf(FSystemOfUnits ? &FSystemOfUnits->Observable() : nullptr, [&] {
-        FFactor = factor;
-        SetOffset(offset);
-        FTranslatedPresentationUnit = Translate(presentation);
-        FPresentationUnit = std::move(presentation);
-        FSymbolicPresentationUnit = FPresentationUnit;
-        FTranslatedSymbolicPresentationUnit = FTranslatedPresentationUnit;
-        const std::vector<TCompoundUnit*> compounds = FRegCompound;
-        for (TCompoundUnit* compound : compounds)
-            compound->Refresh();
-        NotifyObservers();
-    });
+    TUpdateBracket update(FSystemOfUnits ? &FSystemOfUnits->Observable() : nullptr);
+    FFactor = factor;
+    SetOffset(offset);
+    FTranslatedPresentationUnit = Translate(presentation);
+    FPresentationUnit = std::move(presentation);
+    FSymbolicPresentationUnit = FPresentationUnit;
+    FTranslatedSymbolicPresentationUnit = FTranslatedPresentationUnit;
+    const std::vector<TCompoundUnit*> compounds = FRegCompound;
+    for (TCompoundUnit* compound : compounds)
+        compound->Refresh();
+    NotifyObservers();
+    update.Close();
 }
 
 void TStorageUnit::RegisterCompoundUnit(TCompoundUnit* compound) {

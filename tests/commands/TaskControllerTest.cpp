@@ -1,5 +1,6 @@
 #include "TaskTestSupport.h"
 
+#include <gmock/gmock.h>
 #include <sys/resource.h>
 #include <unistd.h>
 
@@ -14,6 +15,13 @@
 
 using namespace tw;
 using namespace tw::testing;
+using ::testing::AllOf;
+using ::testing::Eq;
+using ::testing::HasSubstr;
+using ::testing::StartsWith;
+using ::testing::StrEq;
+using ::testing::Throws;
+using ::testing::ThrowsMessage;
 
 TW_DECLARE_EXCEPTION(EKernelTestFailure, EKovException)
 
@@ -25,8 +33,12 @@ TW_DECLARE_EXCEPTION(EKernelTestFailure, EKovException)
 
 namespace {
 
-bool StartsWith(const std::string& text, const std::string& prefix) {
-    return text.compare(0, prefix.size(), prefix) == 0;
+// A message that a rethrow has not extended a second time.
+MATCHER_P(ContainsOnce, part,
+          std::string(negation ? "does not contain" : "contains") + " \"" + part +
+              "\" exactly once") {
+    const std::string text = arg;
+    return text.find(part) != std::string::npos && text.find(part) == text.rfind(part);
 }
 
 class TFreedTask : public TPTProcedureRunner {
@@ -49,37 +61,27 @@ class TaskController : public TaskTest {};
 
 TEST_F(TaskController, FailureReachesTheCallerWithItsTypeAndTheStackOfItsThrow) {
     TPTProcedureRunner task("Calculating...", [] { ThrowKernelTestFailure("kernel failed"); });
-    try {
-        TKovTaskController::ExecuteThreaded(task);
-        FAIL() << "no exception";
-    } catch (const EKernelTestFailure& e) {
-        std::string message = e.what();
-        EXPECT_TRUE(StartsWith(message, "kernel failed\r\nOriginal call stack:\r\n")) << message;
-        EXPECT_NE(message.find("ThrowKernelTestFailure"), std::string::npos) << message;
-    }
+    EXPECT_THAT([&] { TKovTaskController::ExecuteThreaded(task); },
+                ThrowsMessage<EKernelTestFailure>(
+                    AllOf(StartsWith("kernel failed\r\nOriginal call stack:\r\n"),
+                          HasSubstr("ThrowKernelTestFailure"))));
     EXPECT_EQ(task.State(), tsFinished);
     EXPECT_FALSE(task.HasFatalException());
 
     // A throw inside the C++ library is recorded as well, and the type is kept.
     TPTProcedureRunner library("Library", [] { (void)std::vector<int>().at(3); });
-    try {
-        TKovTaskController::ExecuteThreaded(library);
-        FAIL() << "no exception";
-    } catch (const std::out_of_range& e) {
-        EXPECT_NE(std::string(e.what()).find("\r\nOriginal call stack:\r\n"), std::string::npos);
-    }
+    EXPECT_THAT([&] { TKovTaskController::ExecuteThreaded(library); },
+                ThrowsMessage<std::out_of_range>(HasSubstr("\r\nOriginal call stack:\r\n")));
+}
 
-    // An exception that is no std::exception passes unchanged.
+TEST_F(TaskController, AnExceptionThatIsNoStdExceptionPassesUnchanged) {
     TPTProcedureRunner odd("Odd", [] { throw 42; });
-    try {
-        TKovTaskController::ExecuteThreaded(odd);
-        FAIL() << "no exception";
-    } catch (int value) {
-        EXPECT_EQ(value, 42);
-    }
+    EXPECT_THAT([&] { TKovTaskController::ExecuteThreaded(odd); }, Throws<int>(Eq(42)));
+}
 
-    // Of several failures the first in array order is raised, whatever failed first in time;
-    // the others stay in their tasks.
+// Of several failures the first in array order is raised, whatever failed first in time; the
+// others stay in their tasks.
+TEST_F(TaskController, OfSeveralFailuresTheFirstInArrayOrderIsRaised) {
     TSignal secondFailed;
     TPTProcedureRunner first("First", [&] {
         EXPECT_TRUE(secondFailed.Wait());
@@ -93,19 +95,15 @@ TEST_F(TaskController, FailureReachesTheCallerWithItsTypeAndTheStackOfItsThrow) 
         throw EKovException("second");
     });
     TPTProcedureRunner fine("Fine", [] {});
-    try {
-        TKovTaskController::ExecuteThreaded({&fine, &first, &second});
-        FAIL() << "no exception";
-    } catch (const EKovException& e) {
-        EXPECT_TRUE(StartsWith(e.what(), "first")) << e.what();
-    }
+    EXPECT_THAT(
+        [&] {
+            TKovTaskController::ExecuteThreaded({&fine, &first, &second});
+        },
+        ThrowsMessage<EKovException>(StartsWith("first")));
     EXPECT_FALSE(first.HasFatalException());
     ASSERT_TRUE(second.HasFatalException());
-    try {
-        std::rethrow_exception(TKovTask::ExtractFatalException(second));
-    } catch (const EKovException& e) {
-        EXPECT_EQ(std::string(e.what()), "second");
-    }
+    EXPECT_THAT([&] { std::rethrow_exception(TKovTask::ExtractFatalException(second)); },
+                ThrowsMessage<EKovException>(StrEq("second")));
     EXPECT_FALSE(second.HasFatalException());
     for (auto* task : {&fine, &first, &second})
         EXPECT_EQ(task->State(), tsFinished);
@@ -141,18 +139,14 @@ TEST_F(TaskController, NestedRunWaitsPlainlyAndRaisesOnTheOuterWorker) {
             throw;
         }
     });
-    try {
-        TKovTaskController::ExecuteThreaded(outer);
-        FAIL() << "no exception";
-    } catch (const EKernelTestFailure& e) {
-        EXPECT_TRUE(StartsWith(e.what(), "no result file\r\nOriginal call stack:\r\n")) << e.what();
-        // Raised again by the outer run, the message is not extended a second time.
-        EXPECT_EQ(std::string(e.what()).find("Original call stack:"),
-                  std::string(e.what()).rfind("Original call stack:"));
-    }
+    // Raised again by the outer run, the message is not extended a second time.
+    EXPECT_THAT([&] { TKovTaskController::ExecuteThreaded(outer); },
+                ThrowsMessage<EKernelTestFailure>(
+                    AllOf(StartsWith("no result file\r\nOriginal call stack:\r\n"),
+                          ContainsOnce("Original call stack:"))));
     EXPECT_EQ(raisedOnThread, outerThread);
     EXPECT_NE(raisedOnThread, std::this_thread::get_id());
-    EXPECT_TRUE(StartsWith(raisedMessage, "no result file")) << raisedMessage;
+    EXPECT_THAT(raisedMessage, StartsWith("no result file"));
     EXPECT_EQ(listedDuringNestedRun, 2u);
     ASSERT_EQ(hookCalls.size(), 1u);
     EXPECT_EQ(hookCalls[0], std::vector<TKovTask*>{&outer});
@@ -170,14 +164,10 @@ TEST_F(TaskController, ProgrammingErrorsAreRaisedWithTheirTexts) {
     TKovTask* selfPointer = nullptr;
     TPTProcedureRunner self("Self", [&] { TKovTaskController::ExecuteThreaded(*selfPointer); });
     selfPointer = &self;
-    try {
-        TKovTaskController::ExecuteThreaded(self);
-        FAIL() << "no exception";
-    } catch (const EKovTaskError& e) {
-        std::string expected = "Cannot execute one thread more than once: Self @ " +
-                               std::to_string(reinterpret_cast<std::intptr_t>(&self));
-        EXPECT_TRUE(StartsWith(e.what(), expected)) << e.what();
-    }
+    EXPECT_THAT([&] { TKovTaskController::ExecuteThreaded(self); },
+                ThrowsMessage<EKovTaskError>(
+                    StartsWith("Cannot execute one thread more than once: Self @ " +
+                               std::to_string(reinterpret_cast<std::intptr_t>(&self)))));
 
     // Twice in one run: refused before anything starts.
     bool ran = false;
@@ -191,29 +181,28 @@ TEST_F(TaskController, ProgrammingErrorsAreRaisedWithTheirTexts) {
     EXPECT_TRUE(ran);
 
     // The wait hook cannot change during a run.
-    try {
-        TKovTaskController::ExecuteThreaded("Hook", [] { TKovTaskController::SetOnWaitFor({}); });
-        FAIL() << "no exception";
-    } catch (const EKovTaskError& e) {
-        EXPECT_TRUE(StartsWith(e.what(), "Cannot set OnWaitFor event while tasks are running!"))
-            << e.what();
-    }
+    EXPECT_THAT(
+        [] {
+            TKovTaskController::ExecuteThreaded("Hook",
+                                                [] { TKovTaskController::SetOnWaitFor({}); });
+        },
+        ThrowsMessage<EKovTaskError>(
+            StartsWith("Cannot set OnWaitFor event while tasks are running!")));
 
     // A progress handler that wants a state a task cannot be put in.
     bool bodyRan = false;
     std::vector<TTaskState> seen;
-    try {
-        TKovTaskController::ExecuteThreaded(
-            "Wanted", [&] { bodyRan = true; },
-            [&](const TKovTaskInfo& info, TTaskState& wanted) {
-                seen.push_back(info.State);
-                if (info.State == tsRunning)
-                    wanted = tsNotStarted;
-            });
-        FAIL() << "no exception";
-    } catch (const EKovTaskError& e) {
-        EXPECT_TRUE(StartsWith(e.what(), "Unexpected wanted task state: 0")) << e.what();
-    }
+    EXPECT_THAT(
+        [&] {
+            TKovTaskController::ExecuteThreaded(
+                "Wanted", [&] { bodyRan = true; },
+                [&](const TKovTaskInfo& info, TTaskState& wanted) {
+                    seen.push_back(info.State);
+                    if (info.State == tsRunning)
+                        wanted = tsNotStarted;
+                });
+        },
+        ThrowsMessage<EKovTaskError>(StartsWith("Unexpected wanted task state: 0")));
     EXPECT_FALSE(bodyRan);
     EXPECT_EQ(seen, (std::vector<TTaskState>{tsRunning, tsFinished}));
 
@@ -240,12 +229,8 @@ TEST_F(TaskController, DisplayHearsEveryRecordAndCannotUnsettleTheLists) {
             throw EKovException("display failed");
     });
     TPTProcedureRunner task("Displayed", [] {});
-    try {
-        TKovTaskController::ExecuteThreaded(task);
-        FAIL() << "no exception";
-    } catch (const EKovException& e) {
-        EXPECT_TRUE(StartsWith(e.what(), "display failed")) << e.what();
-    }
+    EXPECT_THAT([&] { TKovTaskController::ExecuteThreaded(task); },
+                ThrowsMessage<EKovException>(StartsWith("display failed")));
     EXPECT_TRUE(monitor.IsEmpty());
     EXPECT_EQ(task.State(), tsFinished);
 }
@@ -336,8 +321,7 @@ TEST_F(TaskController, AsyncFailureGoesToTheFinishedEvent) {
     owned->SetOnFinished(TKovTaskController::HandleAsyncFinished_Free);
     TKovTaskController::ExecuteAsync(*owned);
     ASSERT_TRUE(reported.Wait());
-    EXPECT_TRUE(StartsWith(reportedWith, "freed and failed\r\nOriginal call stack:\r\n"))
-        << reportedWith;
+    EXPECT_THAT(reportedWith, StartsWith("freed and failed\r\nOriginal call stack:\r\n"));
     EXPECT_TRUE(WaitUntil([&] { return freed.load(); }));
     EXPECT_TRUE(WaitUntil([] { return !TKovTaskController::IsRunningAsyncTasks(); }));
 

@@ -1,6 +1,7 @@
 #include "TaskTestSupport.h"
 
 #include <atomic>
+#include <gmock/gmock.h>
 #include <memory>
 #include <mutex>
 #include <set>
@@ -10,6 +11,8 @@
 
 using namespace tw;
 using namespace tw::testing;
+using ::testing::StartsWith;
+using ::testing::ThrowsMessage;
 
 namespace {
 
@@ -112,18 +115,17 @@ TEST_F(ThreadedLoop, ShareShowsItsNameAndFailsLikeAnyTask) {
               (std::set<std::string>{"Derived results (1/2)", "Derived results (2/2)"}));
 
     // A failing share reaches the caller; the shares are freed and nothing stays listed.
-    try {
-        TKovTaskController::ExecuteThreadedLoop(
-            "Failing",
-            [](int start, int, int) {
-                if (start == 0)
-                    throw EKovException("share 0 failed");
-            },
-            4, 0, tppNormal, true);
-        FAIL() << "no exception";
-    } catch (const EKovException& e) {
-        EXPECT_EQ(std::string(e.what()).rfind("share 0 failed", 0), 0u) << e.what();
-    }
+    EXPECT_THAT(
+        [] {
+            TKovTaskController::ExecuteThreadedLoop(
+                "Failing",
+                [](int start, int, int) {
+                    if (start == 0)
+                        throw EKovException("share 0 failed");
+                },
+                4, 0, tppNormal, true);
+        },
+        ThrowsMessage<EKovException>(StartsWith("share 0 failed")));
 }
 
 TEST_F(ThreadedLoop, SingleThreadSwitchRunsOneShareOnTheCaller) {

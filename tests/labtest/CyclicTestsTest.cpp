@@ -2,8 +2,13 @@
 
 #include "labtest/QBCyclicTestHelper.h"
 #include "labtest/QBProject.h"
+#include "labtest/QBTestCDSS.h"
+#include "labtest/QBTestCycTriaxial.h"
+#include "labtest/QBTestDSS.h"
+#include "labtest/QBTestGeneral.h"
 #include "objects/ObjectManager.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -12,6 +17,8 @@
 
 using namespace tw;
 using namespace tw::testing;
+using ::testing::StrEq;
+using ::testing::ThrowsMessage;
 
 namespace {
 
@@ -338,22 +345,17 @@ TEST(CyclicTests, ARunWithCyclesGivesTheDampingRatioOfTheLastCycle) {
 
 TEST(CyclicTests, CyclicPropertiesNeedACyclicTest) {
     TKovIntrinsicPropertyDeclarationList dss(&TQBTestDSS::StaticClass());
-    try {
-        TQBTestHelper::AddDerivedNumberOfCycles(dss);
-        FAIL() << "declared on a test without cycles";
-    } catch (const EQBTestException& e) {
-        EXPECT_STREQ(e.what(),
-                     "This derived property can only be added to tests implementing ICyclicTest");
-    }
+    EXPECT_THAT([&] { TQBTestHelper::AddDerivedNumberOfCycles(dss); },
+                ThrowsMessage<EQBTestException>(StrEq(
+                    "This derived property can only be added to tests implementing ICyclicTest")))
+        << "declared on a test without cycles";
     EXPECT_THROW(TQBTestHelper::AddDerivedStrainAmplitude(dss, "A", ""), EQBTestException);
     TKovIntrinsicPropertyDeclarationList general(&TQBTestGeneral::StaticClass());
-    try {
-        TQBTestHelper::AddDerivedInitialStress(general, "S", "", 0, 1);
-        FAIL() << "declared on a test without an initial stress value";
-    } catch (const EQBTestException& e) {
-        EXPECT_STREQ(e.what(), "This derived property can only be added to tests implementing "
-                               "ITestWithInitialStress");
-    }
+    EXPECT_THAT([&] { TQBTestHelper::AddDerivedInitialStress(general, "S", "", 0, 1); },
+                ThrowsMessage<EQBTestException>(
+                    StrEq("This derived property can only be added to tests implementing "
+                          "ITestWithInitialStress")))
+        << "declared on a test without an initial stress value";
     TKovIntrinsicPropertyDeclarationList cdss(&TQBTestCDSS::StaticClass());
     EXPECT_NO_THROW(TQBTestHelper::AddDerivedNumberOfCycles(cdss));
     EXPECT_EQ(dss.Count(), 0);
@@ -369,7 +371,7 @@ TEST(CyclicTests, ResetBringsAChangedTestBackToItsDefaults) {
     test->ResetToDefault(true);
     ASSERT_EQ(test->Phases().Count(), 1);
     EXPECT_EQ(test->Phases()[0].GetStressIncrement(ldXY), 0.0);
-    EXPECT_EQ(test->Phases()[0].BoundaryConditions(), TQBTestCDSS::InitialBoundaryConditions());
+    EXPECT_EQ(test->Phases()[0].BoundaryConditions(), test->CyclicKind().InitialBoundaryConditions);
     EXPECT_EQ(test->TestControlType(), tctStrain);
     EXPECT_EQ(test->StoredStressAmplitude(), 0.0);
     EXPECT_TRUE(test->GetIntrinsicPropertyByName("ShearStrainAmplitude")->IsPublished());

@@ -3,8 +3,11 @@
 #include "labtest/QBExtendedFile.h"
 #include "labtest/QBKernelRun.h"
 #include "labtest/QBProject.h"
+#include "labtest/QBTestGeneral.h"
+#include "labtest/QBTestTriaxial.h"
 #include "objects/ObjectManager.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -16,6 +19,8 @@
 
 using namespace tw;
 using namespace tw::testing;
+using ::testing::StrEq;
+using ::testing::ThrowsMessage;
 namespace fs = std::filesystem;
 
 namespace {
@@ -60,15 +65,6 @@ void ExpectGolden(const fs::path& written, const std::string& goldenName) {
     fs::copy_file(written, kept, fs::copy_options::overwrite_existing);
     ADD_FAILURE() << goldenName << " differs from its golden copy; compare with\n  diff " << golden
                   << " " << kept;
-}
-
-std::string MessageOf(const std::function<void()>& action) {
-    try {
-        action();
-    } catch (const std::exception& e) {
-        return e.what();
-    }
-    return "<no exception>";
 }
 
 // Every property of `b` has the value of that of `a`, numbers to the 15 digits of the files;
@@ -326,14 +322,15 @@ TEST_F(KernelFileFixture, TheIsotropicPreconsolidationStressFollowsTheSoilModel)
     clay.Numbers["MCCK0nc"] = -0.5; // p = 0
     EXPECT_EQ(IsotropicPreconsolidationStress(&clay, 300000, units), 1.0);
     clay.Numbers["MCCMCsl"] = 0;
-    EXPECT_EQ(MessageOf([&] { IsotropicPreconsolidationStress(&clay, 300000, units); }),
-              "The isotropic preconsolidation stress of material \"Sand\" can't be computed: "
-              "\"MCCMCsl\" is 0");
+    EXPECT_THAT([&] { IsotropicPreconsolidationStress(&clay, 300000, units); },
+                ThrowsMessage<std::exception>(StrEq(
+                    "The isotropic preconsolidation stress of material \"Sand\" can't be computed: "
+                    "\"MCCMCsl\" is 0")));
 
     clay.Model = mxsmmHardeningSoil;
     clay.Numbers = {{"HSK0nc", 0.5}};
-    EXPECT_EQ(MessageOf([&] { IsotropicPreconsolidationStress(&clay, 300000, units); }),
-              "Unexpected soil model: Hardening Soil");
+    EXPECT_THAT([&] { IsotropicPreconsolidationStress(&clay, 300000, units); },
+                ThrowsMessage<std::exception>(StrEq("Unexpected soil model: Hardening Soil")));
     THSCapAlphaFunction previous = SetHSCapAlphaFunction(
         [](const ITestMaterial&, double k0nc) { return k0nc == 0.5 ? 2.0 : 0.0; });
     EXPECT_NEAR(IsotropicPreconsolidationStress(&clay, 300000, units),
@@ -343,8 +340,9 @@ TEST_F(KernelFileFixture, TheIsotropicPreconsolidationStressFollowsTheSoilModel)
     SetHSCapAlphaFunction(previous);
 
     clay.Model = mxsmmSOInviscid;
-    EXPECT_EQ(MessageOf([&] { IsotropicPreconsolidationStress(&clay, 300000, units); }),
-              "Unexpected soil model: Sekiguchi-Ohta Inviscid");
+    EXPECT_THAT(
+        [&] { IsotropicPreconsolidationStress(&clay, 300000, units); },
+        ThrowsMessage<std::exception>(StrEq("Unexpected soil model: Sekiguchi-Ohta Inviscid")));
     EXPECT_EQ(IsotropicPreconsolidationStress(&clay, 0.0, units), 0.0); // no pressure, no model
     clay.Model = mxsmmMohrCoulomb;
     EXPECT_EQ(IsotropicPreconsolidationStress(&clay, 300000, units), 0.0);
@@ -399,8 +397,8 @@ TEST_F(KernelFileFixture, AFailedKernelInputLeavesNoStaleInputBehind) {
     Material->Model = mxsmmHardeningSoil;
     Material->Numbers["HSK0nc"] = 0.5;
     test.Property<TIPDouble>("PreconsolidationPressure").SetValue(100000);
-    EXPECT_EQ(MessageOf([&] { Project->WriteQBC(ttTriaxial); }),
-              "Unexpected soil model: Hardening Soil");
+    EXPECT_THAT([&] { Project->WriteQBC(ttTriaxial); },
+                ThrowsMessage<std::exception>(StrEq("Unexpected soil model: Hardening Soil")));
     EXPECT_FALSE(fs::exists(path));
     for (const auto& entry : fs::directory_iterator(fs::path(path).parent_path()))
         EXPECT_EQ(entry.path().filename().string().find("tokernel.qbc.tmp"), std::string::npos);
@@ -458,14 +456,15 @@ TEST_F(KernelFileFixture, AConfigurationWrittenAndReadBackGivesAnEqualTest) {
     oedometer.WriteTest(*other->OedometerTest());
     oedometer.Close();
     TQBSFile wrong(nullptr, Path("oedometer.qbs"));
-    EXPECT_EQ(MessageOf([&] { wrong.LoadTest(loaded); }),
-              "Test type in file doesn't match type of test.");
+    EXPECT_THAT(
+        [&] { wrong.LoadTest(loaded); },
+        ThrowsMessage<std::exception>(StrEq("Test type in file doesn't match type of test.")));
     EXPECT_EQ(loaded.Phases().Count(), 2);
     ExpectSameProperties(test, loaded);
     EXPECT_EQ(manager.UndoCount(), 1);
 }
 
-TEST_F(KernelFileFixture, ATestFileKeepsTheResultsAndReadsOlderVersions) {
+TEST_F(KernelFileFixture, ATestFileKeepsTheResults) {
     TQBTestBase& test = *Project->TriaxialTest();
     // The columns of a kernel result up to the excess pore pressure: time in s, strains as
     // fractions, stresses in Pa; the rest not set.
@@ -504,9 +503,11 @@ TEST_F(KernelFileFixture, ATestFileKeepsTheResultsAndReadsOlderVersions) {
     EXPECT_DOUBLE_EQ(results.GetValueByType(1, rtT), 86400);
     EXPECT_FALSE(results.GetIsSetByType(1, rtPw));
     EXPECT_DOUBLE_EQ(results.GetValueByType(1, rtSig1), -250000); // derived on reading
+}
 
-    // Version 5: the old general test ordinal, no inner radius or control type, and one set of
-    // boundary conditions for all phases.
+// Version 5: the old general test ordinal, no inner radius or control type, and one set of
+// boundary conditions for all phases.
+TEST_F(KernelFileFixture, ATestFileOfVersion5ReadsAsAGeneralTest) {
     std::ofstream(Path("old.qbt"), std::ios::binary)
         << "[header]\n5\t=file version number\nOld clay\t=materialname\nkN\t=unit of force\n"
            "m\t=unit of length\ns\t=unit of time\n\n\n\n\n[testparameters]\n4\t=general\n"
@@ -530,10 +531,14 @@ TEST_F(KernelFileFixture, ATestFileKeepsTheResultsAndReadsOlderVersions) {
     EXPECT_EQ(general->Phases()[1].GetBoundaryCondition(ldZZ), bcFixedStress);
     EXPECT_FALSE(general->ApplyMobShearStrength());
     EXPECT_EQ(general->Results().RowCount(), 1);
+}
 
-    // Test parameters of version 9 are not read by this route.
+TEST_F(KernelFileFixture, TheTestParametersOfAKernelInputAreNotReadAsATestFile) {
+    auto loaded = Make<TQBTestTriaxial>(nullptr, tm3D);
+    loaded->SetOwnedMaterial(Material->CreateStaticCopy());
     TQBTFile kernelInput(nullptr, Project->WriteQBC(ttTriaxial));
-    EXPECT_EQ(MessageOf([&] { kernelInput.LoadTest(*loaded); }),
-              "The test parameters of a file of version 9 can't be read: " +
-                  KernelWorkingDirectory() + "tokernel.qbc");
+    EXPECT_THAT([&] { kernelInput.LoadTest(*loaded); },
+                ThrowsMessage<std::exception>(
+                    StrEq("The test parameters of a file of version 9 can't be read: " +
+                          KernelWorkingDirectory() + "tokernel.qbc")));
 }

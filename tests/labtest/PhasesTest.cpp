@@ -4,10 +4,13 @@
 #include "labtest/QBProject.h"
 #include "objects/ObjectManager.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 using namespace tw;
 using namespace tw::testing;
+using ::testing::StrEq;
+using ::testing::ThrowsMessage;
 
 namespace {
 
@@ -41,15 +44,6 @@ std::vector<TQBPhase*> PhasePointers(const TQBTestBase& test) {
     for (int i = 0; i < test.Phases().Count(); ++i)
         phases.push_back(&test.Phases()[i]);
     return phases;
-}
-
-std::string MessageOf(const std::function<void()>& action) {
-    try {
-        action();
-    } catch (const std::exception& e) {
-        return e.what();
-    }
-    return "<no exception>";
 }
 
 } // namespace
@@ -185,16 +179,21 @@ TEST_F(PhasesFixture, MarkingPhasesCyclicRefusesWhatTheKernelFileCouldNotHold) {
     AddPhases(test, 5);
     test.MarkPhasesCyclic(1, 2, 2);
     Manager.ClearRevertStacks();
-    EXPECT_EQ(MessageOf([&] { test.MarkPhasesCyclic(5, 5, 2); }),
-              "Specified first cyclic phase index 5 is invalid");
-    EXPECT_EQ(MessageOf([&] { test.MarkPhasesCyclic(0, -1, 2); }),
-              "Specified last cyclic phase index -1 is invalid");
-    EXPECT_EQ(MessageOf([&] { test.MarkPhasesCyclic(4, 3, 2); }),
-              "The last cyclic phase index cannot be lower than the first cyclic phase index 4");
+    EXPECT_THAT(
+        [&] { test.MarkPhasesCyclic(5, 5, 2); },
+        ThrowsMessage<std::exception>(StrEq("Specified first cyclic phase index 5 is invalid")));
+    EXPECT_THAT(
+        [&] { test.MarkPhasesCyclic(0, -1, 2); },
+        ThrowsMessage<std::exception>(StrEq("Specified last cyclic phase index -1 is invalid")));
+    EXPECT_THAT(
+        [&] { test.MarkPhasesCyclic(4, 3, 2); },
+        ThrowsMessage<std::exception>(StrEq(
+            "The last cyclic phase index cannot be lower than the first cyclic phase index 4")));
     const std::string name = test.CyclicPhases().GetItems(0)->Name();
-    EXPECT_EQ(MessageOf([&] { test.MarkPhasesCyclic(2, 4, 2); }),
-              "The specified cyclic phases would overlap with existing cyclic phases \"" + name +
-                  "\", with first phase index 1 and last phase index 2");
+    EXPECT_THAT([&] { test.MarkPhasesCyclic(2, 4, 2); },
+                ThrowsMessage<std::exception>(StrEq(
+                    "The specified cyclic phases would overlap with existing cyclic phases \"" +
+                    name + "\", with first phase index 1 and last phase index 2")));
     EXPECT_THROW(test.MarkPhasesCyclic(0, 3, 2), EQBTestException); // encloses it
     EXPECT_EQ(Manager.UndoCount(), 0);
     test.MarkPhasesCyclic(3, 4, 0); // cycles are at least 1
@@ -285,10 +284,12 @@ TEST(Phase, IncrementPropertiesByKindAndDirection) {
     EXPECT_EQ(static_cast<TIPInteger&>(phase->GetIncrementIP(4, ldYZ)).Value(), bcFixedStress);
     EXPECT_EQ(phase->GetIncrementIP(2).Name(), "SuctionInc");
     EXPECT_EQ(phase->GetIncrementIP(3).Name(), "TempInc");
-    EXPECT_EQ(MessageOf([&] { phase->GetIncrementIP(2, ldXX); }),
-              "Increment type is not implemented with direction: 2");
-    EXPECT_EQ(MessageOf([&] { phase->GetIncrementIP(4); }),
-              "Increment type is not implemented without direction: 4");
+    EXPECT_THAT([&] { phase->GetIncrementIP(2, ldXX); },
+                ThrowsMessage<std::exception>(
+                    StrEq("Increment type is not implemented with direction: 2")));
+    EXPECT_THAT([&] { phase->GetIncrementIP(4); },
+                ThrowsMessage<std::exception>(
+                    StrEq("Increment type is not implemented without direction: 4")));
 }
 
 TEST(Increments, StoredFormRoundTripsAndRefusesWhatIsNotSixValues) {

@@ -3,6 +3,7 @@
 #include "labtest/QBBaseFile.h"
 #include "objects/ObjectManager.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -12,18 +13,12 @@
 
 using namespace tw;
 using namespace tw::testing;
+using ::testing::StartsWith;
+using ::testing::StrEq;
+using ::testing::ThrowsMessage;
 namespace fs = std::filesystem;
 
 namespace {
-
-std::string MessageOf(const std::function<void()>& action) {
-    try {
-        action();
-    } catch (const std::exception& e) {
-        return e.what();
-    }
-    return "<no exception>";
-}
 
 // A folder of its own for each test, with the units of a new project.
 struct FileFixture : ::testing::Test {
@@ -115,21 +110,25 @@ TEST_F(FileFixture, ReadingTakesTheValueAtTheLineStartAndFindsSections) {
     EXPECT_EQ(file.ReadNextLineAsString(), "Clay = soft");
     EXPECT_EQ(file.ReadNextLineAsDoubles(3), (std::vector<double>{0, -0.1, 2.5}));
     EXPECT_EQ(file.ReadNextLineAsInteger(), 1);
-    EXPECT_EQ(MessageOf([&] { file.ReadNextLineAsDouble(); }),
-              "\"x\" is not a number in line 9 of " + Path("in.txt"));
+    EXPECT_THAT([&] { file.ReadNextLineAsDouble(); },
+                ThrowsMessage<std::exception>(
+                    StrEq("\"x\" is not a number in line 9 of " + Path("in.txt"))));
     EXPECT_TRUE(file.EndOfFile());
-    EXPECT_EQ(MessageOf([&] { file.ReadNextLine(); }),
-              "Unexpected end of file " + Path("in.txt") + ": line 10 is missing");
+    EXPECT_THAT([&] { file.ReadNextLine(); },
+                ThrowsMessage<std::exception>(
+                    StrEq("Unexpected end of file " + Path("in.txt") + ": line 10 is missing")));
 
     EXPECT_FALSE(file.SetPosBySection("[results]", 0, false));
-    EXPECT_EQ(MessageOf([&] { file.SetPosBySection("[results]", 0, true); }),
-              "SetPosBySection: reached end of file before finding desired sectionname.");
+    EXPECT_THAT([&] { file.SetPosBySection("[results]", 0, true); },
+                ThrowsMessage<std::exception>(StrEq(
+                    "SetPosBySection: reached end of file before finding desired sectionname.")));
     // "cyctriaxial" holds no "[": a value is never taken for a section.
     EXPECT_FALSE(file.SetPosBySection("cyctriaxial", 0, false));
     file.SetPosBySection("[testparameters]", 0, true);
     EXPECT_EQ(file.ReadNextLineAsDoubles(1).size(), 1u);
-    EXPECT_EQ(MessageOf([&] { file.ReadNextLineAsDoubles(2); }),
-              "Line 5 of " + Path("in.txt") + " holds 1 values where 2 were expected");
+    EXPECT_THAT([&] { file.ReadNextLineAsDoubles(2); },
+                ThrowsMessage<std::exception>(StrEq("Line 5 of " + Path("in.txt") +
+                                                    " holds 1 values where 2 were expected")));
 }
 
 TEST_F(FileFixture, PositionsMoveOnlyForward) {
@@ -137,8 +136,9 @@ TEST_F(FileFixture, PositionsMoveOnlyForward) {
     file.WriteString("first");
     file.SetPos(3); // empty lines up to line 3
     file.WriteString("fourth");
-    EXPECT_EQ(MessageOf([&] { file.SetPos(2); }),
-              "SetPos: Can not move file position backwards!\n  Pos = 4\n  Value = 2");
+    EXPECT_THAT([&] { file.SetPos(2); },
+                ThrowsMessage<std::exception>(StrEq(
+                    "SetPos: Can not move file position backwards!\n  Pos = 4\n  Value = 2")));
     // Reading closes the written file first; then lines are skipped.
     file.SetPosBySection("[none]", 0, false);
     EXPECT_EQ(ReadBytes(Dir / "pos.txt"), "\xEF\xBB\xBF"
@@ -150,16 +150,19 @@ TEST_F(FileFixture, PositionsMoveOnlyForward) {
     reader.SetPos(0);
     reader.SetPos(3);
     EXPECT_EQ(reader.ReadNextLine(), "fourth");
-    EXPECT_EQ(MessageOf([&] { reader.SetPos(6); }),
-              "SetPos: reached end of file before reaching desired position.\n  File = " +
-                  Path("pos.txt"));
+    EXPECT_THAT([&] { reader.SetPos(6); },
+                ThrowsMessage<std::exception>(StrEq(
+                    "SetPos: reached end of file before reaching desired position.\n  File = " +
+                    Path("pos.txt"))));
 }
 
 TEST_F(FileFixture, OpeningFailuresSayWhatAndWhere) {
-    EXPECT_EQ(MessageOf([&] { TQBBaseFile(&Units, ""); }),
-              "TQBFile.SetName - Value parameter must not be empty!");
-    EXPECT_EQ(MessageOf([&] { TQBBaseFile(&Units, Path("absent.txt")).ReadNextLine(); }),
-              "TQBBaseFile.OpenRead: File not found:\n  " + Path("absent.txt"));
+    EXPECT_THAT([&] { TQBBaseFile(&Units, ""); },
+                ThrowsMessage<std::exception>(
+                    StrEq("TQBFile.SetName - Value parameter must not be empty!")));
+    EXPECT_THAT([&] { TQBBaseFile(&Units, Path("absent.txt")).ReadNextLine(); },
+                ThrowsMessage<std::exception>(
+                    StrEq("TQBBaseFile.OpenRead: File not found:\n  " + Path("absent.txt"))));
 
     // A folder that doesn't exist: by message, once, and the rest of the writing is dropped.
     const std::string nowhere = Path("no folder/file.qbs");
@@ -177,7 +180,8 @@ TEST_F(FileFixture, OpeningFailuresSayWhatAndWhere) {
     // Without the message box: an exception.
     TQBBaseFile file(&Units, nowhere);
     file.SetDisplayErrorBox(false);
-    EXPECT_EQ(MessageOf([&] { file.WriteString("a"); }).rfind("TQBBaseFile.OpenWrite: ", 0), 0u);
+    EXPECT_THAT([&] { file.WriteString("a"); },
+                ThrowsMessage<std::exception>(StartsWith("TQBBaseFile.OpenWrite: ")));
     EXPECT_EQ(Messages.Messages.size(), 1u);
 }
 
@@ -195,8 +199,9 @@ TEST_F(FileFixture, AFailedWriteLeavesTheFileThatWasThere) {
 
     // A write operation that failed and was caught by the caller: closing puts nothing in place.
     TQBBaseFile file(nullptr, Path("test.qbs"));
-    EXPECT_EQ(MessageOf([&] { file.WriteHeader(nullptr, 8); }),
-              "The data cannot be written without a valid system of units");
+    EXPECT_THAT([&] { file.WriteHeader(nullptr, 8); },
+                ThrowsMessage<std::exception>(
+                    StrEq("The data cannot be written without a valid system of units")));
     file.Close();
     EXPECT_EQ(ReadBytes(Dir / "test.qbs"), "good old file\n");
 
@@ -243,13 +248,17 @@ TEST_F(FileFixture, HeaderOfVersion9AndOfOlderVersions) {
 
     TQBBaseFile file(&Units, Path("bad.qbc"));
     file.SetDisplayErrorBox(false);
-    EXPECT_EQ(MessageOf([&] { file.WriteHeader(nullptr, 9); }),
-              "MaterialX is required for writing QB header for QB file version 9 or higher");
-    EXPECT_EQ(MessageOf([&] { file.WriteMaterialX(nullptr); }),
-              "Cannot write qb header for unassigned MaterialX");
+    EXPECT_THAT(
+        [&] { file.WriteHeader(nullptr, 9); },
+        ThrowsMessage<std::exception>(
+            StrEq("MaterialX is required for writing QB header for QB file version 9 or higher")));
+    EXPECT_THAT(
+        [&] { file.WriteMaterialX(nullptr); },
+        ThrowsMessage<std::exception>(StrEq("Cannot write qb header for unassigned MaterialX")));
     clay.Numbers.erase("RhoWater");
-    EXPECT_EQ(MessageOf([&] { file.WriteHeader(&clay, 9); }),
-              "The material \"Soft clay\" has no value \"RhoWater\"");
+    EXPECT_THAT([&] { file.WriteHeader(&clay, 9); },
+                ThrowsMessage<std::exception>(
+                    StrEq("The material \"Soft clay\" has no value \"RhoWater\"")));
 }
 
 TEST_F(FileFixture, ReadingAHeaderTakesItsUnitsAndWarnsOfNewerVersions) {
@@ -280,8 +289,8 @@ TEST_F(FileFixture, ReadingAHeaderTakesItsUnitsAndWarnsOfNewerVersions) {
     WriteBytes(Dir / "odd.qbc",
                "[header]\n8\t=file version number\nSand\t=materialname\n"
                "kilonewton\t=unit of force\nm\t=unit of length\ns\t=unit of time\n");
-    EXPECT_EQ(MessageOf([&] { TQBBaseFile(nullptr, Path("odd.qbc")).ReadHeader(); }),
-              "Unknown project unit: kilonewton");
+    EXPECT_THAT([&] { TQBBaseFile(nullptr, Path("odd.qbc")).ReadHeader(); },
+                ThrowsMessage<std::exception>(StrEq("Unknown project unit: kilonewton")));
 }
 
 TEST_F(FileFixture, TheMaterialWriterFillsTheBlocksBehindTheHeader) {

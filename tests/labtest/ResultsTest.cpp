@@ -3,6 +3,7 @@
 #include "labtest/QBRFile.h"
 #include "labtest/QBTestBase.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -12,6 +13,8 @@
 
 using namespace tw;
 using namespace tw::testing;
+using ::testing::StrEq;
+using ::testing::ThrowsMessage;
 namespace fs = std::filesystem;
 
 namespace {
@@ -190,12 +193,8 @@ TEST(Results, OldRowObjectsLoadByColumnName) {
     EXPECT_TRUE(results->GetIsSelectedRow(1));
     EXPECT_FALSE(results->GetIsSelectedRow(0));
     EXPECT_TRUE(results->HasSelectedRange());
-    try {
-        results->LoadFromList({&bad});
-        FAIL();
-    } catch (const EQBResultsException& e) {
-        EXPECT_STREQ(e.what(), "Unexpected legacy IP type encountered");
-    }
+    EXPECT_THAT([&] { results->LoadFromList({&bad}); },
+                ThrowsMessage<EQBResultsException>(StrEq("Unexpected legacy IP type encountered")));
 }
 
 TEST(Results, TheLabReadsWhatOurKernelWrites) {

@@ -1,6 +1,9 @@
 #include "LabTestSupport.h"
 
 #include "labtest/QBProject.h"
+#include "labtest/QBTestDSS.h"
+#include "labtest/QBTestGeneral.h"
+#include "labtest/QBTestPressuremeter.h"
 #include "objects/ObjectManager.h"
 
 #include <gtest/gtest.h>

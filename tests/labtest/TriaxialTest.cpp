@@ -2,14 +2,18 @@
 
 #include "labtest/QBProject.h"
 #include "labtest/QBTestList.h"
+#include "labtest/QBTestTriaxial.h"
 #include "objects/ObjectManager.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <cmath>
 
 using namespace tw;
 using namespace tw::testing;
+using ::testing::StrEq;
+using ::testing::ThrowsMessage;
 
 namespace {
 TQBTestTriaxial& Triaxial(TQBProject& project) {
@@ -228,11 +232,8 @@ TEST(Triaxial, EveryChangeIsOneUndoStep) {
 
 TEST(Triaxial, FactoryAndCloneAndListLookups) {
     EXPECT_THROW(CreateTest(static_cast<TQBTestType>(9), nullptr, tm3D), EQBTestException);
-    try {
-        CreateTest(static_cast<TQBTestType>(9), nullptr, tm3D);
-    } catch (const EQBTestException& e) {
-        EXPECT_STREQ(e.what(), "Unknown test type: 9");
-    }
+    EXPECT_THAT([] { CreateTest(static_cast<TQBTestType>(9), nullptr, tm3D); },
+                ThrowsMessage<EQBTestException>(StrEq("Unknown test type: 9")));
     for (int type = 0; type < QBTestTypeCount; ++type)
         EXPECT_EQ(CreateTest(static_cast<TQBTestType>(type), nullptr, tm2D)->TestType(), type);
 

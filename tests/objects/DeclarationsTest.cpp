@@ -1,17 +1,17 @@
 #include "TestThing.h"
 
 #include "objects/AccessStrategies.h"
-#include "objects/ComparisonUtils.h"
 #include "objects/IntrinsicPropertyKinds.h"
+#include "objects/IntrinsicPropertyList.h"
 #include "objects/IntrinsicPropertyRegistries.h"
-#include "objects/IntrinsicPropertyTools.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
-
-#include <cmath>
 
 using namespace tw;
 using namespace tw::testing;
+using ::testing::StrEq;
+using ::testing::ThrowsMessage;
 
 namespace {
 // A chain of classes used only by the modifier test, so that their declarations are built there.
@@ -44,10 +44,6 @@ struct THidingModifier : TIntrPropDeclarationsModifier {
     std::string Name;
     int& Calls;
 };
-
-double One(const TKovIntrinsicProperty&) {
-    return 1;
-}
 } // namespace
 
 TEST(Declarations, ListsFindByCleanNameAfterEveryReshuffle) {
@@ -87,14 +83,10 @@ TEST(Declarations, ListsFindByCleanNameAfterEveryReshuffle) {
     // A class's list can be given only once.
     TTestThing::StaticClass().Declarations();
     auto replacement = std::make_unique<TKovIntrinsicPropertyDeclarationList>();
-    try {
-        TTestThing::StaticClass().RegisterDeclarations(std::move(replacement));
-        FAIL();
-    } catch (const EIntrinsicPropertyDeclarationError& e) {
-        EXPECT_STREQ(
-            e.what(),
-            "Intrinsic property declaration list for class TTestThing already registered!");
-    }
+    EXPECT_THAT(
+        [&] { TTestThing::StaticClass().RegisterDeclarations(std::move(replacement)); },
+        ThrowsMessage<EIntrinsicPropertyDeclarationError>(
+            StrEq("Intrinsic property declaration list for class TTestThing already registered!")));
 }
 
 TEST(Declarations, PropertyListsFindByNameEvenWhenOutOfStepWithTheDeclarations) {
@@ -119,20 +111,14 @@ TEST(Declarations, RegistriesOfDeclarationClassesAndModelClasses) {
     auto made = IPDoubleWithUnitDeclarationClass.Create("Made", TIPDoubleWithUnit::StaticClass());
     EXPECT_EQ(made->DeclarationTypeName(), std::string("DeclarationDoubleWithUnit"));
     static const TIPDeclarationClass other{"TOtherDeclaration", "DeclarationInteger", nullptr};
-    try {
-        declarations.RegisterClass(&other);
-        FAIL();
-    } catch (const EClassRegistryException& e) {
-        EXPECT_STREQ(e.what(), "Cannot register two classes by the name DeclarationInteger. "
-                               "Already registered: TIPIntegerDeclaration, new request to "
-                               "register: TOtherDeclaration");
-    }
-    try {
-        declarations.RegisterClass(&other, "1st");
-        FAIL();
-    } catch (const EClassRegistryException& e) {
-        EXPECT_STREQ(e.what(), "Invalid registration name \"1st\" for class TOtherDeclaration");
-    }
+    EXPECT_THAT([&] { declarations.RegisterClass(&other); },
+                ThrowsMessage<EClassRegistryException>(
+                    StrEq("Cannot register two classes by the name DeclarationInteger. "
+                          "Already registered: TIPIntegerDeclaration, new request to "
+                          "register: TOtherDeclaration")));
+    EXPECT_THAT([&] { declarations.RegisterClass(&other, "1st"); },
+                ThrowsMessage<EClassRegistryException>(
+                    StrEq("Invalid registration name \"1st\" for class TOtherDeclaration")));
 
     TKovObjectClassRegistry registry;
     registry.RegisterClass(&TTestThing::StaticClass());
@@ -223,12 +209,9 @@ TEST(Declarations, TheDefaultAccessStrategyReadsAndWritesEveryKind) {
     strategyOf("Text").SetValue(std::string("say \"hi\""));
     EXPECT_EQ(strategyOf("Text").GetAsCommandParam(), "\"say \"\"hi\"\"\"");
     EXPECT_EQ(strategyOf("Number").CompareValue(3.0), 1);
-    try {
-        strategyOf("Flag").SetValue(int32_t(1));
-        FAIL();
-    } catch (const EIntrinsicPropertyAssignError& e) {
-        EXPECT_STREQ(e.what(), "TASIP_Default.DoGetValue called with wrong var type");
-    }
+    EXPECT_THAT([&] { strategyOf("Flag").SetValue(int32_t(1)); },
+                ThrowsMessage<EIntrinsicPropertyAssignError>(
+                    StrEq("TASIP_Default.DoGetValue called with wrong var type")));
     EXPECT_THROW(strategyOf("Ref").SetValue(std::string("x")), EIntrinsicPropertyAssignError);
     strategyOf("Ref").SetValue(static_cast<TKovObject*>(thing.get()));
     EXPECT_EQ(strategyOf("Ref").GetValueText(), thing->Name());
@@ -256,103 +239,6 @@ TEST(Declarations, TheDefaultAccessStrategyReadsAndWritesEveryKind) {
     EXPECT_FALSE(other->Number().CreateAccessStrategy()->AllowEdit());
     EXPECT_TRUE(other->GetIntrinsicPropertyByName("Text")->ReadOnly_Internal());
     EXPECT_FALSE(other->GetIntrinsicPropertyByName("Text")->IsPublished());
-}
-
-TEST(Declarations, ValueToolsAndComparisons) {
-    auto thing = Make<TKindsThing>(nullptr);
-    auto child = Make<TKindsThing>(nullptr);
-    child->SetParent(thing.get());
-    auto& table = thing->Property<TIPTable>("Table");
-    table.SetColCount(2);
-    table.SetValues({1, 2, 3, 4});
-    EXPECT_EQ(TIntrinsicPropertyTools::GetIndexInOwner(table),
-              thing->IntrinsicPropertyDeclarations().GetIndexOfDeclarationFor("Table"));
-    EXPECT_EQ(TIntrinsicPropertyTools::GetRootObject(&child->Property<TIPColor>("Colour")),
-              thing.get());
-
-    const TValue rows = TIntrinsicPropertyTools::GetValueAsTValue(table);
-    ASSERT_TRUE(rows.IsArray());
-    EXPECT_EQ(rows.As<TValue::TArray>()[1].As<TValue::TArray>()[0].As<double>(), 3.0);
-    // A colour is an integer, found through the ancestor's getter.
-    EXPECT_EQ(TIntrinsicPropertyTools::GetValueAsTValue(thing->Property<TIPColor>("Colour"))
-                  .As<int64_t>(),
-              0);
-    EXPECT_EQ(TIntrinsicPropertyTools::GetDefaultValueAsTValue(table).As<TValue::TArray>().size(),
-              0u);
-
-    TKovIntrinsicPropertyDeclarationList list;
-    list.AddOfKind<TIPStaged>("Staged");
-    std::unique_ptr<TKovIntrinsicProperty> staged(list[0].CreateInstanceOfProperty(nullptr));
-    try {
-        TIntrinsicPropertyTools::GetValueAsTValue(*staged);
-        FAIL();
-    } catch (const EIntrinsicPropertyException& e) {
-        EXPECT_STREQ(e.what(), "Unable to get the value of intrinsic property Staged of type "
-                               "TIPStaged as TValue!. The TValue getter for this type or its "
-                               "ancesstor(s) is not registered!");
-    }
-    TIntrinsicPropertyTools::RegisterTValueGetterFunctionForClasses(
-        {&TIPStaged::StaticClass()}, [](const TKovIntrinsicProperty&) { return TValue("staged"); });
-    EXPECT_EQ(TIntrinsicPropertyTools::GetValueAsTValue(*staged).As<std::string>(), "staged");
-
-    std::vector<TVarRec> records;
-    TIntrinsicPropertyTools::AppendIPValueToVarRecArray(thing->Property<TIPColor>("Colour"),
-                                                        records);
-    EXPECT_EQ(records.size(), 1u);
-    try {
-        TIntrinsicPropertyTools::AppendIPValueToVarRecArray(table, records);
-        FAIL();
-    } catch (const EIntrinsicPropertyException& e) {
-        EXPECT_STREQ(e.what(), "Unable to save the value of intrinsic property Table");
-    }
-
-    auto a = Make<TTestThing>(nullptr), b = Make<TTestThing>(nullptr);
-    a->Number().SetValue(1);
-    b->Number().SetValue(2);
-    EXPECT_EQ(TIntrinsicPropertyTools::CompareIPValue(a->Number(), b->Number()), -1);
-    b->Number().SetValue(1 + 1e-16);
-    EXPECT_EQ(TIntrinsicPropertyTools::CompareIPValue(a->Number(), b->Number()), 0);
-    a->Property<TIPText>("Text").SetValue("b");
-    b->Property<TIPText>("Text").SetValue("a");
-    EXPECT_EQ(TIntrinsicPropertyTools::CompareIPValue(a->Property<TIPText>("Text"),
-                                                      b->Property<TIPText>("Text")),
-              1);
-    try {
-        TIntrinsicPropertyTools::CompareIPValue(a->Number(), a->Choice());
-        FAIL();
-    } catch (const EIntrinsicPropertyException& e) {
-        EXPECT_STREQ(e.what(), "Type mismatch between IP values");
-    }
-
-    using A = TValue::TArray;
-    EXPECT_EQ(TIntrinsicPropertyTools::CompareTValues(int32_t(2), 2.0), 0);
-    EXPECT_EQ(TIntrinsicPropertyTools::CompareTValues(A{1.0, 2.0}, A{1.0, 3.0}), -1);
-    EXPECT_EQ(TIntrinsicPropertyTools::CompareTValues(A{1.0, 2.0}, A{1.0}), 1);
-    try {
-        TIntrinsicPropertyTools::CompareTValues(A{1.0}, 1.0);
-        FAIL();
-    } catch (const EIntrinsicPropertyException& e) {
-        EXPECT_STREQ(e.what(), "Cannot compare arrays to non-arrays.");
-    }
-
-    TDoubleEqualityEvaluator evaluator;
-    try {
-        evaluator.Evaluate(1, 2.5, "pressure");
-        FAIL();
-    } catch (const EComparisonException& e) {
-        EXPECT_STREQ(e.what(),
-                     "Unable to compare the values 1 and 2.5, no evaluation function is defined!");
-    }
-    evaluator.AddEvaluationFunction("pressure",
-                                    [](double x, double y) { return std::fabs(x - y) < 1; });
-    EXPECT_TRUE(evaluator.Evaluate(1, 1.5, "pressure"));
-    EXPECT_TRUE(TCaseInsensitiveStringComparer::Equals("Phase_1", "PHASE_1"));
-    EXPECT_FALSE(TCaseInsensitiveStringComparer::Equals("Phase_1", "Phase_10"));
-    EXPECT_EQ(TCaseInsensitiveStringComparer::Hash("AbC"),
-              TCaseInsensitiveStringComparer::Hash("aBc"));
-    std::function<double(const TKovIntrinsicProperty&)> f = &One, g = &One, empty;
-    EXPECT_TRUE(TAnonymousFunctionComparer::AreEqual(f, g));
-    EXPECT_FALSE(TAnonymousFunctionComparer::AreEqual(f, empty));
 }
 
 TEST(Declarations, CopyOptionsDecideWhatIsCopied) {
@@ -405,8 +291,19 @@ TEST(Declarations, CopyOptionsDecideWhatIsCopied) {
     EXPECT_EQ(copied->Property<TIPDouble>("Weight").Value(), 4);
     manager.Undo(); // the feature's value comes back with the step
     EXPECT_EQ(copied->Property<TIPDouble>("Weight").Value(), 3);
+}
 
-    // Same values include the features.
+TEST(Declarations, SameValuesIncludeTheFeaturesAndTheNameOnlyWhenAsked) {
+    using O = TKovObservableObject;
+    TKovObjectManager manager;
+    auto sub = Make<TTestSubThing>(&manager);
+    sub->Number().SetValue(8);
+    sub->Property<TIPDouble>("Extra").SetValue(6);
+    sub->Property<TIPText>("Comments").SetValue("sub's");
+    auto feature = Make<TTestFeature>(&manager);
+    feature->Property<TIPDouble>("Weight").SetValue(4);
+    sub->UserFeatures().Add(feature.release());
+
     auto twin = Make<TTestSubThing>(nullptr);
     twin->CopyIntrinsicPropertiesFrom(*sub, O::cipoIncludeReadonly);
     EXPECT_FALSE(twin->HasSameIntrinsicPropertyValues(*sub)); // sub has a feature
@@ -418,8 +315,12 @@ TEST(Declarations, CopyOptionsDecideWhatIsCopied) {
     EXPECT_FALSE(lone->HasSameIntrinsicPropertyValues(*twin, true));
     EXPECT_TRUE(lone->HasSameIntrinsicPropertyValues(
         *sub, false, [](const TKovIntrinsicProperty& p) { return p.Name() == "UserFeatures"; }));
+}
 
-    // Writable again, with or without what was declared read-only.
+TEST(Declarations, AllPropertiesBecomeWritableWithOrWithoutTheDeclaredReadOnlyOnes) {
+    TKovObjectManager manager;
+    auto base = Make<TTestThing>(&manager);
+    base->Number().SetReadOnly(true);
     base->MakeAllPropertiesWritable(true);
     EXPECT_FALSE(base->Number().ReadOnly());
     EXPECT_TRUE(base->GetIntrinsicPropertyByName("TypeName")->ReadOnly_Internal());

@@ -1,9 +1,12 @@
 #include "objects/KovValues.h"
 #include "objects/ObjectManager.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 using namespace tw;
+using ::testing::StrEq;
+using ::testing::ThrowsMessage;
 
 TEST(KovValues, ElementsAndSlicesIncludeBothBounds) {
     auto values = Make<TKovValuesWithUnit>(nullptr, qtPressure, std::vector<double>{1, 2.5, -3, 4});
@@ -27,13 +30,10 @@ TEST(KovValues, ElementsAndSlicesIncludeBothBounds) {
 TEST(KovValues, TheListOfAManagerExistsBetweenInitializeAndUninitialize) {
     TKovObjectManager manager;
     TKovObjectManager other;
-    try {
-        TKovValuesList::GetInstance(&manager);
-        FAIL() << "no list yet";
-    } catch (const EKovValuesException& e) {
-        EXPECT_STREQ(e.what(),
-                     "Instance does not exist. Use InitializeInstance before GetInstance.");
-    }
+    EXPECT_THAT([&] { TKovValuesList::GetInstance(&manager); },
+                ThrowsMessage<EKovValuesException>(
+                    StrEq("Instance does not exist. Use InitializeInstance before GetInstance.")))
+        << "no list yet";
     TKovValuesList::InitializeInstance(&manager);
     TKovValuesList& list = TKovValuesList::GetInstance(&manager);
     TKovValuesList::InitializeInstance(&manager); // keeps the list and what it holds

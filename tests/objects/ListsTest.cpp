@@ -3,10 +3,13 @@
 #include "objects/ClassObjectAssociations.h"
 #include "objects/RadixTree.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 using namespace tw;
 using namespace tw::testing;
+using ::testing::StrEq;
+using ::testing::ThrowsMessage;
 
 namespace {
 struct Lists : ::testing::Test {
@@ -143,7 +146,7 @@ TEST_F(Lists, AReferenceListResolvesStoredGuidsWhenTheTargetsRegister) {
     EXPECT_EQ(references->GetItem(0), loaded[1].get());
 }
 
-TEST_F(Lists, ObservableListsAndTheirWalks) {
+TEST_F(Lists, ObservableListsReportItemChangesAndWatchLaterItems) {
     auto list = Quietly<TKovObservableObjectList>(&Manager, true);
     TTestThing* a = Named("A");
     {
@@ -162,17 +165,15 @@ TEST_F(Lists, ObservableListsAndTheirWalks) {
     list->Add(b);
     b->Number().SetValue(3);
     EXPECT_EQ(contentObserver.Count, 1); // later items are watched too
-    try {
-        list->NotifyItem(a, 7);
-        FAIL();
-    } catch (const EKovListException& e) {
-        EXPECT_STREQ(e.what(), "Unexpected list action: 7");
-    }
+    EXPECT_THAT([&] { list->NotifyItem(a, 7); },
+                ThrowsMessage<EKovListException>(StrEq("Unexpected list action: 7")));
     EXPECT_EQ(list->GetItemAs<TTestThing>(1), b);
     list->DetachObserverFromAllContents(&contentObserver);
     list->DetachObserver(&listObserver);
+}
 
-    // A walk of an enumerable list: removals ahead are skipped, insertions visited.
+// A walk of an enumerable list: removals ahead are skipped, insertions visited.
+TEST(ObjectListGenerator, SkipsRemovalsAheadAndVisitsInsertionsAtTheEnd) {
     TEnumerableObjectList<int> numbers;
     int one = 1, two = 2, three = 3, four = 4;
     numbers.AddUnique(&one);
@@ -195,13 +196,12 @@ TEST_F(Lists, ObservableListsAndTheirWalks) {
     }
     EXPECT_EQ(seen, (std::vector<int>{1, 2, 3}));
     EXPECT_EQ(numbers.ListenerCount(), 0u);
+}
+
+TEST(ObjectListGenerator, RefusesToWalkWithoutAList) {
     TObjectListGenerator<int> unassigned(nullptr);
-    try {
-        unassigned.Next();
-        FAIL();
-    } catch (const EEnumerableObjectList& e) {
-        EXPECT_STREQ(e.what(), "Unassigned TObjectListGenerator.FGeneratedList");
-    }
+    EXPECT_THAT([&] { unassigned.Next(); }, ThrowsMessage<EEnumerableObjectList>(StrEq(
+                                                "Unassigned TObjectListGenerator.FGeneratedList")));
 }
 
 TEST(RadixTree, SplitsAndFindsKeysSharingPrefixes) {

@@ -1,9 +1,17 @@
 #include "TestThing.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
+
+#include "objects/UpdateBracket.h"
+#include "services/Log.h"
+
+#include <stdexcept>
 
 using namespace tw;
 using namespace tw::testing;
+using ::testing::StrEq;
+using ::testing::ThrowsMessage;
 
 TEST(Observers, WalkSurvivesObserversLeavingAndJoiningDuringNotification) {
     TObservable observable;
@@ -61,12 +69,9 @@ TEST(Observers, EndlessNestingIsStoppedWithAClearMessage) {
     TObservable observable;
     TObserver recursive([&](TNotifySender) { observable.NotifyObservers(); });
     observable.AttachObserver(&recursive);
-    try {
-        observable.NotifyObservers();
-        FAIL();
-    } catch (const EEnumerableObjectList& e) {
-        EXPECT_STREQ(e.what(), "Too many concurrent listeners. Perhaps infinite recursion?");
-    }
+    EXPECT_THAT([&] { observable.NotifyObservers(); },
+                ThrowsMessage<EEnumerableObjectList>(
+                    StrEq("Too many concurrent listeners. Perhaps infinite recursion?")));
     // The walks unwound: the list works normally afterwards.
     observable.DetachObserver(&recursive);
     TCountingObserver counting;
@@ -91,4 +96,48 @@ TEST(Observers, UpdateBracketsCoalesceIntoOneNotification) {
     observable.BeginUpdate();
     observable.EndUpdate(); // nothing suppressed, nothing sent
     EXPECT_EQ(observer.Count, 1);
+}
+
+TEST(UpdateBracket, OneNotificationForAllChangesAndNoExceptionFromTheDestructor) {
+    TObservable observable;
+    int heard = 0;
+    bool observerFails = false;
+    TObserver observer([&](TNotifySender) {
+        ++heard;
+        if (observerFails)
+            throw std::runtime_error("observer fails");
+    });
+    observable.AttachObserver(&observer);
+    {
+        TUpdateBracket update(observable);
+        observable.NotifyObservers();
+        observable.NotifyObservers();
+        EXPECT_EQ(heard, 0);
+        update.Close();
+    }
+    EXPECT_EQ(heard, 1);
+
+    // Closing lets the observer's failure through...
+    observerFails = true;
+    TUpdateBracket failing(observable);
+    observable.NotifyObservers();
+    EXPECT_THROW(failing.Close(), std::runtime_error);
+    EXPECT_EQ(observable.LockLevel(), 0);
+
+    // ...while a bracket left by an exception ends the update, logs, and lets the first
+    // exception pass.
+    std::vector<std::string> logged;
+    TLogSink previous = SetLogSink([&](const std::string& message) { logged.push_back(message); });
+    EXPECT_THROW(
+        {
+            TUpdateBracket update(&observable);
+            observable.NotifyObservers();
+            throw std::logic_error("the action fails");
+        },
+        std::logic_error);
+    SetLogSink(previous);
+    EXPECT_EQ(observable.LockLevel(), 0);
+    ASSERT_EQ(logged.size(), 1u);
+    EXPECT_EQ(logged[0], "ending an update failed: observer fails");
+    observable.DetachObserver(&observer);
 }

@@ -1,9 +1,12 @@
 #include "TestThing.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 using namespace tw;
 using namespace tw::testing;
+using ::testing::StrEq;
+using ::testing::ThrowsMessage;
 
 TEST(Properties, LimitsDefaultsAndInitialisation) {
     auto thing = Make<TTestThing>(nullptr);
@@ -71,20 +74,15 @@ TEST(Properties, ReadOnlyIsAdviceButAPermanentlyReadOnlyOwnerRefuses) {
 
     thing->SetName("Owner");
     thing->SetPermanentlyReadOnly(true);
-    try {
-        thing->Number().SetValue(4);
-        FAIL() << "expected a refusal";
-    } catch (const EIntrinsicPropertyAssignError& e) {
-        EXPECT_STREQ(e.what(), "Cannot modify Number while owner Owner is marked as read-only");
-    }
+    EXPECT_THAT([&] { thing->Number().SetValue(4); },
+                ThrowsMessage<EIntrinsicPropertyAssignError>(
+                    StrEq("Cannot modify Number while owner Owner is marked as read-only")))
+        << "expected a refusal";
     EXPECT_EQ(thing->Number().Value(), 3);
-    try {
-        thing->SetPermanentlyReadOnly(false);
-        FAIL();
-    } catch (const EKovException& e) {
-        EXPECT_STREQ(e.what(), "Object Owner is marked as permanently read-only, cannot modify "
-                               "back to non-readonly");
-    }
+    EXPECT_THAT([&] { thing->SetPermanentlyReadOnly(false); },
+                ThrowsMessage<EKovException>(
+                    StrEq("Object Owner is marked as permanently read-only, cannot modify "
+                          "back to non-readonly")));
 }
 
 TEST(Properties, EnumerationsMatchOrdinalsAndCompactTexts) {
@@ -98,13 +96,10 @@ TEST(Properties, EnumerationsMatchOrdinalsAndCompactTexts) {
     choice.SetStrValue("Gamma-Ray");
     EXPECT_EQ(choice.StrValueCompact(), "gammaray");
     EXPECT_EQ(choice.ValueCaption(), "γ");
-    try {
-        choice.SetStrValue("Delta");
-        FAIL();
-    } catch (const EIntrinsicPropertyAssignError& e) {
-        EXPECT_STREQ(e.what(), "Invalid value: \"Delta\". Allowed values are: \"alpha\", "
-                               "\"beta\", \"gammaray\" or ordinal value.");
-    }
+    EXPECT_THAT([&] { choice.SetStrValue("Delta"); },
+                ThrowsMessage<EIntrinsicPropertyAssignError>(
+                    StrEq("Invalid value: \"Delta\". Allowed values are: \"alpha\", "
+                          "\"beta\", \"gammaray\" or ordinal value.")));
     EXPECT_THROW(choice.SetIntValue(3), EIntrinsicPropertyAssignError);
 
     // Visibility changes need a snapshot of their own.
@@ -116,12 +111,9 @@ TEST(Properties, EnumerationsMatchOrdinalsAndCompactTexts) {
     EXPECT_EQ(choice.AllowedStringValues(), "\"alpha\", \"gammaray\"");
     EXPECT_EQ(choice.GetStrValueAsIndexIfValid("beta", true), -1);
     EXPECT_EQ(choice.GetStrValueAsIndexIfValid("beta", false), 1);
-    try {
-        choice.SetIntValue(1);
-        FAIL();
-    } catch (const EIntrinsicPropertyAssignError& e) {
-        EXPECT_STREQ(e.what(), "Invalid value 1 for Choice, value is disabled");
-    }
+    EXPECT_THAT([&] { choice.SetIntValue(1); },
+                ThrowsMessage<EIntrinsicPropertyAssignError>(
+                    StrEq("Invalid value 1 for Choice, value is disabled")));
     // While the stacks are locked (a revert, a load) any earlier value can come back.
     manager.LockRevert();
     choice.SetIntValue(1);
@@ -135,13 +127,13 @@ TEST(Properties, EnumerationDeclarationsAreCheckedWhenMade) {
         list.AddEnumeration("E", std::move(strings), 0, "", std::move(captions));
     };
     EXPECT_THROW(make({}), EIntrinsicPropertyDeclarationError);
-    try {
-        make({"a", "12"});
-        FAIL();
-    } catch (const EIntrinsicPropertyDeclarationError& e) {
-        EXPECT_STREQ(e.what(), "Enumeration E is not allowed to have string values that look as "
-                               "integer, but found value \"12\" at position 1");
-    }
+    EXPECT_THAT(
+        [&] {
+            make({"a", "12"});
+        },
+        ThrowsMessage<EIntrinsicPropertyDeclarationError>(
+            StrEq("Enumeration E is not allowed to have string values that look as "
+                  "integer, but found value \"12\" at position 1")));
     EXPECT_THROW(make({"Gamma Ray", "gamma-ray"}), EIntrinsicPropertyDeclarationError);
     EXPECT_THROW(make({"a", "b"}, {"A"}), EIntrinsicPropertyDeclarationError);
     TKovIntrinsicPropertyDeclarationList list;

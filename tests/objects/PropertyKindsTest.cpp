@@ -2,6 +2,7 @@
 
 #include "objects/IntrinsicPropertyKinds.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -9,6 +10,8 @@
 
 using namespace tw;
 using namespace tw::testing;
+using ::testing::StrEq;
+using ::testing::ThrowsMessage;
 
 namespace {
 struct Kinds : ::testing::Test {
@@ -118,12 +121,8 @@ TEST_F(Kinds, TablesRebuildRowsAndUndoAsOneValue) {
     EXPECT_EQ(curve.ColCount(), 2);
     curve.SetPoints({0, 1, 2}, {10, 11, 12});
     EXPECT_EQ(curve.GetY(2), 12);
-    try {
-        curve.GetY(3);
-        FAIL();
-    } catch (const EIntrinsicPropertyException& e) {
-        EXPECT_STREQ(e.what(), "GetY index out of range");
-    }
+    EXPECT_THAT([&] { curve.GetY(3); },
+                ThrowsMessage<EIntrinsicPropertyException>(StrEq("GetY index out of range")));
     EXPECT_THROW(curve.GetX(-1), EIntrinsicPropertyException);
     EXPECT_THROW(curve.SetPoints({1}, {}), EIntrinsicPropertyAssignError);
 }
@@ -131,14 +130,11 @@ TEST_F(Kinds, TablesRebuildRowsAndUndoAsOneValue) {
 TEST_F(Kinds, ImagesKnowTheirFormatAndRefuseOtherData) {
     auto& picture = Get<TIPImage>("Picture");
     auto expectInvalid = [&] {
-        try {
-            picture.GetNewGraphic();
-            FAIL() << "expected the data to be refused";
-        } catch (const EIPImageException& e) {
-            EXPECT_STREQ(
-                e.what(),
-                "Image data cannot be converted to a graphic. The binary data is invalid.");
-        }
+        EXPECT_THAT(
+            [&] { picture.GetNewGraphic(); },
+            ThrowsMessage<EIPImageException>(
+                StrEq("Image data cannot be converted to a graphic. The binary data is invalid.")))
+            << "expected the data to be refused";
     };
     expectInvalid(); // empty
     picture.SetValue(Bytes({0x89, 'P', 'N', 'G', 0x0D, 0x0A, 0x1A, 0x0A, 0, 0, 0, 13,
@@ -259,10 +255,7 @@ TEST(DerivedDeclarations, CompareByFunctionIdentityAndCopyTheirMultiselectForm) 
     auto& x = plain.AddDouble("X", 0, "c", 1, 2);
     EXPECT_TRUE(x.IsIdentical(*x.CreateDuplicate("Y", "c")));
     auto& i = plain.AddInteger("I");
-    try {
-        x.Assign(i);
-        FAIL();
-    } catch (const EIntrinsicPropertyDeclarationError& e) {
-        EXPECT_STREQ(e.what(), "Cannot assign from a DeclarationInteger to a DeclarationDouble");
-    }
+    EXPECT_THAT([&] { x.Assign(i); },
+                ThrowsMessage<EIntrinsicPropertyDeclarationError>(
+                    StrEq("Cannot assign from a DeclarationInteger to a DeclarationDouble")));
 }

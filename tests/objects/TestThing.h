@@ -1,7 +1,8 @@
 #pragma once
 // A small observable class with one property of each kind, for the object framework's tests.
 
-#include "objects/IntrinsicProperty.h"
+#include "objects/IntrinsicPropertyDeclarationList.h"
+#include "objects/IntrinsicPropertyDerivedKinds.h"
 #include "objects/KovObjectLists.h"
 #include "objects/ObjectManager.h"
 

@@ -1,9 +1,18 @@
 #include "TestThing.h"
 
+#include "objects/RevertStacks.h"
+#include "services/Log.h"
+
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
+
+#include <stdexcept>
 
 using namespace tw;
 using namespace tw::testing;
+using ::testing::StartsWith;
+using ::testing::StrEq;
+using ::testing::ThrowsMessage;
 
 namespace {
 // A project-like fixture: a manager whose construction work is not an undo step.
@@ -66,13 +75,10 @@ TEST_F(UndoFixture, OneSnapshotKeepsTheFirstValueAndEmptyOnesVanish) {
     EXPECT_EQ(Manager.UndoCount(), 1);
     EXPECT_EQ(Manager.RedoCount(), redo);
 
-    try {
-        Manager.UndoEndSnapshot();
-        FAIL();
-    } catch (const ERevertStackException& e) {
-        EXPECT_TRUE(std::string(e.what()).starts_with(
-            "Unbalanced call to TKovUndoStack.EndSnapshot for undo stack named \"Undo stack of"));
-    }
+    EXPECT_THAT(
+        [&] { Manager.UndoEndSnapshot(); },
+        ThrowsMessage<ERevertStackException>(StartsWith(
+            "Unbalanced call to TKovUndoStack.EndSnapshot for undo stack named \"Undo stack of")));
     Manager.UndoBeginSnapshot("Open");
     EXPECT_THROW(Manager.ClearRevertStacks(), EKovException);
     Manager.UndoEndSnapshot();
@@ -299,7 +305,7 @@ TEST_F(UndoFixture, AStepWhoseObjectIsGoneUndoesTheRestSafely) {
     EXPECT_EQ(Manager.RedoCount(), 0);
 }
 
-TEST_F(UndoFixture, DiagnosisTracesAndTheMessagesOfMisuse) {
+TEST_F(UndoFixture, DiagnosisReportsStacksThatChangedDuringARead) {
     auto thing = Make();
     TProjectRevertStackDiagnosis diagnosis;
     std::string report;
@@ -311,46 +317,110 @@ TEST_F(UndoFixture, DiagnosisTracesAndTheMessagesOfMisuse) {
     EXPECT_EQ(report, "Revert stacks changed during a read: undo 0 -> 1, redo 0 -> 0");
     diagnosis.PushCurrentStackState(&Manager);
     EXPECT_TRUE(diagnosis.PopAndVerifyCurrentStackState("nothing"));
+}
 
+TEST_F(UndoFixture, ClearingTheStacksIsTraced) {
+    auto thing = Make();
+    thing->Number().SetValue(1);
     std::vector<std::string> traces;
     SetRevertTrace([&](const std::string& text) { traces.push_back(text); });
     Manager.ClearRevertStacks();
     SetRevertTrace(nullptr);
     EXPECT_EQ(traces, (std::vector<std::string>{"+++ Revert stacks cleared!"}));
+    EXPECT_EQ(Manager.UndoCount(), 0);
+}
 
+TEST_F(UndoFixture, ANegativeStackSizeKeepsNoSteps) {
+    auto thing = Make();
     Manager.SetMaxRevertStack(-3);
     EXPECT_EQ(Manager.MaxRevertStack(), 0);
     thing->Number().SetValue(2); // a stack of no steps keeps nothing
     EXPECT_EQ(Manager.UndoCount(), 0);
     EXPECT_EQ(thing->Number().Value(), 2);
+}
 
+TEST_F(UndoFixture, MisuseOfTheMementosAndOfTheLockIsRefusedWithItsMessage) {
+    auto thing = Make();
     TKovRevertObjectMapList_Memento snapshot("x");
-    try {
-        snapshot.Clear(static_cast<TRevertStackCleanMode>(5));
-        FAIL();
-    } catch (const ERevertStackException& e) {
-        EXPECT_STREQ(e.what(), "Unexpected clean mode: 5");
-    }
+    EXPECT_THAT([&] { snapshot.Clear(static_cast<TRevertStackCleanMode>(5)); },
+                ThrowsMessage<ERevertStackException>(StrEq("Unexpected clean mode: 5")));
     TKovRevertObjectMap_Memento entry(thing.get(), nullptr);
-    try {
-        snapshot.EntryNotify(entry, 9);
-        FAIL();
-    } catch (const ERevertStackException& e) {
-        EXPECT_STREQ(e.what(), "Unexpected aciont: 9");
-    }
+    EXPECT_THAT([&] { snapshot.EntryNotify(entry, 9); },
+                ThrowsMessage<ERevertStackException>(StrEq("Unexpected aciont: 9")));
     auto stranger = Make();
-    try {
-        entry.OnObjectDestroyed(stranger.get());
-        FAIL();
-    } catch (const ERevertStackException& e) {
-        EXPECT_STREQ(e.what(), "Expected destroy event only from own old or new object!");
-    }
+    EXPECT_THAT([&] { entry.OnObjectDestroyed(stranger.get()); },
+                ThrowsMessage<ERevertStackException>(
+                    StrEq("Expected destroy event only from own old or new object!")));
     Manager.LockRevert();
     Manager.UnlockRevert();
-    try {
-        Manager.UnlockRevert();
-        FAIL();
-    } catch (const ERevertStackException& e) {
-        EXPECT_STREQ(e.what(), "Did not expect to get revert lock < 0!");
+    EXPECT_THAT([&] { Manager.UnlockRevert(); }, ThrowsMessage<ERevertStackException>(StrEq(
+                                                     "Did not expect to get revert lock < 0!")));
+}
+
+namespace {
+// A thing whose state can be made to refuse copying: a memento that cannot be put back.
+class TFragileThing : public TTestThing {
+    TW_KOV_CLASS(TFragileThing, TTestThing)
+public:
+    using TTestThing::TTestThing;
+    static inline bool FailAssign = false;
+
+protected:
+    void AssignEssentialState(const TKovObject& source) override {
+        if (FailAssign)
+            throw std::runtime_error("state refuses to be copied");
+        TTestThing::AssignEssentialState(source);
     }
+};
+TW_KOV_CLASS_IMPL(TFragileThing, TTestThing, nullptr)
+} // namespace
+
+TEST_F(UndoFixture, ARollbackThatFailsDuringUnwindingIsLoggedAndTheModelStaysUsable) {
+    Manager.LockRevert();
+    auto thing = tw::Make<TFragileThing>(&Manager);
+    Manager.UnlockRevert();
+    thing->SetName("Fragile");
+    thing->Number().SetValue(1);
+    const int steps = Manager.UndoCount();
+    std::vector<std::string> logged;
+    TLogSink previous = SetLogSink([&](const std::string& message) { logged.push_back(message); });
+
+    // The action fails, and so does putting the thing's own state back: the action's exception
+    // comes through (no second exception ends the program), the failure of the rollback is
+    // logged, and the rest of the step is still rolled back.
+    EXPECT_THROW(
+        {
+            TUndoSnapshot snapshot(*thing, "Failing action");
+            thing->Number().SetValue(2);
+            thing->SetName("Renamed");
+            TFragileThing::FailAssign = true;
+            throw std::logic_error("the action fails");
+        },
+        std::logic_error);
+    TFragileThing::FailAssign = false;
+    SetLogSink(previous);
+
+    ASSERT_EQ(logged.size(), 1u);
+    EXPECT_NE(logged[0].find("rolling back an undo step failed: state refuses to be copied"),
+              std::string::npos);
+    EXPECT_EQ(thing->Number().Value(), 1.0); // its own entry went back
+    EXPECT_FALSE(thing->IsFreed());
+    // Registered under the one name it holds, whichever it is after the failed copy.
+    EXPECT_EQ(Manager.ObjectRegistry().GetObject(thing->Name()), thing.get());
+    EXPECT_FALSE(Manager.IsUndoRedoSnapshotOpened());
+    EXPECT_EQ(Manager.UndoCount(), steps);
+
+    // The model goes on: a new step records and undoes.
+    thing->Number().SetValue(5);
+    EXPECT_EQ(Manager.UndoCount(), steps + 1);
+    Manager.Undo();
+    EXPECT_EQ(thing->Number().Value(), 1.0);
+}
+
+TEST_F(UndoFixture, AFailedCloseOfAnUnbalancedStepRaisesOnlyFromClose) {
+    auto thing = Make();
+    TUndoSnapshot snapshot(*thing, "Outer");
+    thing->Number().SetValue(3);
+    Manager.UndoEndSnapshot(); // someone else closes the step under the snapshot's feet
+    EXPECT_THROW(snapshot.Close(), ERevertStackException);
 }

@@ -7,12 +7,15 @@
 #include "units/QuantityTypeClasses.h"
 #include "units/SystemOfUnitsQueryFunctionsRegistry.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <utility>
 
 using namespace tw;
 using namespace tw::testing;
+using ::testing::StrEq;
+using ::testing::ThrowsMessage;
 
 TEST(SystemOfUnits, StartsInBaseUnitsExceptAtomicAngle) {
     TSystemOfUnits units;
@@ -51,12 +54,8 @@ TEST(SystemOfUnits, GetUnitFindsTheUnitOfEveryQuantity) {
     EXPECT_EQ(&units.GetUnit(qtDummy), &units.Dummy);
 
     for (int outside : {-1, QuantityTypeCount}) {
-        try {
-            units.GetUnit(static_cast<TQuantityType>(outside));
-            FAIL();
-        } catch (const EUnknownUnit& e) {
-            EXPECT_EQ(std::string(e.what()), "Unknown unit: " + std::to_string(outside));
-        }
+        EXPECT_THAT([&] { units.GetUnit(static_cast<TQuantityType>(outside)); },
+                    ThrowsMessage<EUnknownUnit>(StrEq("Unknown unit: " + std::to_string(outside))));
     }
 }
 
@@ -187,12 +186,8 @@ TEST(SystemOfUnitsQueryFunctionsRegistry, RunsFunctionsInPriorityOrder) {
     auto thing = Make<TUnitsThing>(nullptr);
     const TKovObject* known = thing.get();
 
-    try {
-        R::GetSystemOfUnits(known);
-        FAIL();
-    } catch (const ENoSystemOfUnits& e) {
-        EXPECT_STREQ(e.what(), "No system of units was found.");
-    }
+    EXPECT_THAT([&] { R::GetSystemOfUnits(known); },
+                ThrowsMessage<ENoSystemOfUnits>(StrEq("No system of units was found.")));
 
     const int low = R::AddQueryFunctionWithLowestPriority(
         [&](const TKovObject* object) { return object == known ? &second : nullptr; });

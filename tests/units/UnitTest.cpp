@@ -5,12 +5,17 @@
 #include "services/Localisation.h"
 #include "units/SystemOfUnits.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
+
+#include <cmath>
 
 #include <map>
 
 using namespace tw;
 using namespace tw::testing;
+using ::testing::StrEq;
+using ::testing::ThrowsMessage;
 
 TEST(UnitConversionDictionary, HoldsEveryKeyWithItsFactorAndOffset) {
     // clang-format off
@@ -34,12 +39,8 @@ TEST(UnitConversionDictionary, HoldsEveryKeyWithItsFactorAndOffset) {
     // Keys are exact: "mN" would be a millinewton, not a meganewton.
     EXPECT_FALSE(dictionary.Contains("mN"));
     EXPECT_FALSE(dictionary.Contains("KN"));
-    try {
-        dictionary.GetFactor("furlong");
-        FAIL();
-    } catch (const EUnknownProjectUnit& e) {
-        EXPECT_STREQ(e.what(), "Unknown project unit: furlong");
-    }
+    EXPECT_THAT([&] { dictionary.GetFactor("furlong"); },
+                ThrowsMessage<EUnknownProjectUnit>(StrEq("Unknown project unit: furlong")));
     // An offset is asked for known and unknown texts alike.
     EXPECT_EQ(dictionary.GetOffset("furlong"), 0.0);
     EXPECT_EQ(dictionary.GetOffset("kN"), 0.0);
@@ -158,12 +159,10 @@ TEST(Unit, SettingAPresentationCleansComparesAndFailsWithoutHarm) {
     units.Length.SetPresentationUnit("ft");
     const int notified = systemObserver.Count;
     for (const char* text : {"furlong", "mN"}) {
-        try {
-            units.Length.SetPresentationUnit(text);
-            FAIL() << text;
-        } catch (const EUnknownProjectUnit& e) {
-            EXPECT_EQ(std::string(e.what()), std::string("Unknown project unit: ") + text);
-        }
+        EXPECT_THAT(
+            [&] { units.Length.SetPresentationUnit(text); },
+            ThrowsMessage<EUnknownProjectUnit>(StrEq(std::string("Unknown project unit: ") + text)))
+            << text;
     }
     units.Length.SetPresentationUnit("FT"); // the same unit: no change, no error
     EXPECT_EQ(units.Length.PresentationUnit(), "ft");
@@ -172,12 +171,8 @@ TEST(Unit, SettingAPresentationCleansComparesAndFailsWithoutHarm) {
     EXPECT_EQ(systemObserver.Count, notified);
 
     // Nothing left after cleaning is a text that no table knows.
-    try {
-        units.Length.SetPresentationUnit(" .,; ");
-        FAIL();
-    } catch (const EUnknownProjectUnit& e) {
-        EXPECT_STREQ(e.what(), "Unknown project unit: <<invalid>>");
-    }
+    EXPECT_THAT([&] { units.Length.SetPresentationUnit(" .,; "); },
+                ThrowsMessage<EUnknownProjectUnit>(StrEq("Unknown project unit: <<invalid>>")));
     EXPECT_EQ(units.Length.PresentationUnit(), "ft");
 
     units.Force.DetachObserver(&forceObserver);
@@ -284,12 +279,9 @@ TEST(Unit, PowersAndTheirOrderOnAFreeCompound) {
     TCompoundUnit odd(nullptr, "Odd", {{&time, -1}});
     TCountingObserver observer;
     odd.AttachObserver(&observer);
-    try {
-        odd.AddUnit(&length, 1);
-        FAIL();
-    } catch (const EUnitPowerOrder& e) {
-        EXPECT_STREQ(e.what(), "Did not expect positive power after negative power in unit");
-    }
+    EXPECT_THAT([&] { odd.AddUnit(&length, 1); },
+                ThrowsMessage<EUnitPowerOrder>(
+                    StrEq("Did not expect positive power after negative power in unit")));
     EXPECT_EQ(odd.Members().size(), 1u);
     EXPECT_EQ(odd.PresentationUnit(), "1/s");
     EXPECT_EQ(observer.Count, 0);

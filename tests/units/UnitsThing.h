@@ -2,7 +2,8 @@
 // A small model class for the units tests: the project's unit properties, driving a system of
 // units the way a project does, and numbers with a unit, one of them bounded.
 
-#include "objects/IntrinsicProperty.h"
+#include "objects/IntrinsicPropertyDeclarationList.h"
+#include "objects/IntrinsicPropertyDerivedKinds.h"
 #include "objects/ObjectManager.h"
 #include "units/ProjectUnits.h"
 

@@ -1,0 +1,7 @@
+#include "commands/KovGroup.h"
+
+namespace tw {
+
+TW_KOV_CLASS_IMPL(TKovGroup, TKovReferenceList, nullptr)
+
+} // namespace tw

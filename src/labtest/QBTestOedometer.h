@@ -1,0 +1,20 @@
+#pragma once
+// The oedometer test: the vertical stress is driven phase by phase, and the sample cannot strain
+// sideways.
+
+#include "labtest/QBTestWithPhaseView.h"
+
+namespace tw {
+
+class TQBTestOedometer : public TQBTestWithPhaseView {
+    TW_KOV_CLASS(TQBTestOedometer, TQBTestWithPhaseView)
+public:
+    using TQBTestWithPhaseView::TQBTestWithPhaseView;
+    TQBTestType TestType() const override { return ttOedometer; }
+
+protected:
+    void AddDefaultChartSettings() override;
+    void SetDefaultValues(bool clearResults) override;
+};
+
+} // namespace tw
