@@ -16,7 +16,11 @@
 
 #include "materials/MaterialXExceptions.h"
 #include "objects/IntrinsicProperty.h"
+#include "objects/IntrinsicPropertyDeclarationList.h"
+#include "objects/IntrinsicPropertyDerivedKinds.h"
 #include "objects/IntrinsicPropertyKinds.h"
+#include "objects/IntrinsicPropertyList.h"
+#include "objects/IntrinsicPropertyValueKinds.h"
 
 #include <functional>
 #include <memory>
