@@ -394,9 +394,10 @@ void RegisterSoilDataProviders() {
 
 void TSoilKernelMaterialWriter::WriteMaterialBlocks(IKernelFileLineWriter& file,
                                                     const ITestMaterial& testMaterial) {
+    // Another kind of material brings its blocks itself, or goes without them.
     const auto* material = dynamic_cast<const TKovSoilMaterialX*>(&testMaterial);
     if (!material)
-        throw EMaterialXDataProvider("Unable to find the data provider for this type!");
+        return;
     RegisterSoilDataProviders();
     // Everything first: a material the kernel can't take writes no line.
     const auto providers = TMaterialXDataProviderTools::GetDataProviderCollectionFor(*material);
@@ -434,12 +435,14 @@ void RegisterSoilKernelMaterialWriter() {
     RegisterSoilDataProviders();
     static TSoilKernelMaterialWriter writer;
     SetKernelMaterialWriter(&writer);
-    SetHSCapAlphaFunction([](const ITestMaterial& testMaterial, double k0nc) {
-        const auto* material = dynamic_cast<const TKovSoilMaterialX*>(&testMaterial);
-        if (!material)
-            throw EMaterialXDataProvider("Unable to find the data provider for this type!");
+    // The cap of any material that has the Hardening Soil values by name.
+    SetHSCapAlphaFunction([](const ITestMaterial& material, double k0nc) {
         auto u = [&](const char* name) {
-            return TMaterialXTools::GetUserPropertyValueFrom(*material, name);
+            const std::optional<double> value = material.GetNumber(name);
+            if (!value)
+                throw EMaterialXDataProvider(Format("The material \"%s\" has no value \"%s\"",
+                                                    material.Identification(), name));
+            return *value;
         };
         try {
             return RunHSCapIter(u("phi"), u("E50Ref"), u("EOedRef"), u("HSNuUr"), u("RF"), k0nc,

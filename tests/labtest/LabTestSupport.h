@@ -5,6 +5,8 @@
 #include "materials/TestMaterial.h"
 #include "services/UserMessages.h"
 
+#include <gtest/gtest.h>
+
 #include <filesystem>
 #include <fstream>
 #include <map>
@@ -58,6 +60,21 @@ inline std::string ReadBytes(const std::filesystem::path& path) {
 }
 inline void WriteBytes(const std::filesystem::path& path, const std::string& bytes) {
     std::ofstream(path, std::ios::binary) << bytes;
+}
+
+// Compares a written file byte for byte with its copy in tests/labtest/golden. On a difference
+// the written file is kept in the temporary folder, for a human to diff.
+inline void ExpectGolden(const std::filesystem::path& written, const std::string& goldenName) {
+    namespace fs = std::filesystem;
+    const fs::path golden = fs::path(TW_GOLDEN_DIR) / goldenName;
+    const std::string actual = ReadBytes(written);
+    if (fs::exists(golden) && ReadBytes(golden) == actual)
+        return;
+    const fs::path kept = fs::temp_directory_path() / "tarnwick-golden-failures" / goldenName;
+    fs::create_directories(kept.parent_path());
+    fs::copy_file(written, kept, fs::copy_options::overwrite_existing);
+    ADD_FAILURE() << goldenName << " differs from its golden copy; compare with\n  diff " << golden
+                  << " " << kept;
 }
 
 // Records messages for the life of a scope.
