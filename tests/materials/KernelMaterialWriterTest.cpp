@@ -164,3 +164,115 @@ TEST(KernelMaterialWriter, TheRecordGoesBackIntoAMaterial) {
     EXPECT_NEAR(UserValue(*target, "cRef"), 2e3, 1e-9);
     EXPECT_NEAR(UserValue(*target, "nu"), 0.3, 1e-12);
 }
+
+namespace {
+
+struct TPlaceCase {
+    TMXSoil_MaterialModel Model;
+    std::vector<std::pair<const char*, double>> Values; // user values, base units
+    std::vector<std::pair<int, double>> Places;         // expected, in kN, m, day
+};
+
+} // namespace
+
+TEST(KernelMaterialWriter, EachModelPutsItsValuesInItsPlaces) {
+    const double sin30 = 0.5, sin20 = std::sin(20.0 * 3.14159265358979323846 / 180.0);
+    const std::vector<TPlaceCase> cases{
+        {mxsmmSoftSoil,
+         {{"phi", 30.0},
+          {"cRef", 2e3},
+          {"IndexMethod", mxsirmStandard},
+          {"lambdaModified", 0.1},
+          {"kappaModified", 0.02},
+          {"SSNuUr", 0.15}},
+         {{1, 0.15},
+          {2, sin30},
+          {3, 2.0},
+          {31, 5.0},
+          {34, 100.0},
+          {37, 0.02},
+          {38, 0.1},
+          {36, 0.5}}},
+        {mxsmmSoftSoilCreep,
+         {{"IndexMethod", mxsirmStandard},
+          {"lambdaModified", 0.1},
+          {"kappaModified", 0.02},
+          {"muModified", 0.004},
+          {"SSTauDirect", 2 * 86400.0}},
+         {{40, 0.004}, {41, 2.0}}}, // tau0 in days
+        {mxsmmModifiedCamClay,
+         {{"eInit", 1.0},
+          {"lambda", 0.2},
+          {"kappa", 0.04},
+          {"MCCMCsl", 1.2},
+          {"PhiInter", 30.0},
+          {"CInter", 3e3}},
+         {{2, sin30}, {3, 3.0}, {30, 1.2}, {31, 5.0}, {36, 0.5}, {37, 0.02}, {38, 0.1}}},
+        {mxsmmSOInviscid,
+         {{"SOMCsl", 1.2},
+          {"SONuUr", 0.2},
+          {"PsiInter", 20.0},
+          {"IndexMethod", mxsirmStandard},
+          {"lambdaModified", 0.1},
+          {"kappaModified", 0.02}},
+         {{1, 0.2}, {4, sin20}, {30, 1.2}, {36, 0.5}}},
+        {mxsmmSOViscid,
+         {{"IndexMethod", mxsirmStandard},
+          {"lambdaModified", 0.1},
+          {"kappaModified", 0.02},
+          {"alphaStar", 0.003},
+          {"v0Dot", 1e-5 / 86400}},
+         {{40, 0.003}, {41, 1e-5}}},
+        {mxsmmHardeningSoilSmall,
+         {{"E50Ref", 30e6}, {"G0Ref", 100e6}, {"gamma07", 1.5e-4}},
+         {{48, 100000.0}, {49, 1.5e-4}, {39, 30000.0}}},
+        {mxsmmNGIADP,
+         {{"GURsUARatio", 500.0},
+          {"sUARef", 40e3},
+          {"gammaFC", 6.0},
+          {"gammaFE", 9.0},
+          {"VerticalRef", 2.0}},
+         {{0, 20000.0},
+          {1, 0.495},
+          {27, 0.495},
+          {3, 40.0},
+          {18, 2.0},
+          {30, 500.0},
+          {31, 0.99},
+          {37, 0.7},
+          {38, 4.0},
+          {40, 6.0}}},
+        {mxsmmUDCAMSimplified, {{"tauCRef", 30e3}}, {{3, 30.0}}},
+        {mxsmmHoekBrown,
+         {{"AbsSigmaCI", 50e6}, {"mi", 10.0}, {"GSI", 100.0}, {"HBTensileStrengthDirect", 0.0}},
+         {{30, 50000.0}, {31, 10.0}, {32, 100.0}, {44, 10.0}, {45, 1.0}}},
+        {mxsmmJointedRock,
+         {{"ET", 26e6},
+          {"nuNT", 0.3},
+          {"phi1", 30.0},
+          {"c1", 5e3},
+          {"phi2", 25.0},
+          {"alpha12", 45.0}},
+         {{0, 10000.0}, {1, 0.3}, {2, sin30}, {3, 5.0}, {37, 25.0}, {39, 45.0}}},
+        {mxsmmUBC3DPLM,
+         {{"N160", 12.0}, {"phiP", 33.0}},
+         {{30, 12.0}, {38, 33.0}, {41, 1.0}, {43, 100.0}, {44, 0.9}}},
+        {mxsmmConcrete,
+         {{"E28", 15e9}, {"nu", 0.2}, {"StrengthFunction", mxssfClassJ2}, {"tHyd", 3 * 86400.0}},
+         {{1, 0.2}, {30, 15e6}, {43, 3.0}, {45, 2.0}}},
+        {mxsmmLinearElastic, {{"nu", 0.25}, {"ERef", 10e6}}, {{0, 4000.0}, {1, 0.25}, {2, 0.0}}},
+    };
+    for (const TPlaceCase& c : cases) {
+        SCOPED_TRACE(MaterialModelCaption(c.Model));
+        auto material = MakeSoil(c.Model);
+        for (const auto& [name, value] : c.Values)
+            if (material->FindUserProperty(name) && !material->FindUserProperty(name)->ReadOnly())
+                SetUser(*material, name, value);
+            else
+                TMaterialXTools::SetInternalPropertyValueFrom(*material, name, value);
+        const TRecordingLineWriter file = Write(*material);
+        for (const auto& [place, value] : c.Places)
+            EXPECT_NEAR(file.Place(place), value, 1e-12 * std::max(1.0, std::fabs(value)))
+                << "place " << place;
+    }
+}
