@@ -107,6 +107,15 @@ TEST(KernelMaterialWriter, UserDefinedModelsWriteTheirLibrary) {
     EXPECT_EQ(file.Place(0), 20000.0);
     EXPECT_EQ(file.Place(5), 0.85);
 
+    // A copy has the library's parameters with their values; another soil model has none.
+    auto copy = TMaterialXFactory::CreateCopy(nullptr, *ud);
+    ASSERT_NE(copy->FindUserProperty("Rf"), nullptr);
+    EXPECT_EQ(UserValue(*copy, "Rf"), 0.85);
+    SetUser(*copy, "SoilModel", mxsmmMohrCoulomb);
+    EXPECT_EQ(copy->FindInternalPropertyExact("E_i"), nullptr);
+    SetUser(*copy, "SoilModel", mxsmmUserDefined);
+    EXPECT_EQ(copy->FindInternalPropertyExact("E_i"), nullptr); // the library was not kept
+
     // Another model of the library takes the other's parameters away.
     TMaterialXTools::SetUserPropertyValueFrom(*ud, "ModelInDll", TVarRec(std::string("Tresca")));
     EXPECT_EQ(ud->FindUserProperty("E_i"), nullptr);

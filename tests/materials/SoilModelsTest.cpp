@@ -265,3 +265,171 @@ TEST(SoilModels, HoekBrownAndOtherModels) {
     EXPECT_TRUE(rock->FindUserProperty("c2")->IsPublished());
     EXPECT_FALSE(rock->FindUserProperty("c3")->IsPublished());
 }
+
+TEST(SoilModels, K0OfBothHorizontalDirections) {
+    auto mc = MakeSoil(mxsmmMohrCoulomb);
+    SetUser(*mc, "phi", 30.0);
+    SetUser(*mc, "K0Determination", mxsamManual);
+    SetUser(*mc, "K0Primary", 0.6);
+    EXPECT_DOUBLE_EQ(UserValue(*mc, "K0Secondary3D"), 0.6); // equal by default
+    SetUser(*mc, "K0PrimaryIsK0Secondary3D", 0);
+    SetUser(*mc, "K0Secondary3D", 0.8);
+    EXPECT_DOUBLE_EQ(UserValue(*mc, "K0Primary"), 0.6);
+    EXPECT_DOUBLE_EQ(UserValue(*mc, "K0Secondary"), 0.8);
+    // Back to automatic: both follow the model again.
+    SetUser(*mc, "K0Determination", mxsamAutomatic);
+    EXPECT_NEAR(UserValue(*mc, "K0Secondary"), 0.5, 1e-12);
+    // A preconsolidation by POP leaves Hardening Soil's K0 at K0nc: the kernel raises it at its
+    // own stress.
+    auto hs = MakeSoil(mxsmmHardeningSoil);
+    SetUser(*hs, "phi", 30.0);
+    SetUser(*hs, "POP", 50e3);
+    EXPECT_NEAR(UserValue(*hs, "K0Primary"), 0.5, 1e-12);
+    EXPECT_EQ(UserValue(*hs, "OCR"), 1.0);
+    SetUser(*hs, "OCR", 1.5);
+    EXPECT_EQ(UserValue(*hs, "POP"), 0.0); // one or the other
+    // Mohr-Coulomb with a POP takes the user's K0.
+    SetUser(*mc, "POP", 20e3);
+    TMaterialXTools::SetInternalPropertyValueFrom(*mc, "K0PrimaryDirect", 0.7);
+    EXPECT_DOUBLE_EQ(UserValue(*mc, "K0Primary"), 0.7);
+}
+
+TEST(SoilModels, IndicesFromTheSoilIntrinsics) {
+    // The automatic intrinsic indices (Azzouz et al. 1976, Kulhawy and Mayne 1990, Mesri and
+    // Godlewski 1977) and what takes them: a manual choice sends the models to their direct
+    // intrinsic values.
+    auto ss = MakeSoil(mxsmmSoftSoil);
+    SetUser(*ss, "Wn", 60.0);
+    EXPECT_NEAR(UserValue(*ss, "IntrinsicCC"), 0.6, 1e-12);
+    EXPECT_NEAR(UserValue(*ss, "IntrinsicCS"), 0.12, 1e-12);
+    EXPECT_NEAR(UserValue(*ss, "IntrinsicCAlpha"), 0.024, 1e-12);
+    SetUser(*ss, "IntrinsicCSCCMethod", mxsamManual);
+    SetUser(*ss, "IntrinsicCC", 0.5);
+    SetUser(*ss, "IntrinsicCS", 0.05);
+    SetUser(*ss, "eInit", 1.0);
+    // Origin 2: lambda* = Cc / (ln10 (1 + e)), kappa* = 2 Cs / (ln10 (1 + e)).
+    EXPECT_NEAR(UserValue(*ss, "lambdaModified"), 0.5 / (Ln10 * 2), 1e-12);
+    EXPECT_NEAR(UserValue(*ss, "kappaModified"), 0.1 / (Ln10 * 2), 1e-12);
+    auto hs = MakeSoil(mxsmmHardeningSoil);
+    SetUser(*hs, "IntrinsicCSCCMethod", mxsamManual);
+    SetUser(*hs, "IntrinsicCC", 0.2);
+    SetUser(*hs, "ModulusMethod", mxsirmFromSoilIntrinsics);
+    EXPECT_NEAR(UserValue(*hs, "EOedRef"), Ln10 * 1.5 * 100000.0 / 0.2, 1e-6);
+    EXPECT_NEAR(UserValue(*hs, "E50Ref"), 1.25 * Ln10 * 1.5 * 100000.0 / 0.2, 1e-6);
+    // Jaky's K0nc from the peak friction angle.
+    SetUser(*hs, "PeakPhi", 30.0);
+    SetUser(*hs, "IntrinsicK0NCMethod", mxsfsimFromSoilIntrinsics);
+    EXPECT_NEAR(UserValue(*hs, "IntrinsicK0NC"), 0.5, 1e-12);
+
+    // Soft Soil Creep keeps its creep index through the alternatives.
+    auto ssc = MakeSoil(mxsmmSoftSoilCreep);
+    SetUser(*ssc, "IndexMethod", mxsirmStandard);
+    SetUser(*ssc, "eInit", 1.0);
+    SetUser(*ssc, "muModified", 0.005);
+    EXPECT_NEAR(UserValue(*ssc, "CAlpha"), Ln10 * 0.005 * 2, 1e-12);
+    SetUser(*ssc, "UseAlternatives", 1);
+    EXPECT_NEAR(UserValue(*ssc, "muModified"), 0.005, 1e-12);
+}
+
+TEST(SoilModels, MethodsDecideWhatAWriteStores) {
+    auto mc = MakeSoil(mxsmmMohrCoulomb);
+    // Unit weights are the user's only in the direct method.
+    SetUser(*mc, "GammaInputMethod", mxsgimDerived);
+    EXPECT_TRUE(mc->FindUserProperty("gammaUnsat")->ReadOnly());
+    EXPECT_THROW(SetUser(*mc, "gammaUnsat", 18e3), EMaterialXTools);
+    // A rigid interface has R_inter 1; the manual strength takes the user's.
+    EXPECT_EQ(UserValue(*mc, "Rinter"), 1.0);
+    EXPECT_TRUE(mc->FindUserProperty("Rinter")->ReadOnly());
+    SetUser(*mc, "InterfaceStrengthDetermination", mxsismManual);
+    SetUser(*mc, "Rinter", 0.7);
+    EXPECT_EQ(UserValue(*mc, "RinterResidual"), 0.7);
+    SetUser(*mc, "InterfaceStrengthDetermination", mxsismManualWithResidualStrength);
+    SetUser(*mc, "RinterResidual", 0.5);
+    EXPECT_EQ(UserValue(*mc, "Rinter"), 0.7);
+    EXPECT_EQ(UserValue(*mc, "RinterResidual"), 0.5);
+    // Undrained (C) takes the undrained Poisson's ratio from nu itself.
+    SetUser(*mc, "nu", 0.45);
+    SetUser(*mc, "DrainageType", mxsdtUndrainedC);
+    EXPECT_DOUBLE_EQ(UserValue(*mc, "nuUEquivalent"), 0.45);
+    // Wave speeds can't be written without a unit weight: G stays.
+    SetUser(*mc, "DrainageType", mxsdtDrained);
+    SetUser(*mc, "GammaInputMethod", mxsgimDirect);
+    SetUser(*mc, "GRef", 1e6);
+    SetUser(*mc, "Vs", 300.0);
+    EXPECT_EQ(UserValue(*mc, "GRef"), 1e6);
+    // The constrained modulus writes G back.
+    SetUser(*mc, "EOed", 3e6);
+    EXPECT_NEAR(UserValue(*mc, "EOed"), 3e6, 1e-6);
+
+    // Hoek-Brown's direct parameters.
+    auto hb = MakeSoil(mxsmmHoekBrown);
+    SetUser(*hb, "mb", 2.5);
+    EXPECT_EQ(TMaterialXTools::GetUserOrdinalFrom(*hb, "HoekBrownParameterDetermination"),
+              mxshbpdDirect);
+    EXPECT_EQ(UserValue(*hb, "mb"), 2.5);
+    // UBC3D-PLM's own values once the defaults are off.
+    auto ubc = MakeSoil(mxsmmUBC3DPLM);
+    EXPECT_TRUE(ubc->FindUserProperty("UBCRF")->ReadOnly());
+    SetUser(*ubc, "SetToDefaultValues", 0);
+    SetUser(*ubc, "UBCRF", 0.8);
+    EXPECT_EQ(UserValue(*ubc, "UBCRF"), 0.8);
+    // The concrete's time-dependent values show only with time dependency.
+    auto concrete = MakeSoil(mxsmmConcrete);
+    EXPECT_FALSE(concrete->FindUserProperty("tHyd")->IsPublished());
+    EXPECT_TRUE(concrete->FindUserProperty("epsCPP")->IsPublished());
+    SetUser(*concrete, "TimeDependentMechanicalProperties", 1);
+    EXPECT_TRUE(concrete->FindUserProperty("tHyd")->IsPublished());
+    EXPECT_FALSE(concrete->FindUserProperty("epsCPP")->IsPublished());
+}
+
+TEST(SoilModels, StiffnessOfTheCriticalStateModels) {
+    // Modified Cam-Clay's quoted shear stiffness at 300 kPa: p (1 - 2 nu) / (2 kappa* (1 + nu))
+    // with kappa* = kappa / (1 + e); a third of 3 K (1 - 2 nu) / (2 (1 + nu)) with the swelling
+    // line's K = p / kappa*, as the value has always been quoted.
+    auto mcc = MakeSoil(mxsmmModifiedCamClay);
+    SetUser(*mcc, "eInit", 1.0);
+    SetUser(*mcc, "kappa", 0.04);
+    SetUser(*mcc, "lambda", 0.2);
+    SetUser(*mcc, "MCCMCsl", 1.2);
+    SetUser(*mcc, "DrainageType", mxsdtUndrainedA);
+    const double nu = 0.15, k = 300000.0 * 2.0 / 0.04;
+    const double g = k * (1 - 2 * nu) / (2 * (1 + nu));
+    // Kwn = (2G/3)(...) holds G: its value shows the modulus.
+    const double nuU = 0.495;
+    EXPECT_NEAR(UserValue(*mcc, "Kwn"),
+                2 * g / 3 * ((1 + nuU) / (1 - 2 * nuU) - (1 + nu) / (1 - 2 * nu)), 1e-3);
+    // Soft Soil at the reference pressure of 100 kPa.
+    auto ss = MakeSoil(mxsmmSoftSoil);
+    SetUser(*ss, "IndexMethod", mxsirmStandard);
+    SetUser(*ss, "kappaModified", 0.02);
+    SetUser(*ss, "lambdaModified", 0.1);
+    SetUser(*ss, "DrainageType", mxsdtUndrainedA);
+    const double gss = 3 * (1 - 2 * nu) * (100000.0 / 0.02) / 2 / (1 + nu);
+    EXPECT_NEAR(UserValue(*ss, "Kwn"),
+                2 * gss / 3 * ((1 + nuU) / (1 - 2 * nuU) - (1 + nu) / (1 - 2 * nu)), 1e-3);
+    // A value that can't be computed stays derived in a static copy, and raises there too.
+    auto broken = MakeSoil(mxsmmSoftSoil);
+    auto frozen = TMaterialXFactory::CreateStaticCopy(nullptr, *broken);
+    EXPECT_TRUE(frozen->FindUserProperty("SSM")->IsDerived());
+    EXPECT_THROW(UserValue(*frozen, "SSM"), ESoilMaterialXDerivedParametersConstructor);
+    EXPECT_FALSE(frozen->FindUserProperty("SSK0nc")->IsDerived());
+}
+
+TEST(SoilModels, SoilFractionsAndRelativeDensity) {
+    auto hs = MakeSoil(mxsmmHardeningSoil);
+    SetUser(*hs, "ClayFraction", 20.0);
+    SetUser(*hs, "SiltFraction", 30.0);
+    SetUser(*hs, "SandFraction", 50.0);
+    const double ssa =
+        3.89 * std::pow(std::exp(0.01 * (20 * std::log(0.001) + 30 * std::log(0.026) +
+                                         50 * std::log(1.025))),
+                        -0.905);
+    EXPECT_NEAR(UserValue(*hs, "SpecificSurfaceArea"), ssa, 1e-12);
+    SetUser(*hs, "DilatancyCutOff", 1);
+    SetUser(*hs, "eMin", 0.4);
+    SetUser(*hs, "eMax", 0.9);
+    SetUser(*hs, "eInit", 0.65);
+    EXPECT_NEAR(UserValue(*hs, "RelativeDensity"), 50.0, 1e-12);
+    SetUser(*hs, "eInit", 0.9);
+    EXPECT_EQ(UserValue(*hs, "RelativeDensity"), 0.0);
+}
