@@ -337,43 +337,32 @@ void TMaterialXFactory::ApplyRootAPGTo(TKovMaterialX& material,
     {
         TUnderConstruction construction(material);
         if (material.HasHierarchy()) {
-            // The new model is built first on a material of its own: a failure there leaves
-            // this one untouched. Stored values whose names both models share move over.
-            std::unique_ptr<TKovObject> object = material.ClassType().Create(nullptr);
-            std::unique_ptr<TKovMaterialX> temporary(static_cast<TKovMaterialX*>(object.release()));
-            temporary->SetPropertyQueryFunc(material.PropertyQueryFunc());
-            temporary->SetSystemOfUnitsQueryFunc(material.SystemOfUnitsQueryFunc());
-            ApplyRootAPGTo(*temporary, root);
-            TUnderConstruction temporaryConstruction(*temporary);
+            // A stored value survives exactly when the new model has a stored value of the same
+            // name and kind. The rebuild keeps the properties both models declare alike; the
+            // others come new with their defaults and take the old value here. (This is what
+            // building the new model on a material of its own and copying the shared values over
+            // gives, without the cost of a second material.)
+            struct TSaved {
+                std::string Name;
+                const TKovClass* Class;
+                TVarRec Value;
+                const TKovIntrinsicProperty* Property;
+            };
             const std::set<std::string>& structural =
                 TMaterialXRegistries::StructuralChangingPropertiesOf(root);
-            for (TKovIntrinsicProperty* from : material.InternalProperties()) {
-                if (IsStructural(structural, from->Name()))
-                    continue;
-                TKovIntrinsicProperty* to = temporary->FindInternalPropertyExact(from->Name());
-                if (to && !to->IsDerived() && !from->IsDerived() &&
-                    &to->ClassType() == &from->ClassType())
-                    to->AssignEssentialStateOnly_NoRevert(*from);
-            }
-
+            std::vector<TSaved> saved;
+            for (TKovIntrinsicProperty* from : material.InternalProperties())
+                if (!from->IsDerived() && !IsStructural(structural, from->Name()))
+                    saved.push_back(
+                        {from->Name(), &from->ClassType(), from->GetValueRecord(), from});
             material.SetRootAPGClass(&root);
             functions.InitializeHierarchy(material);
-            TMaterialXTools::EnumeratePropertyCollections(
-                material, [&](TMXPropertyCollection& collection) {
-                    if (collection.CollectionClass().ConstructorType() != mxpctPersistent)
-                        return;
-                    TMXPropertyCollection* kept = TMaterialXTools::GetPropertyCollectionByType(
-                        *temporary, collection.CollectionClass());
-                    if (!kept)
-                        return;
-                    for (TKovIntrinsicProperty* to : collection.GroupProperties()) {
-                        if (IsStructural(structural, to->Name()))
-                            continue;
-                        if (TKovIntrinsicProperty* from = kept->FindGroupProperty(to->Name()))
-                            if (&from->ClassType() == &to->ClassType())
-                                CopyValue(*to, *from);
-                    }
-                });
+            for (const TSaved& value : saved) {
+                TKovIntrinsicProperty* to = material.FindInternalPropertyExact(value.Name);
+                if (to && to != value.Property && !to->IsDerived() &&
+                    &to->ClassType() == value.Class && to->GetValueRecord() != value.Value)
+                    TMaterialXTools::SetPropertyFromVarRec(*to, value.Value);
+            }
         } else {
             material.SetRootAPGClass(&root);
             functions.ClearHierarchy(material);
