@@ -1,5 +1,7 @@
 #include "commands/ContentData.h"
 
+#include "services/Base64.h"
+
 #include "services/Format.h"
 #include "services/Strings.h"
 
@@ -59,68 +61,20 @@ const char* TypeText(TSimpleValueType type) {
     return "?";
 }
 
-constexpr char Base64Alphabet[] =
-    "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-
 } // namespace
 
 // ---------------------------------------------------------------------------------------------
 
 std::string EncodeBase64(const std::vector<uint8_t>& bytes) {
-    std::string text;
-    text.reserve((bytes.size() + 2) / 3 * 4);
-    for (size_t i = 0; i < bytes.size(); i += 3) {
-        const uint32_t b0 = bytes[i];
-        const uint32_t b1 = i + 1 < bytes.size() ? bytes[i + 1] : 0;
-        const uint32_t b2 = i + 2 < bytes.size() ? bytes[i + 2] : 0;
-        const uint32_t triple = (b0 << 16) | (b1 << 8) | b2;
-        text += Base64Alphabet[(triple >> 18) & 63];
-        text += Base64Alphabet[(triple >> 12) & 63];
-        text += i + 1 < bytes.size() ? Base64Alphabet[(triple >> 6) & 63] : '=';
-        text += i + 2 < bytes.size() ? Base64Alphabet[triple & 63] : '=';
-    }
-    return text;
+    return EncodeBase64(
+        std::string_view(reinterpret_cast<const char*>(bytes.data()), bytes.size()));
 }
 
 std::vector<uint8_t> DecodeBase64(const std::string& text) {
-    auto value = [](char c) -> int {
-        if (c >= 'A' && c <= 'Z')
-            return c - 'A';
-        if (c >= 'a' && c <= 'z')
-            return c - 'a' + 26;
-        if (c >= '0' && c <= '9')
-            return c - '0' + 52;
-        if (c == '+')
-            return 62;
-        if (c == '/')
-            return 63;
-        return -1;
-    };
-    if (text.size() % 4 != 0)
+    const std::optional<std::string> bytes = DecodeBase64(std::string_view(text));
+    if (!bytes)
         throw EContentDataException("Invalid base 64 text");
-    std::vector<uint8_t> bytes;
-    bytes.reserve(text.size() / 4 * 3);
-    for (size_t i = 0; i < text.size(); i += 4) {
-        int v[4];
-        int padding = 0;
-        for (int k = 0; k < 4; ++k) {
-            const char c = text[i + k];
-            if (c == '=' && i + 4 == text.size() && k >= 2) {
-                v[k] = 0;
-                ++padding;
-            } else if (padding > 0 || (v[k] = value(c)) < 0) {
-                throw EContentDataException("Invalid base 64 text");
-            }
-        }
-        const uint32_t triple = (uint32_t(v[0]) << 18) | (uint32_t(v[1]) << 12) |
-                                (uint32_t(v[2]) << 6) | uint32_t(v[3]);
-        bytes.push_back(static_cast<uint8_t>(triple >> 16));
-        if (padding < 2)
-            bytes.push_back(static_cast<uint8_t>(triple >> 8));
-        if (padding < 1)
-            bytes.push_back(static_cast<uint8_t>(triple));
-    }
-    return bytes;
+    return std::vector<uint8_t>(bytes->begin(), bytes->end());
 }
 
 // ---------------------------------------------------------------------------------------------

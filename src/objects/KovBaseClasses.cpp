@@ -137,6 +137,17 @@ void TKovObject::AssignIdentity(TUniqueIDRegister* uidRegister, const TUniqueID*
     }
 }
 
+void TKovObject::SetUniqueID(const TUniqueID& id) {
+    if (id.IsEmpty() || id == FUniqueID)
+        return;
+    TUniqueIDRegister& uidRegister = UIDRegister();
+    if (!FUniqueID.IsEmpty() && uidRegister.HasID(FUniqueID, this))
+        uidRegister.Delete(FUniqueID);
+    FUniqueID = id;
+    FUIDRegister = &uidRegister;
+    uidRegister.Add(this, id);
+}
+
 TKovObject::~TKovObject() {
     FIsBeingPermanentlyDestroyed = true;
     FLocked = true;

@@ -160,6 +160,10 @@ public:
 
     // Identity and naming.
     const TUniqueID& UniqueID() const { return FUniqueID; }
+    // Takes a stored identity (a loader's work): the register answers this object for `id` from
+    // now on, replacing whatever it held under `id`, and the identity this object had is released.
+    // The empty GUID changes nothing.
+    void SetUniqueID(const TUniqueID& id);
     virtual std::string Name() const { return FName; }
     virtual void SetName(const std::string& name);
     // Sets a valid name made from any text.

@@ -1,3 +1,4 @@
+#include "services/Base64.h"
 #include "services/CommandLine.h"
 #include "services/Format.h"
 #include "services/RuntimeSettings.h"
@@ -91,4 +92,21 @@ TEST(Format, FloatToStrWritesAPointWhateverTheLocale) {
     const std::string text = FloatToStr(7692.307692307692);
     std::locale::global(previous);
     EXPECT_EQ(text, "7692.30769230769");
+}
+
+TEST(Base64, RoundTripsEveryTailAndRefusesWhatIsNotBase64) {
+    // RFC 4648, section 10.
+    EXPECT_EQ(EncodeBase64(""), "");
+    EXPECT_EQ(EncodeBase64("f"), "Zg==");
+    EXPECT_EQ(EncodeBase64("fo"), "Zm8=");
+    EXPECT_EQ(EncodeBase64("foo"), "Zm9v");
+    EXPECT_EQ(EncodeBase64("foobar"), "Zm9vYmFy");
+    std::string bytes;
+    for (int i = 0; i < 7; ++i) {
+        EXPECT_EQ(DecodeBase64(EncodeBase64(bytes)), bytes);
+        bytes += static_cast<char>(250 + i); // bytes above 127 too
+    }
+    EXPECT_EQ(DecodeBase64("Zm9v\n YmFy"), "foobar"); // XML wraps long texts
+    for (const char* bad : {"abc", "Zg=", "Zg===", "TW=E", "Zm9v!", "Z", "=Zg="})
+        EXPECT_EQ(DecodeBase64(bad), std::nullopt) << bad;
 }

@@ -1,0 +1,54 @@
+#pragma once
+// What the lab's fuzz targets share: a quiet, single-threaded lab, the units of a new project, and
+// the input written to a temporary file, since the lab's readers read files by name.
+
+#include "services/CommandLine.h"
+#include "services/UserMessages.h"
+#include "units/SystemOfUnits.h"
+
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <string>
+#include <unistd.h>
+
+namespace tw::fuzzing {
+
+// Warnings of a read (a newer file version) are no fault; they go nowhere.
+class TSilentMessages : public IUserMessages {
+public:
+    void ShowMessage(const std::string&, const std::string&) override {}
+    bool AskQuestion(const std::string&, const std::string&) override { return true; }
+};
+
+// For LLVMFuzzerInitialize: no message boxes, and the reading tasks run inline (a thread per
+// input would only slow the search).
+inline void QuietSingleThreadedLab() {
+    static TSilentMessages silent;
+    SetUserMessages(&silent);
+    TCommandLine::SetProgram(TCommandLine({"fuzz", "-TASKS_FORCE_SINGLE_THREAD"}));
+}
+
+inline const TSystemOfUnits& NewProjectUnits() {
+    static TSystemOfUnits units;
+    static const bool set = (units.SetUnitsOfNewProject(), true);
+    (void)set;
+    return units;
+}
+
+// Writes the input to a file of this process in the temporary folder and answers its path.
+inline const std::string& WriteInput(const std::uint8_t* data, std::size_t size,
+                                     const char* extension) {
+    static const std::string path = (std::filesystem::temp_directory_path() /
+                                     ("tw_fuzz_" + std::to_string(::getpid()) + extension))
+                                        .string();
+    std::FILE* file = std::fopen(path.c_str(), "wb");
+    if (!file)
+        std::abort();
+    std::fwrite(data, 1, size, file);
+    std::fclose(file);
+    return path;
+}
+
+} // namespace tw::fuzzing
