@@ -1,44 +1,128 @@
-// The headless Tarnwick program. For now its job is to show the triaxial test of a new project:
-// every property with its value in the project's units.
+// The headless Tarnwick program. Its job for now: a new project on a Mohr-Coulomb medium dense
+// sand, whose triaxial and oedometer tests run through the calculation kernel beside this
+// program, and a short summary of their curves in the project's units.
 
 #include "labtest/QBProject.h"
-#include "materials/SimpleTestMaterial.h"
+#include "materials/MaterialXFactory.h"
+#include "materials/MaterialXTools.h"
 #include "objects/ObjectManager.h"
 #include "services/CommandLine.h"
 #include "services/Format.h"
 
-#include <cstdio>
+#include <algorithm>
+#include <cmath>
 #include <iostream>
+#include <numbers>
 
 using namespace tw;
 
 namespace {
 
-std::string ValueText(const TKovIntrinsicProperty& property, const TSystemOfUnits& units,
-                      std::string& unit) {
-    unit.clear();
-    if (const auto* number = dynamic_cast<const TIPDoubleWithUnit*>(&property)) {
-        unit = units.PresentationUnitText(number->QuantityType());
-        return FloatToStr(number->GetPresentationValue(&units), 10);
-    }
-    if (const auto* enumeration = dynamic_cast<const TIPEnumeration*>(&property))
-        return enumeration->ValueCaption();
-    if (const auto* object = dynamic_cast<const TIPKovObject*>(&property))
-        return object->Value() ? object->Value()->Name() : "<not assigned>";
-    return property.ValueAsText();
+// A medium dense sand as a user types it, in kN/m2 and kN/m3 (the program holds pascal).
+std::unique_ptr<TKovSoilMaterialX> MediumDenseSand() {
+    auto sand = TMaterialXFactory::CreateSoilMaterialX(nullptr, "Medium dense sand",
+                                                       mxsmmMohrCoulomb, nullptr);
+    auto set = [&](const char* name, double value) {
+        TMaterialXTools::SetUserPropertyValueFrom(*sand, name, value);
+    };
+    set("GammaInputMethod", mxsgimDirect);
+    set("gammaUnsat", 17e3);
+    set("gammaSat", 20e3);
+    set("eInit", 0.6);
+    set("nu", 0.3);
+    set("ERef", 30000e3);
+    set("cRef", 1e3);
+    set("phi", 32.0);
+    set("psi", 2.0);
+    return sand;
 }
 
-void PrintProperties(const TKovObservableObject& object, const TSystemOfUnits& units,
-                     const std::string& indent) {
-    for (int i = 0; i < object.IntrinsicPropertiesCount(); ++i) {
-        const TKovIntrinsicProperty& property = *object.GetIntrinsicProperty(i);
-        std::string unit;
-        const std::string value = ValueText(property, units, unit);
-        std::string flags = property.IsPublished() ? "" : "hidden";
-        if (property.ReadOnly())
-            flags += flags.empty() ? "read-only" : ", read-only";
-        std::cout << Format("%s%-28s %-16s %-8s %s\n", indent, property.Name(), value, unit, flags);
+// An oedometer test from 10 kPa vertical at K0 = 1 - sin(phi): loading to 400 kPa in 100 steps,
+// unloading to 100 kPa in 50.
+void SetUpOedometer(TQBTestBase& test, double k0) {
+    test.SetInitialEffectiveStress(ldYY, -10e3);
+    test.SetInitialEffectiveStress(ldXX, -10e3 * k0);
+    test.SetInitialEffectiveStress(ldZZ, -10e3 * k0);
+    TQBPhase& loading = test.Phases()[0];
+    loading.SetSteps(100);
+    loading.SetStressIncrement(ldYY, -390e3);
+    test.AddNewPhase();
+    TQBPhase& unloading = test.Phases()[1];
+    unloading.SetSteps(50);
+    unloading.SetBoundaryConditions(loading.BoundaryConditions());
+    unloading.SetStressIncrement(ldYY, 300e3);
+}
+
+double Value(const TQBResults& results, int row, TQBResultType type) {
+    return results.GetValueByType(row, type);
+}
+
+int PrintTriaxial(const TQBProject& project, const TKovSoilMaterialX& sand) {
+    const TQBResults& results = project.TriaxialTest()->Results();
+    const TSystemOfUnits& units = project.SystemOfUnits();
+    if (results.RowCount() == 0) {
+        std::cout << "Triaxial test: no results\n";
+        return 1;
     }
+    const std::string kPa = units.PresentationUnitText(qtPressure);
+    auto pressure = [&](double pascal) { return units.ToPresentation(qtPressure, pascal); };
+    int peak = 0;
+    for (int row = 1; row < results.RowCount(); ++row)
+        if (Value(results, row, rtQ) > Value(results, peak, rtQ))
+            peak = row;
+    const int last = results.RowCount() - 1;
+    const double phi =
+        TMaterialXTools::GetUserPropertyValueFrom(sand, "phi") * std::numbers::pi / 180.0;
+    const double c = TMaterialXTools::GetUserPropertyValueFrom(sand, "cRef");
+    const double sigma3 = -Value(results, 0, rtSigXX);
+    // Drained compression ends on the Mohr-Coulomb line: q_f = 2 (c cos phi + s3 sin phi) /
+    // (1 - sin phi).
+    const double qf = 2 * (c * std::cos(phi) + sigma3 * std::sin(phi)) / (1 - std::sin(phi));
+    std::cout << Format("Triaxial test, drained, cell pressure %.0f %s: %d steps\n",
+                        pressure(sigma3), kPa, last)
+              << Format("  peak deviatoric stress  q = %.1f %s at axial strain %.2f %%\n",
+                        pressure(Value(results, peak, rtQ)), kPa,
+                        -100 * Value(results, peak, rtEpsYY))
+              << Format("  Mohr-Coulomb strength   q_f = %.1f %s\n", pressure(qf), kPa)
+              << Format("  at the end: axial strain %.2f %%, volumetric strain %.3f %% (%s)\n",
+                        -100 * Value(results, last, rtEpsYY),
+                        std::fabs(100 * Value(results, last, rtEpsV)),
+                        Value(results, last, rtEpsV) > 0 ? "expansion" : "compression");
+    return 0;
+}
+
+int PrintOedometer(const TQBProject& project) {
+    const TQBResults& results = project.OedometerTest()->Results();
+    const TSystemOfUnits& units = project.SystemOfUnits();
+    if (results.RowCount() < 3) {
+        std::cout << "Oedometer test: no results\n";
+        return 1;
+    }
+    const std::string kPa = units.PresentationUnitText(qtPressure);
+    auto pressure = [&](double pascal) { return units.ToPresentation(qtPressure, pascal); };
+    int loaded = 0;
+    for (int row = 1; row < results.RowCount(); ++row)
+        if (Value(results, row, rtSigYY) < Value(results, loaded, rtSigYY))
+            loaded = row;
+    const int last = results.RowCount() - 1;
+    auto tangent = [&](int row) {
+        return (Value(results, row, rtSigYY) - Value(results, row - 1, rtSigYY)) /
+               (Value(results, row, rtEpsYY) - Value(results, row - 1, rtEpsYY));
+    };
+    std::cout << Format("Oedometer test, loading from %.0f to %.0f %s and unloading to %.0f %s: "
+                        "%d steps\n",
+                        -pressure(Value(results, 0, rtSigYY)),
+                        -pressure(Value(results, loaded, rtSigYY)), kPa,
+                        -pressure(Value(results, last, rtSigYY)), kPa, last)
+              << Format("  vertical strain at the largest load %.3f %%, after unloading %.3f %%\n",
+                        -100 * Value(results, loaded, rtEpsYY),
+                        -100 * Value(results, last, rtEpsYY))
+              << Format("  constrained modulus: loading %.0f %s, unloading %.0f %s\n",
+                        pressure(tangent(loaded)), kPa, pressure(tangent(last)), kPa)
+              << Format("  horizontal stress at the largest load %.1f %s (K = %.3f)\n",
+                        -pressure(Value(results, loaded, rtSigXX)), kPa,
+                        Value(results, loaded, rtSigXX) / Value(results, loaded, rtSigYY));
+    return 0;
 }
 
 } // namespace
@@ -48,24 +132,34 @@ int main(int argc, char** argv) {
     try {
         TKovObjectManager manager;
         manager.LockRevert();
-        auto material =
-            std::make_unique<TSimpleTestMaterial>("Material", mxsmmMohrCoulomb, mxsdtDrained);
-        auto project = Make<TQBProject>(&manager, std::move(material), tm3D);
+        auto project = Make<TQBProject>(&manager, MediumDenseSand(), tm3D);
         manager.UnlockRevert();
         manager.ClearRevertStacks();
-
+        const TKovSoilMaterialX& sand = *project->MainMaterialX();
         const TSystemOfUnits& units = project->SystemOfUnits();
-        const TQBTestBase& test = *project->TriaxialTest();
+        auto value = [&](const char* name) {
+            return FloatToStr(
+                TMaterialXTools::GetPropertyPresentationValue(*sand.FindUserProperty(name), units),
+                6);
+        };
+        const std::string kPa = units.PresentationUnitText(qtPressure);
         std::cout << "Tarnwick: a laboratory for soil models\n\n"
-                  << Format("Triaxial test of a new project (kernel %s, material \"%s\", %s)\n\n",
-                            project->KernelExecutableName(), project->MainMaterialIdentification(),
-                            MaterialModelCaption(project->MainMaterial()->SoilModel()));
-        PrintProperties(test, units, "  ");
-        for (int i = 0; i < test.Phases().Count(); ++i) {
-            std::cout << Format("\n  Phase %d\n", i + 1);
-            PrintProperties(test.Phases()[i], units, "    ");
-        }
-        return 0;
+                  << Format("Material \"%s\" (%s, %s): E' %s %s, nu' %s, c' %s %s, phi' %s "
+                            "degrees, psi %s degrees\n\n",
+                            sand.Identification(), sand.GetSoilModelName(),
+                            DrainageTypeCaptions()[sand.DrainageType()], value("ERef"), kPa,
+                            value("nu"), value("cRef"), kPa, value("phi"), value("psi"));
+
+        const double k0 = 1 - std::sin(32.0 * std::numbers::pi / 180.0);
+        SetUpOedometer(*project->OedometerTest(), k0);
+        int failures = 0;
+        for (TQBTestType type : {ttTriaxial, ttOedometer})
+            if (!project->DoTest(type))
+                ++failures;
+        failures += PrintTriaxial(*project, sand);
+        std::cout << "\n";
+        failures += PrintOedometer(*project);
+        return failures == 0 ? 0 : 1;
     } catch (const std::exception& e) {
         std::cerr << "tarnwick: " << e.what() << std::endl;
         return 1;

@@ -9,6 +9,13 @@ const char* TestTypeName(TQBTestType type) {
     return index >= 0 && index < QBTestTypeCount ? names[index] : "";
 }
 
+const char* TestClassTypeName(TQBTestType type) {
+    static const char* const names[QBTestTypeCount] = {
+        "Triaxial", "Oedometer", "CRS", "DSS", "CDSS", "General", "Pressuremeter", "CycTriaxial"};
+    int index = static_cast<int>(type);
+    return index >= 0 && index < QBTestTypeCount ? names[index] : "";
+}
+
 const char* LoadDirectionSuffix(TQBLoadDirection direction) {
     static const char* const suffixes[QBLoadDirectionCount] = {"xx", "yy", "zz", "xy", "yz", "zx"};
     return suffixes[static_cast<int>(direction)];

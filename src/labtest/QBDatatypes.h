@@ -46,6 +46,9 @@ constexpr TQBLoadDirection AllLoadDirections[QBLoadDirectionCount] = {ldXX, ldYY
 
 // The lower-case names of the test types, used in kernel files and messages.
 const char* TestTypeName(TQBTestType type);
+// The type names of the test classes ("Triaxial", "CycTriaxial", ...): what files and commands
+// call them, their captions, and the root of their default names.
+const char* TestClassTypeName(TQBTestType type);
 // The suffix of a direction in property names: "xx", "yy", "zz", "xy", "yz", "zx".
 const char* LoadDirectionSuffix(TQBLoadDirection direction);
 

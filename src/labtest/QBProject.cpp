@@ -7,6 +7,10 @@
 #include "labtest/QBKernelRun.h"
 #include "labtest/QBRFile.h"
 #include "labtest/QBTestTriaxial.h"
+#include "materials/MaterialXClient.h"
+#include "materials/MaterialXFactory.h"
+#include "materials/MaterialXTools.h"
+#include "materials/SoilKernelMaterialWriter.h"
 #include "objects/ObjectManager.h"
 #include "services/Localisation.h"
 #include "services/RuntimeSettings.h"
@@ -80,25 +84,73 @@ TQBProject::TQBProject(TKovObjectManager* manager, std::unique_ptr<ITestMaterial
     FTestMethod = testMethod;
 }
 
+TQBProject::TQBProject(TKovObjectManager* manager, std::unique_ptr<TKovSoilMaterialX> material,
+                       TQBTestMethod testMethod, const TSystemOfUnits* units)
+    : TQBProject(manager) {
+    if (units)
+        FSystemOfUnits->CopyUnitsFrom(*units);
+    FTestMethod = testMethod;
+    TMaterialXClient_Abstract::SetInstance(
+        std::make_unique<TMaterialXClientTarnwick>(testMethod == tm2D ? mxcgt2D : mxcgt3D));
+    RegisterSoilKernelMaterialWriter();
+    if (!material)
+        return;
+    TRevertLock lock(manager);
+    // The material lives in the project's manager, so that its changes are undone with the
+    // project's; one made elsewhere comes in as a copy.
+    if (material->ObjectManager() != manager)
+        material.reset(static_cast<TKovSoilMaterialX*>(
+            TMaterialXFactory::CreateCopy(manager, *material).release()));
+    FMainMaterialXList = Make<TKovMaterialXList>(manager);
+    FMainMaterialXList->SetName("Materials");
+    material->SetPropertyQueryFunc(MaterialQueryFunction());
+    material->SetName("Material");
+    FMainMaterialX = material.get();
+    FMainMaterialXList->Add(material.release());
+    // The client's dimension decides what the material shows.
+    TMaterialXIPConfigurator::UpdateMaterialXIPConfigurations(*FMainMaterialX);
+    FMainMaterialX->MaterialObservable().AttachObserver(&FMaterialUpdateObserver);
+}
+
+TPropertyQueryFunc TQBProject::MaterialQueryFunction() const {
+    return [constants = FConstants](const std::string& name) -> std::optional<TVarRec> {
+        if (name == "Gravity")
+            return TVarRec(constants->Gravity);
+        if (name == "WaterWeight")
+            return TVarRec(constants->WaterWeight);
+        if (name == "IdentificationNumber")
+            return TVarRec(int32_t(1));
+        return std::nullopt;
+    };
+}
+
+void TQBProject::SetGravityAndWaterWeight(double gravity, double waterWeight) {
+    FConstants->Gravity = gravity;
+    FConstants->WaterWeight = waterWeight;
+    MainMaterialChanged();
+}
+
 TQBProject::~TQBProject() {
     if (FCreatedForRevert)
         return; // a memento holds values only
     TSystemOfUnitsQueryFunctionsRegistry::RemoveQueryFunction(FSystemOfUnitsQueryFuncIdentifier);
     FSystemOfUnits->DetachObserver(&FUnitsObserver);
-    if (FMainMaterial)
-        FMainMaterial->MaterialObservable().DetachObserver(&FMaterialUpdateObserver);
+    if (ITestMaterial* material = MainMaterial())
+        material->MaterialObservable().DetachObserver(&FMaterialUpdateObserver);
     // The stacks go first: they may hold deleted tests and phases.
     if (TKovObjectManager* manager = ObjectManager())
         if (!manager->IsUndoRedoSnapshotOpened())
             manager->ClearRevertStacks();
     FMainTests.reset();
     FLoadedTests.reset();
+    FMainMaterialX = nullptr;
+    FMainMaterialXList.reset();
 }
 
 void TQBProject::Initialize() {
     Property(ip::Version).SetValue(8);
     ProjectUnitPropertiesFromSystem(*FSystemOfUnits, *this);
-    if (FMainMaterial)
+    if (MainMaterial())
         CreateTests();
 }
 
@@ -112,7 +164,7 @@ void TQBProject::CreateTests() {
         if (FTestMethod == tm3D && testType == ttPressuremeter)
             continue; // a 3D project has no pressuremeter test
         auto test = CreateTest(testType, ObjectManager(), FTestMethod);
-        test->SetOnGetMaterial([this] { return FMainMaterial.get(); });
+        test->SetOnGetMaterial([this] { return MainMaterial(); });
         FMainTests->Add(test.release());
     }
     for (int i = 0; i < FMainTests->Count(); ++i)
@@ -120,10 +172,41 @@ void TQBProject::CreateTests() {
 }
 
 std::string TQBProject::MainMaterialIdentification() const {
-    return FMainMaterial ? FMainMaterial->Identification() : std::string();
+    const ITestMaterial* material = MainMaterial();
+    return material ? material->Identification() : std::string();
+}
+
+void TQBProject::SetMainMaterialX(const TKovMaterialX& source) {
+    if (!FMainMaterialX)
+        throw EQBProjectException("The project has no framework material to set");
+    TManagerSnapshot snapshot(ObjectManager(), "Set the main material");
+    DeleteMaterialX(FMainMaterialX);
+    FMainMaterialX->Assign(source);
+    FMainMaterialX->SetPropertyQueryFunc(MaterialQueryFunction());
+    FMainMaterialX->SetName("Material");
+    MainMaterialChanged();
+    for (int i = 0; i < FMainTests->Count(); ++i)
+        FMainTests->GetItems(i)->UpdateAllowedBehaviors();
+    if (FOnNewMainMaterial)
+        FOnNewMainMaterial();
+}
+
+void TQBProject::DeleteMaterialX(TKovMaterialX* material) {
+    for (const auto& callback : FMXDeleteCallbacks)
+        callback(material);
+    if (auto* soil = dynamic_cast<TKovSoilMaterialX*>(material))
+        FLoadedTests->DeleteItemsWithMaterial(soil);
 }
 
 void TQBProject::SetMainMaterial(std::unique_ptr<ITestMaterial> material) {
+    if (FMainMaterialX) {
+        // The framework material stays: tests keep their reference to it.
+        const auto* source = dynamic_cast<const TKovMaterialX*>(material.get());
+        if (!source)
+            throw EQBProjectException("The main material of this project is a framework material");
+        SetMainMaterialX(*source);
+        return;
+    }
     if (FMainMaterial) {
         FMainMaterial->MaterialObservable().DetachObserver(&FMaterialUpdateObserver);
         DeleteMaterial(FMainMaterial.get());
@@ -234,7 +317,7 @@ std::string TQBProject::WriteQBC(TQBTestType testType) {
     if (!test)
         throw EQBProjectException(Format("Unknown test type: %d", static_cast<int>(testType)));
     TQBCFile file(FSystemOfUnits.get(), path);
-    file.WriteAll(*test, FMainMaterial.get(), FIceThermalExpansion, FLiquidThermalExpansion);
+    file.WriteAll(*test, MainMaterial(), FIceThermalExpansion, FLiquidThermalExpansion);
     file.Close();
     return path;
 }

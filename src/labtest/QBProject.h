@@ -5,6 +5,7 @@
 
 #include "labtest/QBPropertyNames.h"
 #include "labtest/QBTestList.h"
+#include "materials/KovMaterialX.h"
 #include "materials/TestMaterial.h"
 #include "objects/IntrinsicPropertyDeclarationList.h"
 #include "objects/IntrinsicPropertyDerivedKinds.h"
@@ -27,6 +28,12 @@ public:
     // project takes the presentation units of `units`, else those of a new project.
     TQBProject(TKovObjectManager* manager, std::unique_ptr<ITestMaterial> material,
                TQBTestMethod testMethod, const TSystemOfUnits* units = nullptr);
+    // A project on a framework soil material, which it names "Material" and keeps in its
+    // material list "Materials". The project answers the material's questions about gravity and
+    // water, sets the material client to its dimension and registers the kernel's material
+    // writer.
+    TQBProject(TKovObjectManager* manager, std::unique_ptr<TKovSoilMaterialX> material,
+               TQBTestMethod testMethod, const TSystemOfUnits* units = nullptr);
     ~TQBProject() override;
     static void DeclareProperties(TKovIntrinsicPropertyDeclarationList& list);
 
@@ -46,8 +53,25 @@ public:
     bool Is3D() const { return FTestMethod == tm3D; }
     int Version() const { return Property(ip::Version).Value(); }
 
-    // The material under test.
-    ITestMaterial* MainMaterial() const { return FMainMaterial.get(); }
+    // The material under test: the framework material, else the one the project was given.
+    ITestMaterial* MainMaterial() const {
+        return FMainMaterialX ? static_cast<ITestMaterial*>(FMainMaterialX) : FMainMaterial.get();
+    }
+    // The framework material under test, and the list that owns it; nullptr in a project on
+    // another material.
+    TKovSoilMaterialX* MainMaterialX() const { return FMainMaterialX; }
+    TKovMaterialXList* MainMaterialXList() const { return FMainMaterialXList.get(); }
+    // Makes the framework material under test a copy of `source`, as one undo step: the object
+    // stays (tests keep their reference), the delete callbacks run on it first, and the main
+    // tests follow it and are out of sync with their results.
+    void SetMainMaterialX(const TKovMaterialX& source);
+    // The project's gravity (m/s2) and unit weight of water (N/m3), which its materials ask for.
+    double Gravity() const { return FConstants->Gravity; }
+    double WaterWeight() const { return FConstants->WaterWeight; }
+    void SetGravityAndWaterWeight(double gravity, double waterWeight);
+    // The answers a material of this project gets to "Gravity", "WaterWeight" and
+    // "IdentificationNumber"; they stay valid after the project is gone.
+    TPropertyQueryFunc MaterialQueryFunction() const;
     std::string MainMaterialIdentification() const;
     // Replaces the material under test: the delete callbacks run on the old one, the main tests
     // follow the new one and are out of sync with their results.
@@ -78,6 +102,11 @@ public:
     }
     // Runs the callbacks, then deletes every loaded test that uses the material.
     void DeleteMaterial(ITestMaterial* material);
+    using TMXDeleteCallback = std::function<void(TKovMaterialX*)>;
+    void AddMXDeleteCallback(TMXDeleteCallback callback) {
+        FMXDeleteCallbacks.push_back(std::move(callback));
+    }
+    void DeleteMaterialX(TKovMaterialX* material);
 
     // Adds a test loaded from a file for comparison; the title is composed here.
     void AddLoadedTest(std::unique_ptr<TQBTestBase> test);
@@ -115,7 +144,15 @@ private:
 
     std::string FApplicationDirectory;
     std::vector<TDeleteCallback> FDeleteCallbacks;
+    std::vector<TMXDeleteCallback> FMXDeleteCallbacks;
     std::unique_ptr<ITestMaterial> FMainMaterial;
+    std::unique_ptr<TKovMaterialXList> FMainMaterialXList;
+    TKovSoilMaterialX* FMainMaterialX = nullptr; // owned by FMainMaterialXList
+    struct TConstants {
+        double Gravity = 9.81;       // m/s2
+        double WaterWeight = 9810.0; // N/m3: water of 1000 kg/m3
+    };
+    std::shared_ptr<TConstants> FConstants = std::make_shared<TConstants>();
     std::unique_ptr<TQBTestList> FLoadedTests;
     std::unique_ptr<TQBTestList> FMainTests;
     TQBTestMethod FTestMethod = tm3D;

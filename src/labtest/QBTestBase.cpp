@@ -269,18 +269,7 @@ bool TQBTestBase::IsTimeEnabled() const {
 }
 
 bool TQBTestBase::IsPreconsolidationEnabled() const {
-    switch (ModelOf(Material())) {
-    case mxsmmHardeningSoil:
-    case mxsmmHardeningSoilSmall:
-    case mxsmmSoftSoil:
-    case mxsmmSoftSoilCreep:
-    case mxsmmModifiedCamClay:
-    case mxsmmSOInviscid:
-    case mxsmmSOViscid:
-        return true;
-    default:
-        return false;
-    }
+    return HasPreconsolidation(ModelOf(Material()));
 }
 
 bool TQBTestBase::IsMobShearStrengthEnabled() const {

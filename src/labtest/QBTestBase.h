@@ -31,6 +31,8 @@ public:
 
     virtual TQBTestType TestType() const = 0;
     TQBTestMethod TestMethod() const { return FTestMethod; }
+    // The type name of the test's class ("Triaxial", "Oedometer", ...).
+    std::string GetObjectTypeName() const override { return TestClassTypeName(TestType()); }
 
     // Defaults, as after construction; clears the results when asked.
     void ResetToDefault(bool clearResults);

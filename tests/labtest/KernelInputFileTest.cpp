@@ -1,3 +1,4 @@
+#include "Golden.h"
 #include "LabTestSupport.h"
 
 #include "labtest/QBExtendedFile.h"
@@ -51,20 +52,6 @@ std::string LineLabelled(const std::string& text, const std::string& label) {
             line.compare(line.size() - label.size() - 2, std::string::npos, "\t=" + label) == 0)
             return line;
     return "<no line labelled " + label + ">";
-}
-
-// Compares a written file byte for byte with its copy in tests/labtest/golden. On a difference
-// the written file is kept in the temporary folder, for a human to diff.
-void ExpectGolden(const fs::path& written, const std::string& goldenName) {
-    const fs::path golden = fs::path(TW_GOLDEN_DIR) / goldenName;
-    const std::string actual = ReadBytes(written);
-    if (fs::exists(golden) && ReadBytes(golden) == actual)
-        return;
-    const fs::path kept = fs::temp_directory_path() / "tarnwick-golden-failures" / goldenName;
-    fs::create_directories(kept.parent_path());
-    fs::copy_file(written, kept, fs::copy_options::overwrite_existing);
-    ADD_FAILURE() << goldenName << " differs from its golden copy; compare with\n  diff " << golden
-                  << " " << kept;
 }
 
 // Every property of `b` has the value of that of `a`, numbers to the 15 digits of the files;
@@ -121,6 +108,10 @@ struct KernelFileFixture : ::testing::Test {
     TFakeMaterial* Material = nullptr; // the project's
     fs::path Dir;
     TMessageRecorder Messages;
+    // These tests run on a fake material, without the soil models' seams (which a framework
+    // project of another test may have filled: they are process-wide).
+    IKernelMaterialWriter* RegisteredWriter = SetKernelMaterialWriter(nullptr);
+    THSCapAlphaFunction RegisteredCap = SetHSCapAlphaFunction(nullptr);
 
     void SetUp() override {
         Dir = fs::temp_directory_path() /
@@ -133,6 +124,8 @@ struct KernelFileFixture : ::testing::Test {
     void TearDown() override {
         Project.reset();
         fs::remove_all(Dir);
+        SetKernelMaterialWriter(RegisteredWriter);
+        SetHSCapAlphaFunction(RegisteredCap);
     }
     void MakeProject(TQBTestMethod method) {
         Project.reset();

@@ -5,6 +5,8 @@
 #include "materials/TestMaterial.h"
 #include "services/UserMessages.h"
 
+#include <gtest/gtest.h>
+
 #include <filesystem>
 #include <fstream>
 #include <map>

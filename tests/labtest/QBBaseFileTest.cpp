@@ -294,6 +294,8 @@ TEST_F(FileFixture, ReadingAHeaderTakesItsUnitsAndWarnsOfNewerVersions) {
 }
 
 TEST_F(FileFixture, TheMaterialWriterFillsTheBlocksBehindTheHeader) {
+    // The seam is process-wide: a framework project of another test may have filled it.
+    IKernelMaterialWriter* registered = SetKernelMaterialWriter(nullptr);
     TFakeMaterial sand;
     {
         TQBBaseFile file(&Units, Path("blocks.qbc"));
@@ -314,4 +316,5 @@ TEST_F(FileFixture, TheMaterialWriterFillsTheBlocksBehindTheHeader) {
     EXPECT_TRUE(TQBBaseFile::HasValidKeywords(Path("blocks.qbc")));
     EXPECT_FALSE(TQBBaseFile::HasValidKeywords(Path("absent.qbc")));
     EXPECT_EQ(KernelMaterialWriter(), nullptr);
+    SetKernelMaterialWriter(registered);
 }

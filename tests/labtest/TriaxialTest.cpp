@@ -46,7 +46,7 @@ TEST(Triaxial, FreshTestHasTheDefaultsAUserExpects) {
     EXPECT_DOUBLE_EQ(test->InitialTemperature(), 293.15);
     EXPECT_EQ(test->Direction(), qbdCompression);
     EXPECT_TRUE(test->Visible());
-    EXPECT_EQ(test->Caption(), "QBTestTriaxial");
+    EXPECT_EQ(test->Caption(), "Triaxial");
     EXPECT_TRUE(test->GetIntrinsicPropertyByName("Behaviour")->IsPublished());
 
     ASSERT_EQ(test->Phases().Count(), 1);

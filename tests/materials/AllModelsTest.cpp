@@ -1,0 +1,118 @@
+// Every soil model: made, switched to every other model and back, copied, written.
+
+#include "MaterialTestSupport.h"
+
+#include "materials/SoilUserDefinedModels.h"
+
+using namespace tw;
+using namespace tw::testing;
+
+namespace {
+
+const std::vector<TMXSoil_MaterialModel>& Models() {
+    static const std::vector<TMXSoil_MaterialModel> models{mxsmmNone,
+                                                           mxsmmLinearElastic,
+                                                           mxsmmMohrCoulomb,
+                                                           mxsmmHardeningSoil,
+                                                           mxsmmHardeningSoilSmall,
+                                                           mxsmmSoftSoil,
+                                                           mxsmmSoftSoilCreep,
+                                                           mxsmmJointedRock,
+                                                           mxsmmModifiedCamClay,
+                                                           mxsmmNGIADP,
+                                                           mxsmmHoekBrown,
+                                                           mxsmmSOInviscid,
+                                                           mxsmmSOViscid,
+                                                           mxsmmConcrete,
+                                                           mxsmmUBC3DPLM,
+                                                           mxsmmUDCAMSimplified,
+                                                           mxsmmUserDefined};
+    return models;
+}
+
+std::map<std::string, std::string> Stored(const TKovMaterialX& material) {
+    std::map<std::string, std::string> values;
+    for (TKovIntrinsicProperty* property : material.InternalProperties())
+        values[property->Name()] = property->ValueAsText();
+    return values;
+}
+
+// Values a user would give each model's own parameters (a medium soil, kN and m).
+void Typical(TKovMaterialX& material, TMXSoil_MaterialModel model) {
+    auto set = [&](const char* name, double value) { SetUser(material, name, value); };
+    if (material.FindUserProperty("phi"))
+        set("phi", 28.0);
+    switch (model) {
+    case mxsmmHardeningSoil:
+    case mxsmmHardeningSoilSmall:
+        set("E50Ref", 30e6);
+        set("EOedRef", 30e6);
+        set("EURRef", 90e6);
+        break;
+    case mxsmmSoftSoil:
+    case mxsmmSoftSoilCreep:
+    case mxsmmSOInviscid:
+    case mxsmmSOViscid:
+        set("IndexMethod", mxsirmStandard);
+        set("lambdaModified", 0.1);
+        set("kappaModified", 0.02);
+        break;
+    case mxsmmModifiedCamClay:
+        set("lambda", 0.2);
+        set("kappa", 0.04);
+        set("MCCMCsl", 1.2);
+        break;
+    default:
+        break;
+    }
+}
+
+} // namespace
+
+TEST(AllSoilModels, SwitchToEveryOtherModelAndBackKeepsTheStoredValues) {
+    for (TMXSoil_MaterialModel model : Models())
+        for (TMXSoil_MaterialModel other : Models()) {
+            if (other == model)
+                continue;
+            auto material = MakeSoil(model);
+            ScrambleStoredNumbers(*material);
+            const auto before = Stored(*material);
+            SetUser(*material, "SoilModel", other);
+            ASSERT_EQ(material->GetSoilModel(), other);
+            const auto there = Stored(*material);
+            SetUser(*material, "SoilModel", model);
+            ASSERT_EQ(material->GetSoilModel(), model);
+            const auto back = Stored(*material);
+            for (const auto& [name, value] : before) {
+                if (name == "SoilModel" || !there.count(name))
+                    continue; // a value the other model lacks comes back as its default
+                EXPECT_EQ(back.at(name), value) << name << " of " << MaterialModelCaption(model)
+                                                << " lost through " << MaterialModelCaption(other);
+            }
+        }
+}
+
+TEST(AllSoilModels, CopyAndWriteEveryModel) {
+    TUserDLLs::RegisterLibrary("udsm_hps64.dll", {{"HPS", 1, {{"K", "K", qtPressure, 1e6, 30}}}});
+    for (TMXSoil_MaterialModel model : Models()) {
+        auto material = MakeSoil(model);
+        Typical(*material, model);
+        if (model == mxsmmUserDefined) {
+            TMaterialXTools::SetUserPropertyValueFrom(*material, "DllFile",
+                                                      TVarRec(std::string("udsm_hps64.dll")));
+            TMaterialXTools::SetUserPropertyValueFrom(*material, "ModelInDll",
+                                                      TVarRec(std::string("HPS")));
+        }
+        auto copy = TMaterialXFactory::CreateCopy(nullptr, *material);
+        EXPECT_EQ(AllUserValues(*copy), AllUserValues(*material)) << MaterialModelCaption(model);
+        if (model == mxsmmNone)
+            continue; // the kernel has no number for it
+        TRecordingLineWriter file;
+        KernelMaterialWriter()->WriteMaterialBlocks(file, static_cast<TKovSoilMaterialX&>(*copy));
+        EXPECT_EQ(file.Lines.size(), 211u) << MaterialModelCaption(model);
+        EXPECT_EQ(file.Lines[1].find(
+                      std::to_string(TMXWriterQueryFunctions::GetSoilTypeIntegerValue(*material))),
+                  0u);
+    }
+    TUserDLLs::UnregisterLibrary("udsm_hps64.dll");
+}
