@@ -50,6 +50,9 @@ public:
     TQBTestBase* PressuremeterTest() const { return FMainTests->ByTestType(ttPressuremeter); }
 
     TQBTestMethod TestMethod() const { return FTestMethod; }
+    // The kernel the next runs use (the window's kernel menu). The tests keep the method they
+    // were made with, and a test's results stay until its next run.
+    void SetTestMethod(TQBTestMethod method) { FTestMethod = method; }
     bool Is3D() const { return FTestMethod == tm3D; }
     int Version() const { return Property(ip::Version).Value(); }
 
