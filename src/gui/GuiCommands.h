@@ -1,0 +1,71 @@
+#pragma once
+// The window's road into the project: every change a user makes in a window becomes one line of
+// the command language, run by the interpreter, so that it stands in the command history and in
+// one undo step. A line that fails (a user's mistake) is shown in one message box, and changes
+// nothing. Main thread only.
+
+#include "commands/CommandHistory.h"
+#include "commands/KovInterpreter.h"
+#include "labtest/QBProject.h"
+#include "objects/VarRec.h"
+
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace tw {
+
+class TGuiCommands {
+public:
+    // The project must outlive this object.
+    explicit TGuiCommands(TQBProject& project);
+    ~TGuiCommands();
+    TGuiCommands(const TGuiCommands&) = delete;
+    TGuiCommands& operator=(const TGuiCommands&) = delete;
+
+    TQBProject& Project() const { return FProject; }
+    TKovInterpreter& Interpreter() const { return *FInterpreter; }
+    const TCommandHistory& SuccessfulCommands() const { return FSuccessful; }
+    const TCommandHistory& AllCommands() const { return FAll; }
+
+    // Runs one line. A failure shows its message (title "Tarnwick") and answers false; an
+    // exception of the command's code is shown the same way.
+    bool Run(const std::string& line);
+    // A command by name with its parameters written by the interpreter.
+    bool Run(const std::string& command, const std::vector<TVarRec>& values);
+    // `set` on a property: numbers with a unit in the project's presentation units, enumerations
+    // by ordinal.
+    bool Set(TKovIntrinsicProperty& property, const TVarRec& value);
+    // The name that stands for an object in a command line.
+    std::string CommandText(const TKovObject& object) const;
+
+    // The project's revert stacks: the last step and the step undone last.
+    bool CanUndo() const;
+    bool CanRedo() const;
+    std::string UndoCaption() const;
+    std::string RedoCaption() const;
+    bool Undo();
+    bool Redo();
+
+    // The message of the last line that failed ("" after a line that succeeded).
+    const std::string& LastError() const { return FLastError; }
+
+    // Told after every line, whatever its outcome; the sender is this object.
+    TObservable& Observable() { return FObservable; }
+
+private:
+    TQBProject& FProject;
+    TCommandHistory FSuccessful;
+    TCommandHistory FAll;
+    std::unique_ptr<TKovInterpreter> FInterpreter;
+    std::string FLastError;
+    TObservable FObservable{this};
+};
+
+// The accessors the window's commands need, each registered only when no accessor of its class
+// (or a more specific one) is registered yet: the project's undo and redo, the material's user
+// values by name ("Material.ERef") and the advanced options. Called at start-up; again is no
+// change.
+void RegisterWindowAccessors();
+
+} // namespace tw

@@ -1,0 +1,215 @@
+#include "gui/TableViews.h"
+
+#include "gui/PropertyEditors.h"
+#include "gui/QtText.h"
+#include "objects/KovObjectLists.h"
+#include "services/UserMessages.h"
+
+#include <QBrush>
+#include <QPalette>
+#include <QTableView>
+
+namespace tw {
+
+TPresentationTableModel::TPresentationTableModel(TPresentationTable* table, QObject* parent)
+    : QAbstractTableModel(parent) {
+    FObserver.SetOnNotify([this](TNotifySender) {
+        beginResetModel();
+        endResetModel();
+    });
+    SetTable(table);
+}
+
+TPresentationTableModel::~TPresentationTableModel() = default;
+
+void TPresentationTableModel::SetTable(TPresentationTable* table) {
+    beginResetModel();
+    FObserver.DetachFromAll();
+    FTable = table;
+    if (table)
+        table->Observable().AttachObserver(&FObserver);
+    endResetModel();
+}
+
+int TPresentationTableModel::rowCount(const QModelIndex& parent) const {
+    return FTable && !parent.isValid() ? FTable->RowCount() : 0;
+}
+
+int TPresentationTableModel::columnCount(const QModelIndex& parent) const {
+    return FTable && !parent.isValid() ? FTable->ColumnCount() : 0;
+}
+
+QVariant TPresentationTableModel::data(const QModelIndex& index, int role) const {
+    if (!FTable || !index.isValid())
+        return {};
+    switch (role) {
+    case Qt::DisplayRole:
+    case Qt::EditRole:
+        return ToQ(FTable->CellText(index.row(), index.column()));
+    case Qt::TextAlignmentRole:
+        return QVariant::fromValue(Qt::AlignRight | Qt::AlignVCenter);
+    case Qt::BackgroundRole:
+        if (FTable->IsRowSelected(index.row()))
+            return QBrush(QPalette().color(QPalette::Highlight).lighter(160));
+        return {};
+    default:
+        return {};
+    }
+}
+
+QVariant TPresentationTableModel::headerData(int section, Qt::Orientation orientation,
+                                             int role) const {
+    if (!FTable || role != Qt::DisplayRole)
+        return {};
+    if (orientation == Qt::Vertical)
+        return section + 1;
+    std::string text = FromQ(CaptionPlain(FTable->HeaderCaption(section)));
+    const std::string unit = FTable->HeaderUnit(section);
+    if (!unit.empty())
+        text += " [" + unit + "]";
+    return ToQ(text);
+}
+
+Qt::ItemFlags TPresentationTableModel::flags(const QModelIndex& index) const {
+    Qt::ItemFlags flags = QAbstractTableModel::flags(index);
+    if (FTable && index.isValid() && FTable->IsCellEditable(index.row(), index.column()))
+        flags |= Qt::ItemIsEditable;
+    return flags;
+}
+
+bool TPresentationTableModel::setData(const QModelIndex& index, const QVariant& value, int role) {
+    if (!FTable || !index.isValid() || role != Qt::EditRole)
+        return false;
+    const std::string reason =
+        FTable->SetCellText(index.row(), index.column(), FromQ(value.toString()));
+    if (!reason.empty()) {
+        UserMessages().ShowMessage(reason, MessageTitle);
+        return false;
+    }
+    emit dataChanged(index, index);
+    return true;
+}
+
+// ---------------------------------------------------------------------------------------------
+
+TPropertyGridModel::TPropertyGridModel(TGuiCommands& commands, std::vector<std::string> columns,
+                                       QObject* parent)
+    : QAbstractTableModel(parent), FCommands(commands), FColumns(std::move(columns)),
+      FShown(FColumns.size(), false) {
+    auto refresh = [this](TNotifySender) {
+        beginResetModel();
+        std::vector<bool> shown(FColumns.size(), false);
+        for (int row = 0; row < rowCount(); ++row)
+            for (size_t c = 0; c < FColumns.size(); ++c)
+                if (const TKovIntrinsicProperty* p = Cell(row, static_cast<int>(c)))
+                    shown[c] = shown[c] || p->IsPublished();
+        const bool changed = shown != FShown;
+        FShown = std::move(shown);
+        endResetModel();
+        if (changed)
+            emit ColumnsChanged();
+    };
+    FListObserver.SetOnNotify(refresh);
+    FItemObserver.SetOnNotify(refresh);
+}
+
+TPropertyGridModel::~TPropertyGridModel() {
+    if (FList)
+        FList->DetachObserverFromAllContents(&FItemObserver);
+}
+
+void TPropertyGridModel::SetList(TKovObservableObjectList* list) {
+    if (FList) {
+        FList->DetachObserverFromAllContents(&FItemObserver);
+        FList->DetachObserver(&FListObserver);
+    }
+    FList = list;
+    if (list) {
+        list->AttachObserver(&FListObserver);
+        list->AttachObserverToAllContents(&FItemObserver);
+    }
+    FListObserver.Notify(this);
+}
+
+bool TPropertyGridModel::IsColumnShown(int column) const {
+    return column >= 0 && column < static_cast<int>(FShown.size()) && FShown[column];
+}
+
+void TPropertyGridModel::ApplyColumnVisibility(QTableView& view) const {
+    for (int c = 0; c < columnCount(); ++c)
+        view.setColumnHidden(c, !IsColumnShown(c));
+}
+
+TKovIntrinsicProperty* TPropertyGridModel::Cell(int row, int column) const {
+    if (!FList || row < 0 || row >= FList->Count() || column < 0 ||
+        column >= static_cast<int>(FColumns.size()))
+        return nullptr;
+    auto* object = dynamic_cast<TKovObservableObject*>(FList->GetItem(row));
+    return object ? object->GetIntrinsicPropertyByName(FColumns[column]) : nullptr;
+}
+
+int TPropertyGridModel::rowCount(const QModelIndex& parent) const {
+    return FList && !parent.isValid() ? FList->Count() : 0;
+}
+
+int TPropertyGridModel::columnCount(const QModelIndex& parent) const {
+    return parent.isValid() ? 0 : static_cast<int>(FColumns.size());
+}
+
+QVariant TPropertyGridModel::data(const QModelIndex& index, int role) const {
+    const TKovIntrinsicProperty* property = Cell(index.row(), index.column());
+    if (!property)
+        return {};
+    switch (role) {
+    case Qt::DisplayRole:
+    case Qt::EditRole:
+        return ToQ(PropertyEditText(*property, &FCommands.Project().SystemOfUnits()));
+    case Qt::TextAlignmentRole:
+        return QVariant::fromValue(Qt::AlignRight | Qt::AlignVCenter);
+    case Qt::ForegroundRole:
+        if (!IsPropertyEditable(*property))
+            return QBrush(QPalette().color(QPalette::Disabled, QPalette::Text));
+        return {};
+    default:
+        return {};
+    }
+}
+
+QVariant TPropertyGridModel::headerData(int section, Qt::Orientation orientation, int role) const {
+    if (role != Qt::DisplayRole)
+        return {};
+    if (orientation == Qt::Vertical)
+        return section + 1;
+    const TKovIntrinsicProperty* property = Cell(0, section);
+    if (!property)
+        return ToQ(FColumns.at(section));
+    std::string text = FromQ(CaptionPlain(property->Caption()));
+    const std::string unit = PropertyUnitText(*property, &FCommands.Project().SystemOfUnits());
+    if (!unit.empty())
+        text += " [" + unit + "]";
+    return ToQ(text);
+}
+
+Qt::ItemFlags TPropertyGridModel::flags(const QModelIndex& index) const {
+    Qt::ItemFlags flags = QAbstractTableModel::flags(index);
+    if (const TKovIntrinsicProperty* property = Cell(index.row(), index.column()))
+        if (IsPropertyEditable(*property))
+            flags |= Qt::ItemIsEditable;
+    return flags;
+}
+
+bool TPropertyGridModel::setData(const QModelIndex& index, const QVariant& value, int role) {
+    TKovIntrinsicProperty* property = Cell(index.row(), index.column());
+    if (!property || role != Qt::EditRole)
+        return false;
+    std::string error;
+    const std::optional<TVarRec> parsed =
+        ParsePropertyText(*property, FromQ(value.toString()), error);
+    if (!parsed) {
+        UserMessages().ShowMessage(error, MessageTitle);
+        return false;
+    }
+    return FCommands.Set(*property, *parsed);
+}
+
+} // namespace tw

@@ -1,0 +1,313 @@
+// The main window as a user drives it: a run on the triaxial page through our kernel, an edit
+// typed into the input frame and its undo and redo, the option menus of the selected test, a
+// missing kernel, and the progress window of a run that takes long.
+
+#include "GuiTestSupport.h"
+
+#include "gui/ChartsArea.h"
+#include "gui/MaterialPanel.h"
+#include "gui/ProgressWindow.h"
+#include "gui/PropertyEditors.h"
+#include "gui/TestPage.h"
+#include "materials/MaterialXTools.h"
+
+#include <QAction>
+#include <QElapsedTimer>
+#include <QLineEdit>
+#include <QLineSeries>
+#include <QPushButton>
+#include <QTabWidget>
+#include <QTableView>
+#include <QTest>
+#include <QTimer>
+
+#include <cmath>
+#include <fstream>
+#include <numbers>
+
+using namespace tw;
+using namespace tw::testing;
+
+namespace {
+
+// The largest y of a chart's data series of the main test.
+double LargestY(const TChart& chart) {
+    double largest = -INFINITY;
+    for (const TChartSeries& series : chart.Series())
+        if (series.Kind == TChartSeriesKind::Data && series.TestIndex == 0)
+            for (double y : series.Y)
+                largest = std::max(largest, y);
+    return largest;
+}
+
+int IndexOfChart(const TChartsArea& area, TQBChartType type) {
+    for (int i = 0; i < area.ViewCount(); ++i)
+        if (area.View(i).Chart().ChartType() == type)
+            return i;
+    return -1;
+}
+
+QLineEdit& LineEditOf(TTestPage& page, const std::string& property) {
+    auto* edit = qobject_cast<QLineEdit*>(page.ConfigFrame()->Form().EditorOf(property));
+    EXPECT_NE(edit, nullptr) << property;
+    return *edit;
+}
+
+void TypeInto(QLineEdit& edit, const QString& text) {
+    edit.setFocus();
+    edit.selectAll();
+    QTest::keyClicks(&edit, text);
+    QTest::keyClick(&edit, Qt::Key_Return);
+}
+
+} // namespace
+
+TEST_F(GuiFixture, RunOnTheTriaxialPageFillsItsChartsAndTablesFromOurKernel) {
+    TMainWindow& window = OpenWindow();
+    EXPECT_TRUE(Messages.Messages.empty());
+    ASSERT_EQ(window.Pages().count(), 8);
+    EXPECT_EQ(window.Pages().tabText(0), "Triaxial");
+    EXPECT_EQ(window.Pages().tabText(6), "PMT");
+    TTestPage& page = window.Page(0);
+    ASSERT_NE(page.ConfigFrame(), nullptr);
+    TChartsArea& charts = page.Charts();
+    ASSERT_GT(charts.ViewCount(), 0);
+    // Before the run the charts stand with their axes and no curve.
+    EXPECT_EQ(page.ResultsPanel().ResultsTable().model()->rowCount(), 0);
+
+    QTest::mouseClick(&page.ConfigFrame()->RunButton(), Qt::LeftButton);
+    ASSERT_TRUE(Messages.Messages.empty()) << Messages.Messages.front();
+    const TQBTestBase& test = *Project->TriaxialTest();
+    ASSERT_EQ(test.ResultCount(), 101); // the initial state and 100 steps
+
+    // Each data series holds every result row, and Qt draws them all.
+    const int e1ds = IndexOfChart(charts, ctEyyDS);
+    ASSERT_GE(e1ds, 0);
+    TChartView& view = charts.View(e1ds);
+    const auto lines = view.chart()->series();
+    ASSERT_FALSE(lines.isEmpty());
+    auto* curve = qobject_cast<QLineSeries*>(lines.front());
+    ASSERT_NE(curve, nullptr);
+    EXPECT_EQ(curve->count(), 101);
+    EXPECT_EQ(curve->pen().color(), QColor(0x1f, 0x77, 0xb4));
+    // Drained compression of a Mohr-Coulomb sand ends on its strength (Mohr-Coulomb in principal
+    // stresses): q_f = 2 (c cos phi + s3 sin phi) / (1 - sin phi), s3 = 100 kN/m2.
+    const double phi = 32.0 * std::numbers::pi / 180.0;
+    const double qf = 2 * (1.0 * std::cos(phi) + 100.0 * std::sin(phi)) / (1 - std::sin(phi));
+    EXPECT_NEAR(LargestY(view.Chart()), qf, 0.01 * qf);
+    // The strain axis is drawn flipped: compression, negative, grows to the right.
+    EXPECT_TRUE(view.chart()->axes(Qt::Horizontal).front()->isReverse());
+
+    // The results panel shows the current chart's numbers, one row per result row.
+    charts.SetCurrentView(&view);
+    EXPECT_EQ(page.ResultsPanel().ResultsTable().model()->rowCount(), 101);
+    EXPECT_EQ(page.ResultsPanel().ResultsTable().model()->columnCount(), 2);
+
+    // The Mohr chart keeps its circle round: a unit is as long on both axes.
+    TChartView& mohr = charts.View(IndexOfChart(charts, ctMohr));
+    QTest::qWait(20);
+    const QRectF plot = mohr.PlotArea();
+    const double xScale = plot.width() / mohr.XRange().Span();
+    const double yScale = plot.height() / mohr.YRange().Span();
+    EXPECT_NEAR(xScale / yScale, 1.0, 0.01);
+}
+
+TEST_F(GuiFixture, AnEditTypedIntoTheInputFrameIsOneCommandThatUndoAndRedoWalk) {
+    TMainWindow& window = OpenWindow();
+    TTestPage& page = window.Page(0);
+    TQBTestBase& test = *Project->TriaxialTest();
+    QAction* undo = window.Action("actUndo");
+    QAction* redo = window.Action("actRedo");
+    EXPECT_FALSE(undo->isEnabled());
+    EXPECT_EQ(undo->shortcut(), QKeySequence(Qt::CTRL | Qt::Key_Z));
+    EXPECT_EQ(redo->shortcut(), QKeySequence(Qt::CTRL | Qt::Key_Y));
+
+    QLineEdit& cell = LineEditOf(page, "CellPressure");
+    EXPECT_EQ(cell.text(), "100");
+    TypeInto(cell, "250");
+    EXPECT_DOUBLE_EQ(test.GetInitialEffectiveStress(ldXX), -250e3);
+    const TCommandHistory& history = window.Commands().SuccessfulCommands();
+    ASSERT_GT(history.Count(), 0);
+    EXPECT_EQ(history.GetCommand(history.Count() - 1), "_set Triaxial_1.CellPressure 250");
+    ASSERT_TRUE(undo->isEnabled());
+    EXPECT_TRUE(undo->text().contains("CellPressure 250"));
+
+    undo->trigger();
+    EXPECT_DOUBLE_EQ(test.GetInitialEffectiveStress(ldXX), -100e3);
+    EXPECT_EQ(cell.text(), "100");
+    EXPECT_TRUE(redo->isEnabled());
+    redo->trigger();
+    EXPECT_DOUBLE_EQ(test.GetInitialEffectiveStress(ldXX), -250e3);
+    EXPECT_EQ(cell.text(), "250");
+
+    // A value the property refuses is refused where it is typed, with the property's message;
+    // the old value stays, and nothing is added to undo.
+    QLineEdit& steps = LineEditOf(page, "Steps");
+    const int undoSteps = Manager.UndoCount();
+    TypeInto(steps, "-5");
+    ASSERT_EQ(Messages.Messages.size(), 1u);
+    EXPECT_NE(Messages.Messages[0].find("must be between 0 and"), std::string::npos)
+        << Messages.Messages[0];
+    EXPECT_EQ(Messages.Titles[0], "Tarnwick");
+    EXPECT_EQ(steps.text(), "100");
+    EXPECT_EQ(test.Phases()[0].Steps(), 100);
+    EXPECT_EQ(Manager.UndoCount(), undoSteps);
+    // So is a text that is no number.
+    TypeInto(steps, "many");
+    ASSERT_EQ(Messages.Messages.size(), 2u);
+    EXPECT_EQ(steps.text(), "100");
+
+    // A choice goes the same way: the direction's combo box, then undo.
+    auto* direction = qobject_cast<QComboBox*>(page.ConfigFrame()->Form().EditorOf("Direction"));
+    ASSERT_NE(direction, nullptr);
+    EXPECT_EQ(direction->currentText(), "Compression");
+    direction->setCurrentIndex(direction->findText("Extension"));
+    emit direction->activated(direction->currentIndex());
+    EXPECT_GT(test.Phases()[0].GetStrainIncrement(ldYY), 0.0);
+    undo->trigger();
+    EXPECT_LT(test.Phases()[0].GetStrainIncrement(ldYY), 0.0);
+    EXPECT_EQ(direction->currentText(), "Compression");
+}
+
+TEST_F(GuiFixture, TheOptionMenusFollowTheSelectedTest) {
+    MakeProject(tm2D);
+    TMainWindow& window = OpenWindow();
+    QAction* suction = window.Action("actEnableSuction");
+    QAction* thermal = window.Action("actEnableThermal");
+    ASSERT_NE(suction, nullptr);
+    ASSERT_NE(thermal, nullptr);
+    EXPECT_TRUE(suction->isEnabled());
+    EXPECT_TRUE(thermal->isEnabled());
+    EXPECT_FALSE(suction->isChecked());
+
+    // The menu sends a command on the option object; the tests follow, and the input frame
+    // shows the initial suction.
+    TTestPage& triaxial = window.Page(0);
+    EXPECT_FALSE(triaxial.ConfigFrame()->Form().IsRowShown("SuctionInit"));
+    suction->trigger();
+    EXPECT_EQ(window.Commands().SuccessfulCommands().GetCommand(
+                  window.Commands().SuccessfulCommands().Count() - 1),
+              "set Suction True");
+    EXPECT_TRUE(Project->TriaxialTest()->IsSuctionEnabled());
+    EXPECT_TRUE(suction->isChecked());
+    EXPECT_TRUE(triaxial.ConfigFrame()->Form().IsRowShown("SuctionInit"));
+
+    // The pressuremeter test can have neither: both entries are disabled on its page.
+    window.SelectPage(6);
+    ASSERT_EQ(window.CurrentPage().TestType(), ttPressuremeter);
+    EXPECT_FALSE(suction->isEnabled());
+    EXPECT_FALSE(thermal->isEnabled());
+    EXPECT_FALSE(suction->isChecked());
+    window.SelectPage(0);
+    EXPECT_TRUE(suction->isEnabled());
+    EXPECT_TRUE(suction->isChecked());
+
+    // Undo takes the whole switch back, and the menu follows.
+    window.Action("actUndo")->trigger();
+    EXPECT_FALSE(Project->TriaxialTest()->IsSuctionEnabled());
+    EXPECT_FALSE(suction->isChecked());
+
+    // A non-porous material can't have suction: the entry goes grey.
+    TMaterialTreeModel& material = window.MaterialPanel().Model();
+    const QModelIndex drainage = material.ValueIndexOf("DrainageType");
+    ASSERT_TRUE(drainage.isValid());
+    ASSERT_TRUE(material.setData(drainage, static_cast<int>(mxsdtNonPorous), Qt::EditRole));
+    EXPECT_FALSE(suction->isEnabled());
+}
+
+TEST_F(GuiFixture, AThreeDimensionalProjectHasNoThermalOptionAndNoPressuremeterTest) {
+    TMainWindow& window = OpenWindow();
+    EXPECT_EQ(window.Action("actEnableThermal"), nullptr);
+    EXPECT_EQ(window.Page(6).Test(), nullptr);
+    window.SelectPage(6);
+    EXPECT_FALSE(window.Action("actTERun")->isEnabled());
+    EXPECT_FALSE(window.Action("actEnableSuction")->isEnabled());
+    window.SelectPage(7);
+    EXPECT_TRUE(window.Action("actTERun")->isEnabled());
+    EXPECT_TRUE(window.Action("mnuUse3D")->isChecked());
+}
+
+TEST_F(GuiFixture, AMissingKernelIsReportedAndLeavesTheWindowWithoutRun) {
+    TTempFolder empty;
+    MakeProject(tm3D, empty.Folder());
+    TMainWindow& window = OpenWindow();
+    ASSERT_EQ(Messages.Messages.size(), 1u);
+    EXPECT_EQ(Messages.Messages[0], "Kernel file is missing and tests can not be performed: " +
+                                        empty.Folder() + "qbabc_3d");
+    EXPECT_EQ(Messages.Titles[0], "Tarnwick");
+    EXPECT_FALSE(window.Action("mnuUse2D")->isEnabled());
+    EXPECT_FALSE(window.Action("mnuUse3D")->isEnabled());
+    EXPECT_FALSE(window.Action("actTERun")->isEnabled());
+    EXPECT_FALSE(window.RunSelectedTest());
+    EXPECT_FALSE(Project->TriaxialTest()->HasResults());
+
+    // With only the 2D kernel there, the user can switch to it and run.
+    std::filesystem::copy_file(std::string(TW_KERNEL_DIR) + "qbabc_2d", empty.Path() / "qbabc_2d");
+    Messages.Messages.clear();
+    EXPECT_FALSE(window.CheckKernels());
+    EXPECT_TRUE(window.Action("mnuUse2D")->isEnabled());
+    window.Action("mnuUse2D")->trigger();
+    EXPECT_EQ(Project->TestMethod(), tm2D);
+    EXPECT_TRUE(window.Action("actTERun")->isEnabled());
+    EXPECT_TRUE(window.RunSelectedTest());
+    EXPECT_EQ(Project->TriaxialTest()->ResultCount(), 101);
+}
+
+TEST_F(GuiFixture, ALongRunShowsTheProgressWindowWhoseStopEndsTheKernel) {
+    // A kernel that would run for half a minute and writes nothing.
+    TTempFolder folder;
+    const std::filesystem::path kernel = folder.Path() / "qbabc_3d";
+    {
+        std::ofstream script(kernel);
+        script << "#!/bin/sh\nexec sleep 30\n";
+    }
+    std::filesystem::permissions(kernel, std::filesystem::perms::owner_all);
+    MakeProject(tm3D, folder.Folder());
+    TMainWindow& window = OpenWindow();
+
+    bool shown = false, stopped = false;
+    int repaints = 0;
+    QString row, heading;
+    QTimer watch;
+    watch.setInterval(50);
+    QObject::connect(&watch, &QTimer::timeout, [&] {
+        TTaskProgressWindow* progress = TTaskProgressWindow::Showing();
+        if (!progress || !progress->isVisible())
+            return;
+        shown = true;
+        // The window keeps the program painted while the kernel runs.
+        window.repaint();
+        ++repaints;
+        if (progress->RowCount() == 0 || stopped)
+            return;
+        heading = progress->findChild<QLabel*>()->text();
+        // The run's task and the kernel's below it; only the kernel's can be stopped.
+        for (int i = 0; i < progress->RowCount(); ++i) {
+            QPushButton* stop = progress->StopButton(i);
+            if (stop && stop->isEnabled()) {
+                row = progress->RowText(i);
+                stop->click();
+                stopped = true;
+                return;
+            }
+        }
+    });
+    watch.start();
+    QElapsedTimer clock;
+    clock.start();
+    EXPECT_FALSE(window.RunSelectedTest());
+    const qint64 elapsed = clock.elapsed();
+    watch.stop();
+    EXPECT_TRUE(shown);
+    EXPECT_TRUE(stopped);
+    EXPECT_GT(repaints, 0);
+    EXPECT_GE(elapsed, 1000);
+    EXPECT_LT(elapsed, 15000);
+    EXPECT_NE(row.indexOf("Running calculation..."), -1) << row.toStdString();
+    EXPECT_EQ(heading, "Running the triaxial test");
+    // The stopped run wrote nothing: the user is told, and the test has no results.
+    ASSERT_FALSE(Messages.Messages.empty());
+    EXPECT_EQ(Messages.Messages.back(), "There was an error during the execution of the test.");
+    EXPECT_FALSE(Project->TriaxialTest()->HasResults());
+    EXPECT_EQ(TTaskProgressWindow::Showing(), nullptr);
+}
