@@ -48,7 +48,7 @@ TChartView::TChartView(TChart& model, const IQuantityPresenter* units, QWidget* 
       FPanel(std::make_unique<TQBChartTablePanelExt>(model.Settings(), units)) {
     setRenderHint(QPainter::Antialiasing, false);
     setMouseTracking(true);
-    setMinimumSize(360, 280);
+    setMinimumSize(300, 290);
     chart()->legend()->setAlignment(Qt::AlignBottom);
     chart()->setMargins(QMargins(4, 4, 4, 4));
     FReadout = new QGraphicsSimpleTextItem(chart());

@@ -92,7 +92,7 @@ private:
 class TChartsArea : public QWidget {
     Q_OBJECT
 public:
-    static constexpr int MinChartWidth = 420;
+    static constexpr int MinChartWidth = 320;
 
     TChartsArea(TChartsFrame& frame, QWidget* parent = nullptr);
     ~TChartsArea() override;

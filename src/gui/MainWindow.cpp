@@ -127,7 +127,7 @@ TMainWindow::TMainWindow(TQBProject& project, const std::string& hostText, QWidg
     UpdateCaption();
     UpdateOptions();
     UpdateUndoRedo();
-    resize(1500, 900);
+    resize(1800, 1000);
 }
 
 TMainWindow::~TMainWindow() {

@@ -319,12 +319,14 @@ TMaterialPanel::TMaterialPanel(TGuiCommands& commands, QWidget* parent)
     FTree->setItemDelegate(new TChoiceDelegate(FTree));
     FTree->setAlternatingRowColors(true);
     FTree->setEditTriggers(QAbstractItemView::AllEditTriggers);
-    FTree->header()->setSectionResizeMode(TMaterialTreeModel::mcCaption,
-                                          QHeaderView::ResizeToContents);
-    FTree->header()->setStretchLastSection(false);
-    FTree->header()->setSectionResizeMode(TMaterialTreeModel::mcValue, QHeaderView::Stretch);
-    FTree->header()->setSectionResizeMode(TMaterialTreeModel::mcUnit,
-                                          QHeaderView::ResizeToContents);
+    QHeaderView* header = FTree->header();
+    header->setStretchLastSection(false);
+    header->setSectionResizeMode(TMaterialTreeModel::mcCaption, QHeaderView::Interactive);
+    header->resizeSection(TMaterialTreeModel::mcCaption, 165);
+    header->setSectionResizeMode(TMaterialTreeModel::mcValue, QHeaderView::Stretch);
+    header->setSectionResizeMode(TMaterialTreeModel::mcUnit, QHeaderView::ResizeToContents);
+    FTree->setIndentation(12);
+    setMinimumWidth(360);
     layout->addWidget(FTree, 1);
     connect(FModel, &TMaterialTreeModel::StructureChanged, FTree, &QTreeView::expandAll);
     FHeadingObserver.SetOnNotify([this](TNotifySender) { UpdateHeading(); });

@@ -108,7 +108,7 @@ TPropertyForm::TPropertyForm(TGuiCommands& commands, QWidget* parent)
 
 TPropertyForm::~TPropertyForm() = default;
 
-void TPropertyForm::SetObject(TKovObservableObject* object, const std::set<std::string>& excluded) {
+void TPropertyForm::SetObject(TKovObservableObject* object, const TShows& shows) {
     FObserver.DetachFromAll();
     while (FLayout->rowCount() > 0)
         FLayout->removeRow(0);
@@ -118,7 +118,7 @@ void TPropertyForm::SetObject(TKovObservableObject* object, const std::set<std::
         return;
     for (int i = 0; i < object->IntrinsicPropertiesCount(); ++i) {
         TKovIntrinsicProperty* property = object->GetIntrinsicProperty(i);
-        if (!property || excluded.count(property->Name()) || dynamic_cast<TIPKovObject*>(property))
+        if (!property || dynamic_cast<TIPKovObject*>(property) || (shows && !shows(*property)))
             continue;
         AddRow(*property);
     }

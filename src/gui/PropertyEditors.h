@@ -10,8 +10,8 @@
 
 #include <QWidget>
 
+#include <functional>
 #include <optional>
-#include <set>
 #include <string>
 #include <vector>
 
@@ -47,9 +47,11 @@ public:
     TPropertyForm(TGuiCommands& commands, QWidget* parent = nullptr);
     ~TPropertyForm() override;
 
-    // Shows the properties of `object` (nullptr for none) in declaration order, leaving out
-    // object references and the names given. The object must outlive the form or be replaced.
-    void SetObject(TKovObservableObject* object, const std::set<std::string>& excluded = {});
+    // Which properties a form has; object references never.
+    using TShows = std::function<bool(const TKovIntrinsicProperty& property)>;
+    // Shows the properties of `object` (nullptr for none) in declaration order, those `shows`
+    // takes (all without it). The object must outlive the form or be replaced.
+    void SetObject(TKovObservableObject* object, const TShows& shows = nullptr);
     TKovObservableObject* Object() const { return FObject; }
 
     // Values, visibility and read-only states from the object.

@@ -27,15 +27,23 @@
 #include <QToolButton>
 #include <QVBoxLayout>
 
+#include <set>
+
 namespace tw {
 
 namespace {
 
-// The properties the frame leaves out: the caption stands in the group's title.
-const std::set<std::string>& ExcludedTestProperties() {
+// The properties the frame leaves out: the caption stands in the page's tab.
+bool IsFrameProperty(const TKovIntrinsicProperty& property) {
     static const std::set<std::string> names{"Caption",  "Name",     "TypeName", "Comments",
                                              "Metadata", "Selected", "Visible"};
-    return names;
+    return names.count(property.Name()) == 0;
+}
+
+// The calculation control of the kernel: shown apart, below the test's own values.
+bool IsCalculationControl(const TKovIntrinsicProperty& property) {
+    static const std::set<std::string> names{"Error", "Relax", "Iteration", "ArcLength"};
+    return names.count(property.Name()) != 0;
 }
 
 // The columns of the general test's phase grid. The boundary conditions are set for all phases
@@ -81,13 +89,23 @@ TTestConfigFrame::TTestConfigFrame(TGuiCommands& commands, TQBTestBase& test, QW
     layout->setContentsMargins(4, 4, 4, 4);
     auto* group = new QGroupBox(Tr(GroupCaption(test.TestType())), this);
     auto* groupLayout = new QVBoxLayout(group);
-    FForm->SetObject(&test, ExcludedTestProperties());
+    FForm->SetObject(&test, [](const TKovIntrinsicProperty& property) {
+        return IsFrameProperty(property) && !IsCalculationControl(property);
+    });
     groupLayout->addWidget(FForm);
     if (QWidget* phases = MakePhaseTable())
         groupLayout->addWidget(phases, 1);
+    else
+        groupLayout->addStretch(1);
     if (test.TestType() == ttGeneral)
         groupLayout->addWidget(MakeCyclicPhases());
     layout->addWidget(group, 1);
+    auto* control = new QGroupBox(Tr("Calculation control"), this);
+    auto* controlLayout = new QVBoxLayout(control);
+    auto* controlForm = new TPropertyForm(commands, control);
+    controlForm->SetObject(&test, IsCalculationControl);
+    controlLayout->addWidget(controlForm);
+    layout->addWidget(control);
     FRun->setToolTip(Tr("Run test"));
     QFont font = FRun->font();
     font.setBold(true);
@@ -339,7 +357,7 @@ TTestPage::TTestPage(TGuiCommands& commands, TQBTestType type, QWidget* parent)
         scroll->setWidgetResizable(true);
         scroll->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
         scroll->setWidget(FConfig);
-        scroll->setMinimumWidth(FConfig->sizeHint().width() + 20);
+        scroll->setMinimumWidth(FConfig->minimumSizeHint().width() + 16);
         leftLayout->addWidget(scroll, 1);
     } else {
         auto* none = new QLabel(Tr("This test needs the 2D kernel."), left);
@@ -370,7 +388,7 @@ TTestPage::TTestPage(TGuiCommands& commands, TQBTestType type, QWidget* parent)
     splitter->setStretchFactor(0, 0);
     splitter->setStretchFactor(1, 1);
     splitter->setStretchFactor(2, 0);
-    splitter->setSizes({360, 900, 300});
+    splitter->setSizes({350, 900, 230});
     connect(FCharts, &TChartsArea::CurrentViewChanged, FResults, &TResultsPanel::SetView);
     connect(FCharts, &TChartsArea::SelectionChanged, FResults, [this](TChartView* view) {
         if (view != FResults->View())

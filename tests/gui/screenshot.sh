@@ -6,5 +6,5 @@ if ! command -v xvfb-run >/dev/null; then
     echo "xvfb-run is missing: the screenshot test is skipped"
     exit 77
 fi
-exec xvfb-run -a -s "-screen 0 1600x1000x24" env QT_QPA_PLATFORM=xcb "$1" \
+exec xvfb-run -a -s "-screen 0 1920x1080x24" env QT_QPA_PLATFORM=xcb "$1" \
     --gtest_filter='Screenshot*'
