@@ -7,10 +7,13 @@
 #include "objects/IntrinsicPropertyValueKinds.h"
 #include "services/UserMessages.h"
 
+#include <QApplication>
 #include <QComboBox>
 #include <QHeaderView>
 #include <QLabel>
+#include <QPainter>
 #include <QStyledItemDelegate>
+#include <QTextDocument>
 #include <QTreeView>
 #include <QVBoxLayout>
 
@@ -18,10 +21,36 @@ namespace tw {
 
 namespace {
 
-// Enumerations are chosen from their valid values; everything else edits as text.
+// Captions are drawn as rich text; enumerations are chosen from their valid values, everything
+// else edits as text.
 class TChoiceDelegate : public QStyledItemDelegate {
 public:
     using QStyledItemDelegate::QStyledItemDelegate;
+
+    void paint(QPainter* painter, const QStyleOptionViewItem& option,
+               const QModelIndex& index) const override {
+        const QVariant html = index.data(TMaterialTreeModel::CaptionHtmlRole);
+        if (!html.isValid()) {
+            QStyledItemDelegate::paint(painter, option, index);
+            return;
+        }
+        QStyleOptionViewItem item = option;
+        initStyleOption(&item, index);
+        item.text.clear();
+        QStyle* style = item.widget ? item.widget->style() : QApplication::style();
+        style->drawControl(QStyle::CE_ItemViewItem, &item, painter, item.widget);
+        QTextDocument text;
+        text.setDocumentMargin(0);
+        text.setDefaultFont(item.font);
+        text.setHtml(html.toString());
+        const QRect area = style->subElementRect(QStyle::SE_ItemViewItemText, &item, item.widget);
+        painter->save();
+        painter->setClipRect(area);
+        painter->translate(area.left() + 2,
+                           area.top() + (area.height() - text.size().height()) / 2);
+        text.drawContents(painter);
+        painter->restore();
+    }
 
     QWidget* createEditor(QWidget* parent, const QStyleOptionViewItem& option,
                           const QModelIndex& index) const override {
@@ -216,6 +245,8 @@ QVariant TMaterialTreeModel::data(const QModelIndex& index, int role) const {
     case mcCaption:
         if (role == Qt::DisplayRole)
             return CaptionPlain(property.Caption());
+        if (role == CaptionHtmlRole)
+            return CaptionHtml(property.Caption());
         if (role == Qt::ToolTipRole)
             return ToQ(property.Name());
         return {};

@@ -29,6 +29,8 @@ public:
     // captions (ChoiceCaptionsRole).
     static constexpr int ChoicesRole = Qt::UserRole + 1;
     static constexpr int ChoiceCaptionsRole = Qt::UserRole + 2;
+    // A parameter's caption as rich text (subscripts, Greek letters).
+    static constexpr int CaptionHtmlRole = Qt::UserRole + 3;
 
     TMaterialTreeModel(TGuiCommands& commands, QObject* parent = nullptr);
     ~TMaterialTreeModel() override;

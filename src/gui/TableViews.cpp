@@ -205,7 +205,9 @@ bool TPropertyGridModel::setData(const QModelIndex& index, const QVariant& value
     std::string error;
     const std::optional<TVarRec> parsed =
         ParsePropertyText(*property, FromQ(value.toString()), error);
-    if (!parsed) {
+    if (parsed && FCheck)
+        error = FCheck(*property, *parsed);
+    if (!parsed || !error.empty()) {
         UserMessages().ShowMessage(error, MessageTitle);
         return false;
     }

@@ -9,6 +9,7 @@
 
 #include <QAbstractTableModel>
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -53,6 +54,11 @@ public:
 
     // The list (nullptr for none) must outlive the model or be replaced first.
     void SetList(TKovObservableObjectList* list);
+    // A check of a typed value before it goes as a command, beyond the property's own limits:
+    // the reason it is refused, or "".
+    using TCheck =
+        std::function<std::string(const TKovIntrinsicProperty& property, const TVarRec& value)>;
+    void SetCheck(TCheck check) { FCheck = std::move(check); }
     bool IsColumnShown(int column) const;
     // Hides the columns no row publishes in a view of this model.
     void ApplyColumnVisibility(QTableView& view) const;
@@ -73,6 +79,7 @@ private:
     TGuiCommands& FCommands;
     std::vector<std::string> FColumns;
     TKovObservableObjectList* FList = nullptr;
+    TCheck FCheck;
     std::vector<bool> FShown;
     TObserver FListObserver;
     TObserver FItemObserver;

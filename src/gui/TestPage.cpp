@@ -144,6 +144,13 @@ QWidget* TTestConfigFrame::MakePhaseTable() {
         FPhaseTable->setModel(FPhaseGrid);
         connect(FPhaseGrid, &TPropertyGridModel::ColumnsChanged, this,
                 [this] { FPhaseGrid->ApplyColumnVisibility(*FPhaseTable); });
+        FPhaseGrid->SetCheck([](const TKovIntrinsicProperty& property, const TVarRec& value) {
+            // The kernel takes no negative step count; the property itself has no lower limit.
+            const auto* steps = std::get_if<int32_t>(&value);
+            return property.Name() == "Steps" && steps && *steps < 0
+                       ? Translate("The number of steps can't be negative.")
+                       : std::string();
+        });
         FPhaseGrid->SetList(&FTest.Phases());
         FPhaseGrid->ApplyColumnVisibility(*FPhaseTable);
         FPhaseTable->horizontalHeader()->setSectionResizeMode(QHeaderView::ResizeToContents);

@@ -17,6 +17,18 @@ void TQBTestWithPhaseView::AddDefaultPhase(const TQBBoundaryConditions& conditio
                              TQBLoadDirectionDoubleArray{}, conditions);
 }
 
+void TQBTestWithPhaseView::UpdateAfterPhasesChanged() {
+    for (int i = 0; i < Phases().Count(); ++i) {
+        TQBPhase& phase = Phases()[i];
+        phase.SetStepsReadOnly(false);
+        phase.SetDurationReadOnly(false);
+        if (TestType() == ttCRS)
+            phase.SetStrainIPReadOnly(ldYY, false);
+        else
+            phase.SetStressIPReadOnly(ldYY, false);
+    }
+}
+
 std::string TQBTestWithPhaseView::ToString() const {
     return Format("%s%s%s", TQBTestBase::ToString(), "/", Phases().ToString());
 }

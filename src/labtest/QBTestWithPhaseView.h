@@ -16,6 +16,9 @@ public:
 protected:
     // The one phase of a fresh test: 100 steps over a day, no increments.
     void AddDefaultPhase(const TQBBoundaryConditions& conditions);
+    // Opens, on every phase, what the phase table edits: the steps, the duration and the
+    // vertical increment that drives the phase (stress on the oedometer, strain on CRS).
+    void UpdateAfterPhasesChanged() override;
 };
 
 } // namespace tw

@@ -5,6 +5,7 @@
 #include "GuiTestSupport.h"
 
 #include "gui/ChartsArea.h"
+#include "gui/QtText.h"
 #include "gui/TestPage.h"
 #include "presentation/ChartColors.h"
 
@@ -66,7 +67,7 @@ TEST_F(ScreenshotTest, TheTriaxialPageAfterARunShowsItsCurves) {
     ASSERT_FALSE(picture.isNull());
     const QRect area(charts.mapTo(&window, QPoint(0, 0)), charts.size());
     const QImage chartArea = picture.copy(area);
-    EXPECT_GT(PixelsOf(chartArea, QColor(0x1f, 0x77, 0xb4)), 500)
+    EXPECT_GT(PixelsOf(chartArea, ToQColor(ChartColor(0))), 500)
         << "the main test's curves are drawn in the first chart colour";
     if (const QByteArray file = qgetenv("TW_SCREENSHOT"); !file.isEmpty()) {
         EXPECT_TRUE(picture.save(QString::fromLocal8Bit(file), "PNG"));

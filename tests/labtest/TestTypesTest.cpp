@@ -296,6 +296,25 @@ TEST(TestTypes, GeneralTestSetsBoundaryConditionsAndIncrementVisibilityOnAllPhas
     EXPECT_EQ(published(3), 0);
 }
 
+TEST(TestTypes, PhaseViewTestsOpenWhatTheirPhaseTableEdits) {
+    TKovObjectManager manager;
+    auto project = MakeProject(manager, std::make_unique<TFakeMaterial>(), tm3D);
+    for (TQBTestType type : {ttOedometer, ttCRS}) {
+        TQBTestBase& test = *project->MainTests().ByTestType(type);
+        test.AddNewPhase();
+        const int driving = type == ttCRS ? 1 : 0; // strain or stress increment
+        for (int i = 0; i < test.Phases().Count(); ++i) {
+            const TQBPhase& phase = test.Phases()[i];
+            EXPECT_FALSE(phase.GetIntrinsicPropertyByName("Steps")->ReadOnly()) << type;
+            EXPECT_FALSE(phase.GetIntrinsicPropertyByName("Duration")->ReadOnly()) << type;
+            EXPECT_FALSE(phase.GetIncrementIP(driving, ldYY).ReadOnly()) << type << " " << i;
+            // The other increments stay closed: the test's boundary conditions hold them.
+            EXPECT_TRUE(phase.GetIncrementIP(1 - driving, ldYY).ReadOnly()) << type;
+            EXPECT_TRUE(phase.GetIncrementIP(driving, ldXX).ReadOnly()) << type;
+        }
+    }
+}
+
 TEST(TestTypes, FreshProjectTestsFollowTheMaterialsTimeDependence) {
     for (TMXSoil_MaterialModel model : {mxsmmMohrCoulomb, mxsmmSoftSoilCreep}) {
         TKovObjectManager manager;
