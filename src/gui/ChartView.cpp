@@ -176,13 +176,32 @@ void TChartView::UpdateSelectionMarkers() {
 
 void TChartView::SetAxisRange(QAbstractAxis* axis, const TAxisRange& range) {
     if (auto* category = qobject_cast<QCategoryAxis*>(axis)) {
-        // Ticks and labels as the chart logic writes them ("#0.###########").
+        // Ticks and labels as the chart logic writes them ("#0.###########"), as many as the
+        // axis's length holds without labels running into each other (Qt would cut them).
+        const bool horizontal = axis->orientation() == Qt::Horizontal;
+        const QRectF plot = chart()->plotArea();
+        const double length = horizontal ? plot.width() : plot.height();
+        const QFontMetrics metrics(category->labelsFont());
+        std::vector<double> ticks;
+        QStringList labels;
+        for (int most = 8; most >= 2; --most) {
+            ticks = AxisTicks(range, false, most);
+            labels.clear();
+            double room = 0.0;
+            for (double tick : ticks) {
+                labels.push_back(ToQ(FormatAxisLabel(tick)));
+                room += horizontal ? metrics.horizontalAdvance(labels.back()) + 10.0
+                                   : metrics.height() + 4.0;
+            }
+            if (length <= 0 || room <= length)
+                break;
+        }
         for (const QString& label : category->categoriesLabels())
             category->remove(label);
         const double span = range.Span() > 0 ? range.Span() : 1.0;
         category->setStartValue(range.Min - span);
-        for (double tick : AxisTicks(range, false))
-            category->append(ToQ(FormatAxisLabel(tick)), tick);
+        for (size_t i = 0; i < ticks.size(); ++i)
+            category->append(labels[static_cast<qsizetype>(i)], ticks[i]);
     }
     axis->setRange(range.Min, range.Max);
 }

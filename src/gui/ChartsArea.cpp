@@ -39,9 +39,7 @@ QString CategoryCaption(TQBAxisCategory category) {
 }
 
 QTableView* MakeTable(QWidget* parent) {
-    auto* table = new QTableView(parent);
-    table->verticalHeader()->setDefaultSectionSize(20);
-    table->verticalHeader()->setSectionResizeMode(QHeaderView::Fixed);
+    QTableView* table = MakeTableView(parent);
     table->horizontalHeader()->setSectionResizeMode(QHeaderView::Stretch);
     table->setSelectionMode(QAbstractItemView::NoSelection);
     table->setEditTriggers(QAbstractItemView::NoEditTriggers);

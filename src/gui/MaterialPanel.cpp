@@ -247,8 +247,9 @@ QVariant TMaterialTreeModel::data(const QModelIndex& index, int role) const {
             return CaptionPlain(property.Caption());
         if (role == CaptionHtmlRole)
             return CaptionHtml(property.Caption());
-        if (role == Qt::ToolTipRole)
-            return ToQ(property.Name());
+        if (role == Qt::ToolTipRole) // the whole caption where the column cuts it
+            return CaptionHtml(property.Caption()) + QStringLiteral(" (") + ToQ(property.Name()) +
+                   QStringLiteral(")");
         return {};
     case mcValue:
         if (role == Qt::CheckStateRole && isBoolean)
@@ -353,11 +354,11 @@ TMaterialPanel::TMaterialPanel(TGuiCommands& commands, QWidget* parent)
     QHeaderView* header = FTree->header();
     header->setStretchLastSection(false);
     header->setSectionResizeMode(TMaterialTreeModel::mcCaption, QHeaderView::Interactive);
-    header->resizeSection(TMaterialTreeModel::mcCaption, 165);
+    header->resizeSection(TMaterialTreeModel::mcCaption, 200);
     header->setSectionResizeMode(TMaterialTreeModel::mcValue, QHeaderView::Stretch);
     header->setSectionResizeMode(TMaterialTreeModel::mcUnit, QHeaderView::ResizeToContents);
     FTree->setIndentation(12);
-    setMinimumWidth(360);
+    setMinimumWidth(390);
     layout->addWidget(FTree, 1);
     connect(FModel, &TMaterialTreeModel::StructureChanged, FTree, &QTreeView::expandAll);
     FHeadingObserver.SetOnNotify([this](TNotifySender) { UpdateHeading(); });

@@ -147,6 +147,7 @@ void TPropertyForm::AddRow(TKovIntrinsicProperty& property) {
         row.Editor = box;
     } else if (dynamic_cast<TIPEnumeration*>(&property)) {
         auto* box = new QComboBox(row.Field);
+        box->setSizeAdjustPolicy(QComboBox::AdjustToContents);
         connect(box, &QComboBox::activated, this, [this, index](int item) {
             if (FRefreshing)
                 return;
@@ -220,6 +221,7 @@ void TPropertyForm::RefreshRow(TRow& row) {
             for (int value : choices)
                 combo->addItem(CaptionPlain(enumeration.EnumerationDeclaration().CaptionOf(value)));
             row.Choices = std::move(choices);
+            combo->setMinimumWidth(combo->sizeHint().width()); // no choice is cut
         }
         const auto at = std::find(row.Choices.begin(), row.Choices.end(), enumeration.IntValue());
         combo->setCurrentIndex(static_cast<int>(at - row.Choices.begin()));

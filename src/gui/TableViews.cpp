@@ -6,10 +6,71 @@
 #include "services/UserMessages.h"
 
 #include <QBrush>
+#include <QPainter>
 #include <QPalette>
 #include <QTableView>
+#include <QTextDocument>
 
 namespace tw {
+
+namespace {
+
+void SetUpCaption(QTextDocument& text, const QFont& font, const QString& html) {
+    text.setDocumentMargin(0);
+    text.setDefaultFont(font);
+    text.setHtml(html);
+}
+
+} // namespace
+
+TRichHeaderView::TRichHeaderView(QWidget* parent) : QHeaderView(Qt::Horizontal, parent) {
+    setSectionsClickable(false);
+    setDefaultAlignment(Qt::AlignCenter);
+}
+
+void TRichHeaderView::paintSection(QPainter* painter, const QRect& rect, int logicalIndex) const {
+    const QVariant html =
+        model() ? model()->headerData(logicalIndex, orientation(), HeaderHtmlRole) : QVariant();
+    if (!html.isValid()) {
+        QHeaderView::paintSection(painter, rect, logicalIndex);
+        return;
+    }
+    QStyleOptionHeader option;
+    initStyleOption(&option);
+    initStyleOptionForIndex(&option, logicalIndex);
+    option.rect = rect;
+    option.text.clear();
+    painter->save();
+    style()->drawControl(QStyle::CE_Header, &option, painter, this);
+    QTextDocument text;
+    SetUpCaption(text, font(), html.toString());
+    const QSizeF size = text.size();
+    const double left = rect.left() + std::max(2.0, (rect.width() - size.width()) / 2);
+    painter->setClipRect(rect.adjusted(1, 0, -1, 0));
+    painter->translate(left, rect.top() + (rect.height() - size.height()) / 2);
+    text.drawContents(painter);
+    painter->restore();
+}
+
+QSize TRichHeaderView::sectionSizeFromContents(int logicalIndex) const {
+    const QVariant html =
+        model() ? model()->headerData(logicalIndex, orientation(), HeaderHtmlRole) : QVariant();
+    if (!html.isValid())
+        return QHeaderView::sectionSizeFromContents(logicalIndex);
+    QTextDocument text;
+    SetUpCaption(text, font(), html.toString());
+    const QSize plain = QHeaderView::sectionSizeFromContents(logicalIndex);
+    return QSize(static_cast<int>(text.idealWidth()) + 12,
+                 std::max(plain.height(), static_cast<int>(text.size().height()) + 6));
+}
+
+QTableView* MakeTableView(QWidget* parent) {
+    auto* table = new QTableView(parent);
+    table->setHorizontalHeader(new TRichHeaderView(table));
+    table->verticalHeader()->setDefaultSectionSize(20);
+    table->verticalHeader()->setSectionResizeMode(QHeaderView::Fixed);
+    return table;
+}
 
 TPresentationTableModel::TPresentationTableModel(TPresentationTable* table, QObject* parent)
     : QAbstractTableModel(parent) {
@@ -59,10 +120,12 @@ QVariant TPresentationTableModel::data(const QModelIndex& index, int role) const
 
 QVariant TPresentationTableModel::headerData(int section, Qt::Orientation orientation,
                                              int role) const {
-    if (!FTable || role != Qt::DisplayRole)
+    if (!FTable || (role != Qt::DisplayRole && role != HeaderHtmlRole))
         return {};
     if (orientation == Qt::Vertical)
-        return section + 1;
+        return role == Qt::DisplayRole ? QVariant(section + 1) : QVariant();
+    if (role == HeaderHtmlRole)
+        return CaptionWithUnitHtml(FTable->HeaderCaption(section), FTable->HeaderUnit(section));
     std::string text = FromQ(CaptionPlain(FTable->HeaderCaption(section)));
     const std::string unit = FTable->HeaderUnit(section);
     if (!unit.empty())
@@ -176,15 +239,17 @@ QVariant TPropertyGridModel::data(const QModelIndex& index, int role) const {
 }
 
 QVariant TPropertyGridModel::headerData(int section, Qt::Orientation orientation, int role) const {
-    if (role != Qt::DisplayRole)
+    if (role != Qt::DisplayRole && role != HeaderHtmlRole)
         return {};
     if (orientation == Qt::Vertical)
-        return section + 1;
+        return role == Qt::DisplayRole ? QVariant(section + 1) : QVariant();
     const TKovIntrinsicProperty* property = Cell(0, section);
     if (!property)
-        return ToQ(FColumns.at(section));
-    std::string text = FromQ(CaptionPlain(property->Caption()));
+        return role == Qt::DisplayRole ? ToQ(FColumns.at(section)) : QVariant();
     const std::string unit = PropertyUnitText(*property, &FCommands.Project().SystemOfUnits());
+    if (role == HeaderHtmlRole)
+        return CaptionWithUnitHtml(property->Caption(), unit);
+    std::string text = FromQ(CaptionPlain(property->Caption()));
     if (!unit.empty())
         text += " [" + unit + "]";
     return ToQ(text);

@@ -8,6 +8,7 @@
 #include "presentation/TableModels.h"
 
 #include <QAbstractTableModel>
+#include <QHeaderView>
 
 #include <functional>
 #include <string>
@@ -18,6 +19,25 @@ class QTableView;
 namespace tw {
 
 class TKovObservableObjectList;
+
+// The role in which the window's table models answer a column's caption as rich text (subscripts,
+// superscripts); DisplayRole keeps the plain text.
+constexpr int HeaderHtmlRole = Qt::UserRole + 20;
+
+// A horizontal header that draws its captions as rich text where the model gives them in
+// HeaderHtmlRole, and sizes its sections to them.
+class TRichHeaderView : public QHeaderView {
+    Q_OBJECT
+public:
+    explicit TRichHeaderView(QWidget* parent = nullptr);
+
+protected:
+    void paintSection(QPainter* painter, const QRect& rect, int logicalIndex) const override;
+    QSize sectionSizeFromContents(int logicalIndex) const override;
+};
+
+// A table of the window: rich-text captions, rows of a fixed height.
+QTableView* MakeTableView(QWidget* parent);
 
 class TPresentationTableModel : public QAbstractTableModel {
     Q_OBJECT

@@ -125,7 +125,7 @@ QWidget* TTestConfigFrame::MakePhaseTable() {
     auto* layout = new QVBoxLayout(box);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->addWidget(new QLabel(Tr("Phases:"), box));
-    FPhaseTable = new QTableView(box);
+    FPhaseTable = MakeTableView(box);
     FPhaseTable->setObjectName("PhaseTable");
     FPhaseTable->verticalHeader()->setDefaultSectionSize(22);
     FPhaseTable->setSelectionBehavior(QAbstractItemView::SelectRows);
@@ -364,7 +364,9 @@ TTestPage::TTestPage(TGuiCommands& commands, TQBTestType type, QWidget* parent)
         scroll->setWidgetResizable(true);
         scroll->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
         scroll->setWidget(FConfig);
-        scroll->setMinimumWidth(FConfig->minimumSizeHint().width() + 16);
+        // Room for the vertical scroll bar of a long frame.
+        scroll->setMinimumWidth(FConfig->minimumSizeHint().width() +
+                                scroll->style()->pixelMetric(QStyle::PM_ScrollBarExtent) + 6);
         leftLayout->addWidget(scroll, 1);
     } else {
         auto* none = new QLabel(Tr("This test needs the 2D kernel."), left);
@@ -395,7 +397,7 @@ TTestPage::TTestPage(TGuiCommands& commands, TQBTestType type, QWidget* parent)
     splitter->setStretchFactor(0, 0);
     splitter->setStretchFactor(1, 1);
     splitter->setStretchFactor(2, 0);
-    splitter->setSizes({350, 900, 230});
+    splitter->setSizes({std::max(360, left->minimumSizeHint().width()), 880, 280});
     connect(FCharts, &TChartsArea::CurrentViewChanged, FResults, &TResultsPanel::SetView);
     connect(FCharts, &TChartsArea::SelectionChanged, FResults, [this](TChartView* view) {
         if (view != FResults->View())

@@ -57,5 +57,20 @@ const std::vector<std::string>& BoundaryConditionTypeStrings() {
     static const std::vector<std::string> values{"bcFixedStrain", "bcFixedStress"};
     return values;
 }
+const std::vector<std::string>& BoundaryConditionTypeCaptions() {
+    static const std::vector<std::string> values{"Fixed strain", "Fixed stress"};
+    return values;
+}
+
+std::string StressSymbol(TQBLoadDirection direction, bool effective) {
+    const std::string suffix = LoadDirectionSuffix(direction);
+    if (direction > ldZZ)
+        return "@t#_" + suffix + "#";
+    return std::string(effective ? "@s#'_" : "@s#_") + suffix + "#";
+}
+
+std::string StrainSymbol(TQBLoadDirection direction) {
+    return std::string(direction > ldZZ ? "@g#_" : "@e#_") + LoadDirectionSuffix(direction) + "#";
+}
 
 } // namespace tw

@@ -51,6 +51,11 @@ const char* TestTypeName(TQBTestType type);
 const char* TestClassTypeName(TQBTestType type);
 // The suffix of a direction in property names: "xx", "yy", "zz", "xy", "yz", "zx".
 const char* LoadDirectionSuffix(TQBLoadDirection direction);
+// The symbols of a direction in caption markup: "@s#'_xx#" (effective) or "@s#_xx#" for a normal
+// stress, "@t#_xy#" for a shear stress, "@e#_xx#" for a strain and "@g#_xy#" for a shear strain
+// (an engineering strain).
+std::string StressSymbol(TQBLoadDirection direction, bool effective);
+std::string StrainSymbol(TQBLoadDirection direction);
 
 // Enumerated strings and captions of the typed enumeration properties.
 const std::vector<std::string>& BehaviorStrings();
@@ -62,5 +67,6 @@ const std::vector<std::string>& DirectionCaptions();
 const std::vector<std::string>& TestControlTypeStrings();
 const std::vector<std::string>& TestControlTypeCaptions();
 const std::vector<std::string>& BoundaryConditionTypeStrings();
+const std::vector<std::string>& BoundaryConditionTypeCaptions();
 
 } // namespace tw

@@ -31,8 +31,10 @@ void TQBPhase::DeclareProperties(TKovIntrinsicPropertyDeclarationList& list) {
     list.AddInteger(ip::Steps.Name, ipkReadOnly, "Number of steps");
     list.AddDoubleWithUnit(ip::Duration.Name, qtTime, ipkReadOnly, "", 0.0, DBL_MAX);
     for (TQBLoadDirection d : AllLoadDirections) {
-        list.AddDoubleWithUnit(StressIncrementName(d), qtPressure, ipkReadOnly);
-        list.AddDoubleWithUnit(StrainIncrementName(d), qtPercentage, ipkReadOnly);
+        list.AddDoubleWithUnit(StressIncrementName(d), qtPressure, ipkReadOnly,
+                               "@D" + StressSymbol(d, false));
+        list.AddDoubleWithUnit(StrainIncrementName(d), qtPercentage, ipkReadOnly,
+                               "@D" + StrainSymbol(d));
         list.AddInteger(BoundaryConditionName(d), ipkReadOnly);
     }
     list.AddDoubleWithUnit(ip::SuctionInc.Name, qtPressure, ipkReadOnly | ipkNotPublished, "@D#s",

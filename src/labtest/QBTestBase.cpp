@@ -81,7 +81,7 @@ void TQBTestBase::AddDerivedAdvancedEffectiveStressDeclarations(
              [d](TKovIntrinsicProperty& p, const double& v) {
                  OwnerOf<TQBTestBase>(p).SetInitialEffectiveStress(d, v);
              }},
-            config);
+            config, "Initial effective stress " + StressSymbol(d, true));
         list.Insert(at++, single.Extract(EffectiveStressName(d)));
     }
 }
@@ -99,7 +99,7 @@ void TQBTestBase::AddDerivedBasicEffectiveStressDeclarations(
                                          [d](TKovIntrinsicProperty& p, const double& v) {
                                              OwnerOf<TQBTestBase>(p).SetInitialTotalStress(d, v);
                                          }},
-                                        config);
+                                        config, "Initial stress " + StressSymbol(d, false));
         list.Insert(at++, single.Extract(EffectiveStressName(d)));
     }
 }

@@ -26,7 +26,8 @@ void TQBTestGeneral::DeclareProperties(TKovIntrinsicPropertyDeclarationList& lis
              [d](TKovIntrinsicProperty& p, const int& v) {
                  static_cast<TQBTestGeneral&>(*p.Owner())
                      .SetBoundaryConditionType(d, static_cast<TQBBoundaryConditionType>(v));
-             }});
+             }},
+            0, std::string("Boundary condition ") + LoadDirectionSuffix(d));
     // Only this test offers the user's own cyclic definitions.
     list.GetDeclarationFor("CyclicPhases")->SetConfiguration(0);
 }

@@ -214,8 +214,10 @@ void TQBTestHelper::AddDerivedFirstPhaseSteps(TKovIntrinsicPropertyDeclarationLi
 void TQBTestHelper::AddDerivedBoundaryCondition(TKovIntrinsicPropertyDeclarationList& list,
                                                 const std::string& name,
                                                 TDerivedAccessors<int> accessors,
-                                                TKovIntrinsicPropertyConfig config) {
-    list.AddDerivedEnumeration(name, BoundaryConditionTypeStrings(), std::move(accessors), config);
+                                                TKovIntrinsicPropertyConfig config,
+                                                const std::string& caption) {
+    list.AddDerivedEnumeration(name, BoundaryConditionTypeStrings(), std::move(accessors), config,
+                               caption, BoundaryConditionTypeCaptions());
 }
 
 } // namespace tw

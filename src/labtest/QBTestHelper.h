@@ -83,7 +83,8 @@ public:
     static void AddDerivedBoundaryCondition(TKovIntrinsicPropertyDeclarationList& list,
                                             const std::string& name,
                                             TDerivedAccessors<int> accessors,
-                                            TKovIntrinsicPropertyConfig config = 0);
+                                            TKovIntrinsicPropertyConfig config = 0,
+                                            const std::string& caption = "");
 };
 
 } // namespace tw

@@ -69,30 +69,35 @@ const char* GreekLetter(char letter) {
     }
 }
 
-void Append(std::vector<TCaptionRun>& runs, bool subscript, std::string_view text) {
+enum class TScript { Normal, Sub, Super };
+
+void Append(std::vector<TCaptionRun>& runs, TScript script, std::string_view text) {
     if (text.empty())
         return;
-    if (runs.empty() || runs.back().Subscript != subscript)
-        runs.push_back({std::string(), subscript});
+    const bool sub = script == TScript::Sub, super = script == TScript::Super;
+    if (runs.empty() || runs.back().Subscript != sub || runs.back().Superscript != super)
+        runs.push_back({std::string(), sub, super});
     runs.back().Text.append(text);
 }
 } // namespace
 
 std::vector<TCaptionRun> ParseCaptionMarkup(std::string_view markup) {
     std::vector<TCaptionRun> runs;
-    bool subscript = false;
+    TScript script = TScript::Normal;
     for (size_t i = 0; i < markup.size(); ++i) {
         const char c = markup[i];
         if (c == '@' && i + 1 < markup.size()) {
             const char letter = markup[++i];
             const char* greek = GreekLetter(letter);
-            Append(runs, subscript, greek ? std::string_view(greek) : std::string_view(&letter, 1));
-        } else if (c == '_' && !subscript) {
-            subscript = true;
+            Append(runs, script, greek ? std::string_view(greek) : std::string_view(&letter, 1));
+        } else if (c == '_' && script == TScript::Normal) {
+            script = TScript::Sub;
+        } else if (c == '^' && script == TScript::Normal) {
+            script = TScript::Super;
         } else if (c == '#') {
-            subscript = false;
+            script = TScript::Normal;
         } else {
-            Append(runs, subscript, std::string_view(&c, 1));
+            Append(runs, script, std::string_view(&c, 1));
         }
     }
     return runs;
@@ -103,6 +108,8 @@ std::string CaptionToPlainText(std::string_view markup) {
     for (const TCaptionRun& run : ParseCaptionMarkup(markup)) {
         if (run.Subscript)
             text += '_';
+        else if (run.Superscript)
+            text += '^';
         text += run.Text;
     }
     return text;
@@ -113,6 +120,8 @@ std::string CaptionToHtml(std::string_view markup) {
     for (const TCaptionRun& run : ParseCaptionMarkup(markup)) {
         if (run.Subscript)
             html += "<sub>" + EscapeXml(run.Text) + "</sub>";
+        else if (run.Superscript)
+            html += "<sup>" + EscapeXml(run.Text) + "</sup>";
         else
             html += EscapeXml(run.Text);
     }

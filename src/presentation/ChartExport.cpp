@@ -86,12 +86,15 @@ std::string Px(double value) {
     return Format("%.2f", value);
 }
 
-// Caption markup as SVG text content: subscripts are smaller and lowered.
+// Caption markup as SVG text content: subscripts and superscripts are smaller and shifted.
 std::string SvgCaption(const std::string& markup) {
     std::string text;
     for (const TCaptionRun& run : ParseCaptionMarkup(markup)) {
         if (run.Subscript)
             text += "<tspan baseline-shift=\"sub\" font-size=\"75%\">" + EscapeXml(run.Text) +
+                    "</tspan>";
+        else if (run.Superscript)
+            text += "<tspan baseline-shift=\"super\" font-size=\"75%\">" + EscapeXml(run.Text) +
                     "</tspan>";
         else
             text += "<tspan>" + EscapeXml(run.Text) + "</tspan>";

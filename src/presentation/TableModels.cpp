@@ -25,7 +25,8 @@ std::string TPresentationTable::SetCellText(int /*row*/, int /*column*/,
 std::string FormatCellValue(double value) {
     if (std::isnan(value))
         return "NaN";
-    return Format("%.6g", value);
+    // A slope of a flat stretch of a falling curve is -0: it reads as 0.
+    return Format("%.6g", value == 0.0 ? 0.0 : value);
 }
 
 // ---------------------------------------------------------------------------------------------

@@ -7,7 +7,7 @@
 
 using namespace tw;
 
-TEST(CaptionMarkup, GreekLettersSubscriptsAndBars) {
+TEST(CaptionMarkup, GreekLettersSubscriptsSuperscriptsAndBars) {
     EXPECT_EQ(CaptionToPlainText("@s#'_1#"), "σ'_1");
     EXPECT_EQ(CaptionToPlainText("|@s#_1# - @s#_3#|"), "|σ_1 - σ_3|");
     EXPECT_EQ(CaptionToPlainText("@D@e#_yy#"), "Δε_yy");
@@ -15,6 +15,11 @@ TEST(CaptionMarkup, GreekLettersSubscriptsAndBars) {
     EXPECT_EQ(CaptionToPlainText("p_PMT# u_x# / R_0#"), "p_PMT u_x / R_0");
     EXPECT_EQ(CaptionToHtml("S_unfrozen water#"), "S<sub>unfrozen water</sub>");
     EXPECT_EQ(CaptionToHtml("q < p & @t#_mob#"), "q &lt; p &amp; τ<sub>mob</sub>");
+    // A superscript beside a subscript, and "^" inside a subscript is text.
+    EXPECT_EQ(CaptionToHtml("K_0#^nc# method"), "K<sub>0</sub><sup>nc</sup> method");
+    EXPECT_EQ(CaptionToPlainText("K_0#^nc#"), "K_0^nc");
+    EXPECT_EQ(CaptionToPlainText("@g#_f#^C#"), "γ_f^C");
+    EXPECT_EQ(CaptionToPlainText("a_x^2#"), "a_x^2");
     // A caption that ends inside a subscript, or on "@", still gives all its text.
     const std::vector<TCaptionRun> runs = ParseCaptionMarkup("p_excess");
     ASSERT_EQ(runs.size(), 2u);

@@ -104,6 +104,7 @@ TEST_F(Tables, DerivedValuesOfTheSelectedPointAndThePanelContent) {
     chart.Selection().Click({0, 0}, TSelectModifier::Shift);
     panel.ShowSelection(chart);
     EXPECT_EQ(derived.CellText(1, 1), "NaN");
+    EXPECT_EQ(FormatCellValue(-0.0), "0");
     EXPECT_TRUE(panel.Table().IsObjectSelected(2));
     EXPECT_TRUE(panel.Table().IsObjectSelected(0));
     EXPECT_FALSE(panel.Table().IsObjectSelected(10));
