@@ -14,6 +14,8 @@ using VecN = Eigen::Matrix<double, Eigen::Dynamic, 1, 0, 6, 1>;
 
 const Vec6 Unit = (Vec6() << 1, 1, 1, 0, 0, 0).finished();
 
+const char* const NotFinite = "a number of the stress point overflowed (it is not finite)";
+
 // Solves the stress-controlled block. At an edge or apex of a yield surface the block is singular
 // and the split of the plastic strain between equal directions is free; there the least-squares
 // solution of smallest norm keeps it symmetric.
@@ -32,104 +34,152 @@ bool SolveBlock(const MatN& matrix, const VecN& rhs, VecN& solution) {
 
 } // namespace
 
-TElementTest::TElementTest(const TSoilModel& model, const TPoreFluid& fluid,
-                           const TIterationControl& control)
-    : FModel(model), FFluid(fluid), FControl(control) {
-    FTangent = FModel.Elastic() + FFluid.BulkStiffness() * Unit * Unit.transpose();
+Vec6 TPoreFluid::TotalStress(const Vec6& effective, double pExcess) const {
+    return Active ? Vec6(effective + (Alpha * pExcess) * Unit) : effective;
 }
 
-Vec6 TElementTest::TotalStress(const TStressPointState& state) const {
-    return state.Stress + (FFluid.Active ? FFluid.Alpha * state.PExcess : 0.0) * Unit;
+bool IsFinite(const TStressPointState& state) {
+    if (!std::isfinite(state.Time) || !std::isfinite(state.PExcess) || !state.Strain.allFinite() ||
+        !state.Stress.allFinite())
+        return false;
+    for (double value : state.History)
+        if (!std::isfinite(value))
+            return false;
+    return true;
 }
 
-bool TElementTest::SolveIncrement(TStressPointState& state, const Vec6& prescribedStrain,
-                                  const std::array<bool, 6>& fixedStress,
-                                  const Vec6& targetTotalStress) {
-    int free[6];
-    int fixed[6];
-    int freeCount = 0;
-    int fixedCount = 0;
+TElementTest::TComponents::TComponents(const std::array<bool, 6>& fixedStress) {
     for (int i = 0; i < 6; ++i) {
         if (fixedStress[i])
-            free[freeCount++] = i;
+            Unknown[UnknownCount++] = i;
         else
-            fixed[fixedCount++] = i;
+            Prescribed[PrescribedCount++] = i;
     }
+}
+
+TElementTest::TElementTest(const TSoilModel& model, const TPoreFluid& fluid,
+                           const TIterationControl& control)
+    : FModel(model), FFluid(fluid), FControl(control) {}
+
+Vec6 TElementTest::TotalStress(const TStressPointState& state) const {
+    return FFluid.TotalStress(state.Stress, state.PExcess);
+}
+
+bool TElementTest::Predict(const TStressPointState& state, const TComponents& c,
+                           const TIncrement& increment, Vec6& strainIncrement,
+                           double& stressScale) const {
     const Vec6 startTotal = TotalStress(state);
-    Vec6 strainIncrement = Vec6::Zero();
-    for (int j = 0; j < fixedCount; ++j)
-        strainIncrement(fixed[j]) = prescribedStrain(fixed[j]);
-
-    VecN residual(freeCount);
-    MatN block(freeCount, freeCount);
-    VecN correction(freeCount);
-    auto assemble = [&](const Mat6& tangent) {
-        for (int i = 0; i < freeCount; ++i)
-            for (int j = 0; j < freeCount; ++j)
-                block(i, j) = tangent(free[i], free[j]);
-    };
-    double scale = 0.0;
-    if (freeCount > 0) {
-        // First guess from the tangent of the last increment: in steady plastic flow it is
-        // already the answer.
-        for (int i = 0; i < freeCount; ++i) {
-            double rhs = targetTotalStress(free[i]) - startTotal(free[i]);
-            scale = std::max(scale, std::abs(rhs));
-            for (int j = 0; j < fixedCount; ++j)
-                rhs -= FTangent(free[i], fixed[j]) * strainIncrement(fixed[j]);
-            residual(i) = rhs;
+    strainIncrement.setZero();
+    for (int j = 0; j < c.PrescribedCount; ++j)
+        strainIncrement(c.Prescribed[j]) = increment.PrescribedStrain(c.Prescribed[j]);
+    stressScale = 0.0;
+    if (c.UnknownCount > 0) {
+        const int n = c.UnknownCount;
+        VecN rhs(n);
+        MatN block(n, n);
+        for (int i = 0; i < n; ++i) {
+            const int row = c.Unknown[i];
+            const double change = increment.TargetTotalStress(row) - startTotal(row);
+            stressScale = std::max(stressScale, std::abs(change));
+            rhs(i) = change;
+            for (int j = 0; j < c.PrescribedCount; ++j)
+                rhs(i) -= FTangent(row, c.Prescribed[j]) * strainIncrement(c.Prescribed[j]);
+            for (int j = 0; j < n; ++j)
+                block(i, j) = FTangent(row, c.Unknown[j]);
         }
-        assemble(FTangent);
-        if (!SolveBlock(block, residual, correction))
+        VecN unknown(n);
+        if (!SolveBlock(block, rhs, unknown))
             return false;
-        for (int i = 0; i < freeCount; ++i)
-            strainIncrement(free[i]) = correction(i);
+        for (int i = 0; i < n; ++i)
+            strainIncrement(c.Unknown[i]) = unknown(i);
     }
-    scale = std::max(scale, (FTangent * strainIncrement).cwiseAbs().maxCoeff());
-    const double tolerance =
-        std::max(FControl.Tolerance * scale,
-                 1e-12 * (startTotal.cwiseAbs().maxCoeff() + FModel.ShearModulus()));
+    stressScale = std::max(stressScale, (FTangent * strainIncrement).cwiseAbs().maxCoeff());
+    return std::isfinite(stressScale);
+}
 
-    Vec6 stress;
+bool TElementTest::Correct(TStressPointState& state, const TComponents& c,
+                           const TIncrement& increment, Vec6& strainIncrement, double tolerance) {
+    const int n = c.UnknownCount;
+    VecN residual(n);
+    MatN block(n, n);
+    VecN correction(n);
+    TModelPoint end;
     Mat6 tangent;
+    // The relaxation applies while it helps: an iteration that does not bring the error down by
+    // a quarter goes on with the plain Newton step, so that any factor the file gives converges
+    // where Newton does (a factor of 2 alone would swing about the answer in plastic flow).
+    double relaxation = FControl.Relaxation;
+    double lastError = HUGE_VAL;
     for (int iteration = 0;; ++iteration) {
-        if (!FModel.Update(state.Stress, strainIncrement, stress, &tangent))
+        if (!FModel.Integrate(state, strainIncrement, increment.Time, end, &tangent, &FFault))
             return false;
         const double volumetric = strainIncrement(0) + strainIncrement(1) + strainIncrement(2);
         const double pressure = state.PExcess + FFluid.PressurePerStrain() * volumetric;
-        if (FFluid.Active)
-            tangent += FFluid.BulkStiffness() * Unit * Unit.transpose();
-        const Vec6 total = stress + (FFluid.Active ? FFluid.Alpha * pressure : 0.0) * Unit;
+        const Vec6 total = FFluid.TotalStress(end.Stress, pressure);
         double error = 0.0;
-        for (int i = 0; i < freeCount; ++i) {
-            residual(i) = total(free[i]) - targetTotalStress(free[i]);
+        for (int i = 0; i < n; ++i) {
+            residual(i) = total(c.Unknown[i]) - increment.TargetTotalStress(c.Unknown[i]);
             error = std::max(error, std::abs(residual(i)));
         }
-        if (!std::isfinite(error))
+        // A NaN in the stress or the residual must not pass for convergence: max() drops it.
+        if (!total.allFinite() || !std::isfinite(pressure) || !std::isfinite(error) ||
+            !tangent.allFinite()) {
+            FFault = NotFinite;
             return false;
+        }
         if (error <= tolerance) {
             state.Strain += strainIncrement;
-            state.Stress = stress;
+            state.Stress = end.Stress;
+            state.History = end.History;
             state.PExcess = pressure;
             FTangent = tangent;
+            if (FFluid.Active)
+                FTangent += FFluid.BulkStiffness() * Unit * Unit.transpose();
             FOutcome.Iterations += iteration;
             return true;
         }
         if (iteration >= FControl.MaxIterations)
             return false;
-        assemble(tangent);
+        if (error > 0.75 * lastError)
+            relaxation = 1.0;
+        lastError = error;
+        if (FFluid.Active)
+            tangent += FFluid.BulkStiffness() * Unit * Unit.transpose();
+        for (int i = 0; i < n; ++i)
+            for (int j = 0; j < n; ++j)
+                block(i, j) = tangent(c.Unknown[i], c.Unknown[j]);
         if (!SolveBlock(block, residual, correction))
             return false;
-        for (int i = 0; i < freeCount; ++i)
-            strainIncrement(free[i]) -= FControl.Relaxation * correction(i);
+        for (int i = 0; i < n; ++i)
+            strainIncrement(c.Unknown[i]) -= relaxation * correction(i);
     }
+}
+
+bool TElementTest::SolveIncrement(TStressPointState& state, const TComponents& components,
+                                  const TIncrement& increment) {
+    FFault = nullptr;
+    Vec6 strainIncrement;
+    double stressScale = 0.0;
+    if (!Predict(state, components, increment, strainIncrement, stressScale))
+        return false;
+    const double tolerance =
+        std::max(FControl.Tolerance * stressScale,
+                 1e-12 * (TotalStress(state).cwiseAbs().maxCoeff() + FModel.ShearModulus()));
+    return Correct(state, components, increment, strainIncrement, tolerance);
 }
 
 TElementTest::TOutcome TElementTest::Run(TStressPointState& state,
                                          const std::vector<TPhaseInput>& phases,
                                          const TStepSink& onStep) {
     FOutcome = TOutcome();
+    FTangent = FModel.ElasticTangent(state) + FFluid.BulkStiffness() * Unit * Unit.transpose();
+    auto stop = [&](const std::string& message) {
+        FOutcome.Completed = false;
+        FOutcome.Message = message;
+        return FOutcome;
+    };
     for (const TPhaseInput& phase : phases) {
+        const TComponents components(phase.FixedStress);
         // Stress targets run from the total stress at the start of the phase, so that the error
         // allowed in one step does not add up over the phase.
         const Vec6 phaseStartTotal = TotalStress(state);
@@ -144,9 +194,10 @@ TElementTest::TOutcome TElementTest::Run(TStressPointState& state,
             while (done < end) {
                 size = std::min(size, end - done);
                 const double reach = end - done - size <= 1e-3 * smallest ? end : done + size;
-                const Vec6 strain = (reach - done) * phase.StrainIncrements;
-                const Vec6 target = phaseStartTotal + reach * phase.StressIncrements;
-                if (SolveIncrement(state, strain, phase.FixedStress, target)) {
+                const TIncrement increment{(reach - done) * phase.StrainIncrements,
+                                           phaseStartTotal + reach * phase.StressIncrements,
+                                           (reach - done) * phase.Duration};
+                if (SolveIncrement(state, components, increment)) {
                     done = reach;
                     size = std::min(2.0 * size, end - begin);
                     continue;
@@ -154,15 +205,19 @@ TElementTest::TOutcome TElementTest::Run(TStressPointState& state,
                 size *= 0.5;
                 ++FOutcome.Splits;
                 if (size < smallest * (1.0 - 1e-9)) {
-                    FOutcome.Completed = false;
-                    FOutcome.Message = "no convergence in " + phase.Name + ", step " +
-                                       std::to_string(step) + " of " + std::to_string(phase.Steps) +
-                                       ", after splitting it into " +
-                                       std::to_string(1 << FControl.MaxSplits) + " parts";
-                    return FOutcome;
+                    std::string message =
+                        "no convergence in " + phase.Name + ", step " + std::to_string(step) +
+                        " of " + std::to_string(phase.Steps) + ", after splitting it into " +
+                        std::to_string(1 << FControl.MaxSplits) + " parts";
+                    if (FFault)
+                        message += ": " + std::string(FFault);
+                    return stop(message);
                 }
             }
             state.Time = phaseStartTime + end * phase.Duration;
+            if (!IsFinite(state))
+                return stop("in " + phase.Name + ", step " + std::to_string(step) + ": " +
+                            NotFinite);
             ++FOutcome.Steps;
             onStep(state);
         }

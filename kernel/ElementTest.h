@@ -1,8 +1,9 @@
 #pragma once
 // One stress point driven phase by phase and step by step. In each step each of the six
 // components follows its boundary condition: a prescribed strain increment, or a prescribed
-// stress increment (a total stress where pore pressure builds). The unknown strains are found by
-// Newton iteration on the consistent tangent; a step that does not converge is split.
+// stress increment (a total stress where pore pressure builds), whose strain is then unknown.
+// The unknown strains are found by Newton iteration on the model's tangent; a step that does not
+// converge is split.
 
 #include "KernelInput.h"
 #include "SoilModel.h"
@@ -23,12 +24,13 @@ struct TPoreFluid {
 
     double PressurePerStrain() const { return Active ? Alpha * Modulus : 0.0; }
     double BulkStiffness() const { return Active ? Alpha * Alpha * Modulus : 0.0; }
+    // The total stress of an effective stress and an excess pore pressure.
+    Vec6 TotalStress(const Vec6& effective, double pExcess) const;
 };
 
-struct TStressPointState {
+struct TStressPointState : TModelPoint {
     double Time = 0.0;
     Vec6 Strain = Vec6::Zero();
-    Vec6 Stress = Vec6::Zero(); // effective
     double PExcess = 0.0;
 };
 
@@ -39,6 +41,9 @@ struct TIterationControl {
     int MaxIterations = 50;
     int MaxSplits = 10; // a step is split down to 1 / 2^MaxSplits of itself
 };
+
+// Whether every number of a state is finite: a state that is not is never written.
+bool IsFinite(const TStressPointState& state);
 
 class TElementTest {
 public:
@@ -62,13 +67,39 @@ public:
     Vec6 TotalStress(const TStressPointState& state) const;
 
 private:
-    bool SolveIncrement(TStressPointState& state, const Vec6& strainIncrement,
-                        const std::array<bool, 6>& fixedStress, const Vec6& targetTotalStress);
+    // The components of a phase by their boundary condition: those whose strain is prescribed,
+    // and those whose stress is, so that their strain is unknown.
+    struct TComponents {
+        std::array<int, 6> Unknown{};
+        int UnknownCount = 0;
+        std::array<int, 6> Prescribed{};
+        int PrescribedCount = 0;
+        explicit TComponents(const std::array<bool, 6>& fixedStress);
+    };
+    // What one increment asks: the prescribed strain increments, the total stresses that the
+    // stress-controlled components must reach, and the time it takes.
+    struct TIncrement {
+        Vec6 PrescribedStrain;
+        Vec6 TargetTotalStress;
+        double Time;
+    };
+
+    bool SolveIncrement(TStressPointState& state, const TComponents& components,
+                        const TIncrement& increment);
+    // The first guess of the strain increment, from the tangent of the last increment: in steady
+    // plastic flow it is already the answer. Also gives the stress scale of the increment.
+    bool Predict(const TStressPointState& state, const TComponents& components,
+                 const TIncrement& increment, Vec6& strainIncrement, double& stressScale) const;
+    // Newton iteration of the unknown strains until the stress-controlled components reach
+    // their targets.
+    bool Correct(TStressPointState& state, const TComponents& components,
+                 const TIncrement& increment, Vec6& strainIncrement, double tolerance);
 
     const TSoilModel& FModel;
     TPoreFluid FFluid;
     TIterationControl FControl;
-    Mat6 FTangent; // total stress tangent of the last converged increment
+    Mat6 FTangent;                // total stress tangent of the last converged increment
+    const char* FFault = nullptr; // why the last increment failed, when the model said
     TOutcome FOutcome;
 };
 

@@ -361,6 +361,10 @@ void ReadPhase(TLineCursor& file, TKernelInput& input, int index) {
     phase.Duration = file.ReadDouble("phase duration for " + n);
     if (phase.Duration < 0.0)
         file.Fail("\"phase duration for " + n + "\" is negative");
+    // The time of the rows is the sum of the durations: it must stay a finite number.
+    input.TotalDuration += phase.Duration;
+    if (!std::isfinite(input.TotalDuration))
+        file.Fail("the phase durations up to " + n + " add up beyond the largest number");
     phase.StrainIncrements = file.ReadDoubles6("strain increments for " + n);
     phase.StressIncrements = file.ReadDoubles6("stress increments for " + n);
     const auto conditions = file.ReadInts6("boundary conditions");

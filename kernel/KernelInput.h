@@ -116,6 +116,7 @@ struct TKernelInput {
     double InitialTemperature = 0.0;
     std::vector<TPhaseInput> Phases;
     long long TotalSteps = 0;
+    double TotalDuration = 0.0;
 
     std::string PressureUnit() const { return ForceUnit + "/" + LengthUnit + "2"; }
 };

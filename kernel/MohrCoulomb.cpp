@@ -179,6 +179,16 @@ double TMohrCoulomb::YieldValue(const Vec6& stress) const {
     return MaxYield(Vec3(ascending(2), ascending(1), ascending(0)));
 }
 
+bool TMohrCoulomb::Integrate(const TModelPoint& start, const Vec6& strainIncrement, double,
+                             TModelPoint& end, Mat6* tangent, const char** fault) const {
+    end.History = start.History;
+    if (Update(start.Stress, strainIncrement, end.Stress, tangent))
+        return true;
+    if (fault)
+        *fault = "the stress return found no admissible stress";
+    return false;
+}
+
 bool TMohrCoulomb::Update(const Vec6& stress, const Vec6& strainIncrement, Vec6& newStress,
                           Mat6* tangent) const {
     const Vec6 trial = stress + FElastic * strainIncrement;

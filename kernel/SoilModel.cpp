@@ -14,12 +14,12 @@ Mat6 ElasticStiffness(double g, double nu) {
     return d;
 }
 
-TLinearElastic::TLinearElastic(double g, double nu)
-    : FG(g), FNu(nu), FElastic(ElasticStiffness(g, nu)) {}
+TLinearElastic::TLinearElastic(double g, double nu) : FG(g), FElastic(ElasticStiffness(g, nu)) {}
 
-bool TLinearElastic::Update(const Vec6& stress, const Vec6& strainIncrement, Vec6& newStress,
-                            Mat6* tangent) const {
-    newStress = stress + FElastic * strainIncrement;
+bool TLinearElastic::Integrate(const TModelPoint& start, const Vec6& strainIncrement, double,
+                               TModelPoint& end, Mat6* tangent, const char**) const {
+    end.Stress = start.Stress + FElastic * strainIncrement;
+    end.History = start.History;
     if (tangent)
         *tangent = FElastic;
     return true;
