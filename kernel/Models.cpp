@@ -1,5 +1,6 @@
 #include "Models.h"
 
+#include "HardeningSoil.h"
 #include "Kernel.h"
 #include "MohrCoulomb.h"
 #include "ResultFile.h"
@@ -17,7 +18,15 @@ struct TModelName {
 constexpr TModelName Supported[] = {
     {mnLinearElastic, "Linear Elastic"},
     {mnMohrCoulomb, "Mohr-Coulomb"},
+    {mnHardeningSoil, "Hardening Soil"},
+    {mnHSSmall, "HS small"},
 };
+
+// The places of the models' own parameters.
+namespace hsplace {
+constexpr int MinPorosity = 20, MaxPorosity = 21, CapM = 30, KsKc = 31, PowerM = 33, PRef = 34,
+              Rf = 36, EOedRef = 37, K0nc = 38, E50Ref = 39, G0Ref = 48, Gamma07 = 49;
+}
 
 // Checks shared by the models: a value must lie in its range, or the file is refused at its
 // place.
@@ -58,6 +67,27 @@ void ReadElasticity(const TPlaces& p, double& g, double& nu) {
               "the shear modulus must be above 0 and its stiffness finite");
 }
 
+// The strength of places 2 to 4 and the tension cut-off of places 14 and 15, as Mohr-Coulomb
+// reads them.
+struct TStrength {
+    double SinPhi, Cohesion, SinPsi;
+    bool TensionCutOff;
+    double TensileStrength;
+};
+TStrength ReadStrength(const TPlaces& p) {
+    TStrength s;
+    s.SinPhi = p.Require(place::SinPhi, p[place::SinPhi] >= 0.0 && p[place::SinPhi] < 1.0,
+                         "the sine of the friction angle must lie from 0 to below 1");
+    s.Cohesion =
+        p.Require(place::Cohesion, p[place::Cohesion] >= 0.0, "the cohesion must not be negative");
+    s.SinPsi = p.Require(place::SinPsi, p[place::SinPsi] > -1.0 && p[place::SinPsi] < 1.0,
+                         "the sine of the dilatancy angle must lie above -1 and below 1");
+    s.TensionCutOff = p.Switch(place::TensionCutOff, "the tension cut-off");
+    s.TensileStrength = p.Require(place::TensileStrength, p[place::TensileStrength] >= 0.0,
+                                  "the tensile strength must not be negative");
+    return s;
+}
+
 std::unique_ptr<TSoilModel> CreateMohrCoulomb(const TPlaces& p,
                                               std::vector<std::string>& warnings) {
     TMohrCoulombParameters mc;
@@ -76,6 +106,83 @@ std::unique_ptr<TSoilModel> CreateMohrCoulomb(const TPlaces& p,
     if (mc.SinPsi > mc.SinPhi)
         warnings.push_back("the dilatancy angle exceeds the friction angle");
     return std::make_unique<TMohrCoulomb>(mc);
+}
+
+std::unique_ptr<TSoilModel> CreateHardeningSoil(const TPlaces& p, bool smallStrain,
+                                                std::vector<std::string>& warnings) {
+    THardeningSoilParameters parameters;
+    auto& hs = parameters;
+    double gur = 0.0;
+    ReadElasticity(p, gur, hs.NuUr);
+    hs.EurRef = 2.0 * gur * (1.0 + hs.NuUr);
+    hs.E50Ref = p.Positive(hsplace::E50Ref, "E50ref");
+    hs.PowerM = p.Require(hsplace::PowerM, p[hsplace::PowerM] >= 0.0 && p[hsplace::PowerM] <= 1.0,
+                          "the power m must lie from 0 to 1");
+    hs.PRef = p.Positive(hsplace::PRef, "the reference pressure p_ref");
+    hs.Rf = p.Require(hsplace::Rf, p[hsplace::Rf] > 0.0 && p[hsplace::Rf] <= 1.0,
+                      "the failure ratio Rf must lie above 0 and at most 1");
+    const TStrength strength = ReadStrength(p);
+    hs.SinPhi = strength.SinPhi;
+    hs.Cohesion = strength.Cohesion;
+    hs.SinPsi = strength.SinPsi;
+    hs.TensionCutOff = strength.TensionCutOff;
+    hs.TensileStrength = strength.TensileStrength;
+    hs.CapM = p.Positive(hsplace::CapM, "the cap parameter M (alpha)");
+    hs.KsKc = p.Require(hsplace::KsKc, p[hsplace::KsKc] > 1.0,
+                        "the cap parameter Ks/Kc must be above 1 (a cap softer than unloading)");
+    hs.K0nc = p.Positive(hsplace::K0nc, "K0nc");
+    // The dilatancy cut-off: porosities at places 19 (initial) and 21 (largest); a largest
+    // porosity of 0 (no value) leaves it off.
+    const double n = p[place::Porosity];
+    const double nMax = p[hsplace::MaxPorosity];
+    if (nMax > 0.0) {
+        p.Require(hsplace::MaxPorosity, nMax < 1.0, "the largest porosity must lie below 1");
+        p.Require(place::Porosity, n >= 0.0 && n < 1.0,
+                  "the initial porosity must lie from 0 to below 1");
+        hs.InitialVoidRatio = n / (1.0 - n);
+        hs.MaxVoidRatio = nMax / (1.0 - nMax);
+        if (hs.InitialVoidRatio > hs.MaxVoidRatio)
+            warnings.push_back("the initial void ratio lies above the largest: the soil dilates "
+                               "no more");
+    }
+    hs.SmallStrain = smallStrain;
+    if (smallStrain) {
+        hs.G0Ref = p.Positive(hsplace::G0Ref, "G0ref");
+        hs.Gamma07 = p.Positive(hsplace::Gamma07, "gamma0.7");
+        if (hs.G0Ref < gur)
+            warnings.push_back("G0ref lies below Gur: the small-strain stiffness never acts");
+    }
+    if (hs.SinPhi == 0.0 && hs.Cohesion == 0.0)
+        warnings.push_back("friction angle and cohesion are both zero: the soil has no strength");
+    return std::make_unique<THardeningSoil>(parameters);
+}
+
+// The cap of the sample's preconsolidation: the test's isotropic preconsolidation stress when it
+// is not 0, else the K0nc state at OCR or POP over the initial vertical stress, else none (the
+// sample starts normally consolidated at its initial stress).
+void SetPreconsolidation(const TKernelInput& input, ICapModel& model) {
+    const double given = input.PreconsolidationStress;
+    if (given < 0.0)
+        throw EKernelInput(input.FileName, 0,
+                           "the isotropic preconsolidation stress must not be negative");
+    if (given > 0.0) {
+        model.SetPreconsolidation(given);
+        return;
+    }
+    const double vertical = std::max(-input.InitialStress(1), 0.0);
+    const double ocr = input.Parameters[place::Ocr];
+    const double pop = input.Parameters[place::Pop];
+    double preconsolidation = 0.0;
+    if (ocr > 1.0)
+        preconsolidation = ocr * vertical;
+    else if (pop > 0.0)
+        preconsolidation = vertical + pop;
+    if (!(preconsolidation > 0.0) || !std::isfinite(preconsolidation))
+        return;
+    Vec6 state = Vec6::Zero();
+    state(1) = -preconsolidation;
+    state(0) = state(2) = -model.K0nc() * preconsolidation;
+    model.SetPreconsolidation(model.CapPressure(state));
 }
 
 } // namespace
@@ -108,6 +215,12 @@ std::unique_ptr<TSoilModel> CreateSoilModel(const TKernelInput& input,
     }
     case mnMohrCoulomb:
         return CreateMohrCoulomb(p, warnings);
+    case mnHardeningSoil:
+    case mnHSSmall: {
+        auto model = CreateHardeningSoil(p, input.ModelNumber == mnHSSmall, warnings);
+        SetPreconsolidation(input, dynamic_cast<ICapModel&>(*model));
+        return model;
+    }
     default:
         throw EKernelNotSupported(input.FileName, input.ModelLine,
                                   "soil model type " + std::to_string(input.ModelNumber) +

@@ -50,6 +50,25 @@ public:
     virtual bool IsTimeDependent() const { return false; }
 };
 
+// A model whose plastic volume hardens a cap: the preconsolidation of the sample sets where the
+// cap starts.
+class ICapModel {
+public:
+    virtual ~ICapModel() = default;
+    // The isotropic pressure at which the cap through this effective stress cuts the p axis
+    // (positive in compression).
+    virtual double CapPressure(const Vec6& stress) const = 0;
+    // The cap of the sample's preconsolidation, the same measure; the sample's own stress may
+    // push it further.
+    void SetPreconsolidation(double capPressure) { FPreconsolidation = capPressure; }
+    double Preconsolidation() const { return FPreconsolidation; }
+    // K0nc of the model: the stress ratio of one-dimensional primary loading.
+    virtual double K0nc() const = 0;
+
+private:
+    double FPreconsolidation = 0.0;
+};
+
 class TLinearElastic final : public TSoilModel {
 public:
     TLinearElastic(double g, double nu);

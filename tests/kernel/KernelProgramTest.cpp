@@ -169,15 +169,15 @@ TEST_F(KernelProgram, BadInputLeavesNoResultAndNamesFileAndLine) {
 
 TEST_F(KernelProgram, SaysWhatItDoesNotSupport) {
     TKernelFile file = Triaxial(10);
-    file.Model = 19;
-    file.ModelCaption = "HS small";
-    const fs::path input = Write("hss.qbc", file.Text());
+    file.Model = 12;
+    file.ModelCaption = "NGI-ADP";
+    const fs::path input = Write("ngi.qbc", file.Text());
     const TRun run = Run(TW_QBABC_2D, input.string());
     EXPECT_EQ(run.ExitCode, 3);
-    EXPECT_NE(run.Err.find("soil model type 19 (HS small) is not supported by this kernel"),
+    EXPECT_NE(run.Err.find("soil model type 12 (NGI-ADP) is not supported by this kernel"),
               std::string::npos)
         << run.Err;
-    EXPECT_FALSE(fs::exists(FFolder / "hss.qbr"));
+    EXPECT_FALSE(fs::exists(FFolder / "ngi.qbr"));
 }
 
 TEST_F(KernelProgram, KeepsTheRowsWhenItStopsWithoutConvergence) {

@@ -1,0 +1,443 @@
+#include "ExplicitModel.h"
+
+#include <Eigen/Eigenvalues>
+#include <Eigen/LU>
+#include <Eigen/QR>
+
+#include <algorithm>
+#include <cmath>
+
+namespace tw::kernel {
+
+namespace {
+
+// Relative tolerance of a substep: the Euler and the modified Euler stress of a substep differ
+// by at most this much of the stress (or the model's stress scale, where that is larger).
+constexpr double SubstepTolerance = 1e-7;
+constexpr double SmallestSubstep = 1e-9; // of the increment
+constexpr int MostSubsteps = 200000;
+// Bands about a yield surface, relative to the stress scale: within Candidate of the surface a
+// mechanism may act; beyond Drift outside it the stress is brought back; a mechanism that was not
+// acting and ends a substep beyond Cross outside has started in it, and the substep is cut there.
+constexpr double Candidate = 1e-6;
+constexpr double Drift = 1e-10;
+constexpr double Cross = 1e-6;
+
+const char* const TooManySubsteps = "the stress integration needed too many substeps";
+const char* const NoActiveSet = "no combination of the yield mechanisms is consistent";
+
+using MatM = Eigen::Matrix<double, Eigen::Dynamic, Eigen::Dynamic, 0, TExplicitModel::MaxMechanisms,
+                           TExplicitModel::MaxMechanisms>;
+using VecM = Eigen::Matrix<double, Eigen::Dynamic, 1, 0, TExplicitModel::MaxMechanisms, 1>;
+
+Vec6 Projector(const Vec3& n) {
+    Vec6 p;
+    p << n(0) * n(0), n(1) * n(1), n(2) * n(2), 2 * n(0) * n(1), 2 * n(1) * n(2), 2 * n(2) * n(0);
+    return p;
+}
+
+// The multipliers of the acting mechanisms by Koiter's rule: of the candidates, those whose
+// multipliers come out positive and that keep the others from being violated. g is the matrix
+// a_k.D.b_j + H_kj of the candidates, rhs their elastic loading. Answers false when no
+// combination is consistent.
+bool SolveActiveSet(const MatM& g, const VecM& rhs,
+                    std::array<bool, TExplicitModel::MaxMechanisms>& active, VecM& lambda) {
+    const int n = static_cast<int>(rhs.size());
+    double scale = 0.0;
+    for (int k = 0; k < n; ++k) {
+        active[k] = rhs(k) > 0.0;
+        scale = std::max(scale, std::abs(rhs(k)));
+    }
+    lambda = VecM::Zero(n);
+    if (scale == 0.0)
+        return true;
+    const double tolerance = 1e-10 * scale;
+    for (int round = 0; round < 4 * n + 4; ++round) {
+        int idx[TExplicitModel::MaxMechanisms];
+        int m = 0;
+        for (int k = 0; k < n; ++k)
+            if (active[k])
+                idx[m++] = k;
+        VecM solved = VecM::Zero(m);
+        if (m > 0) {
+            MatM sub(m, m);
+            VecM r(m);
+            for (int i = 0; i < m; ++i) {
+                r(i) = rhs(idx[i]);
+                for (int j = 0; j < m; ++j)
+                    sub(i, j) = g(idx[i], idx[j]);
+            }
+            const Eigen::FullPivLU<MatM> lu(sub);
+            if (lu.isInvertible()) {
+                solved = lu.solve(r);
+            } else {
+                // Mechanisms that meet in one feature and more (an apex): any split of the
+                // multipliers gives the same stress; take the smallest.
+                Eigen::CompleteOrthogonalDecomposition<MatM> cod(sub);
+                solved = cod.solve(r);
+            }
+            if (!solved.allFinite())
+                return false;
+        }
+        // Drop the most negative multiplier, if any.
+        int worst = -1;
+        double most = -tolerance;
+        for (int i = 0; i < m; ++i)
+            if (solved(i) * std::max(1.0, std::abs(g(idx[i], idx[i]))) < most * 1.0 &&
+                solved(i) < 0.0) {
+                most = solved(i) * std::max(1.0, std::abs(g(idx[i], idx[i])));
+                worst = idx[i];
+            }
+        if (worst >= 0) {
+            active[worst] = false;
+            continue;
+        }
+        lambda.setZero();
+        for (int i = 0; i < m; ++i)
+            lambda(idx[i]) = std::max(solved(i), 0.0);
+        // Add the candidate that the others would violate most.
+        int add = -1;
+        double rate = tolerance;
+        for (int k = 0; k < n; ++k) {
+            if (active[k])
+                continue;
+            const double r = rhs(k) - g.row(k).dot(lambda);
+            if (r > rate) {
+                rate = r;
+                add = k;
+            }
+        }
+        if (add < 0)
+            return true;
+        active[add] = true;
+    }
+    return false;
+}
+
+} // namespace
+
+TPrincipalStress::TPrincipalStress(const Vec6& stress) {
+    Mat3 s;
+    s << stress(0), stress(3), stress(5), stress(3), stress(1), stress(4), stress(5), stress(4),
+        stress(2);
+    const Eigen::SelfAdjointEigenSolver<Mat3> eigen(s);
+    // Ascending in tension-positive values: the most compressive first.
+    for (int i = 0; i < 3; ++i) {
+        S(i) = -eigen.eigenvalues()(i);
+        Derivative[i] = -Projector(eigen.eigenvectors().col(i));
+    }
+}
+
+TInvariants::TInvariants(const Vec6& stress) {
+    P = -(stress(0) + stress(1) + stress(2)) / 3.0;
+    DP << -1.0 / 3, -1.0 / 3, -1.0 / 3, 0, 0, 0;
+    const double sx = stress(0) + P, sy = stress(1) + P, sz = stress(2) + P;
+    const double j2 = 0.5 * (sx * sx + sy * sy + sz * sz) + stress(3) * stress(3) +
+                      stress(4) * stress(4) + stress(5) * stress(5);
+    Q = std::sqrt(3.0 * j2);
+    if (Q > 0.0) {
+        const double f = 1.5 / Q;
+        DQ << f * sx, f * sy, f * sz, 2 * f * stress(3), 2 * f * stress(4), 2 * f * stress(5);
+    } else {
+        DQ.setZero();
+    }
+}
+
+struct TExplicitModel::TRate {
+    Vec6 Stress = Vec6::Zero();
+    THardening Hardening = THardening::Zero();
+    TMechanism Mechanisms[MaxMechanisms];
+    int Count = 0;
+    std::array<bool, MaxMechanisms> Candidate{};
+};
+
+Mat6 TExplicitModel::ElasticTangent(const TModelPoint& point) const {
+    TModuli moduli;
+    Elasticity(point, moduli);
+    return ElasticStiffness(moduli.G,
+                            0.5 * (3.0 * moduli.K - 2.0 * moduli.G) / (3.0 * moduli.K + moduli.G));
+}
+
+bool TExplicitModel::Rate(const TModelPoint& point, const Vec6& strain, double time, TRate& rate,
+                          const char** fault) const {
+    TModuli moduli;
+    if (const char* why = Elasticity(point, moduli)) {
+        if (fault)
+            *fault = why;
+        return false;
+    }
+    Vec6 creep = Vec6::Zero();
+    THardening creepHardening = THardening::Zero();
+    const bool creeps = time > 0.0 && Creep(point, time, creep, creepHardening);
+    const Vec6 elastic = ApplyIsotropic(moduli.G, moduli.K, creeps ? Vec6(strain - creep) : strain);
+    rate.Count = Mechanisms(point, rate.Mechanisms);
+    const double scale = point.Stress.cwiseAbs().maxCoeff() + StressScale();
+    int idx[MaxMechanisms];
+    int n = 0;
+    for (int k = 0; k < rate.Count; ++k) {
+        rate.Candidate[k] = rate.Mechanisms[k].F >= -Candidate * scale;
+        if (rate.Candidate[k])
+            idx[n++] = k;
+    }
+    rate.Stress = elastic;
+    rate.Hardening = creepHardening;
+    if (n == 0)
+        return true;
+    MatM g(n, n);
+    VecM rhs(n);
+    Vec6 db[MaxMechanisms];
+    for (int j = 0; j < n; ++j)
+        db[j] = ApplyIsotropic(moduli.G, moduli.K, rate.Mechanisms[idx[j]].B);
+    for (int i = 0; i < n; ++i) {
+        const TMechanism& mi = rate.Mechanisms[idx[i]];
+        rhs(i) = mi.A.dot(elastic) + mi.DFDH.dot(creepHardening);
+        for (int j = 0; j < n; ++j)
+            g(i, j) = mi.A.dot(db[j]) - mi.DFDH.dot(rate.Mechanisms[idx[j]].Rate);
+    }
+    std::array<bool, TExplicitModel::MaxMechanisms> active{};
+    VecM lambda;
+    if (!SolveActiveSet(g, rhs, active, lambda)) {
+        if (fault)
+            *fault = NoActiveSet;
+        return false;
+    }
+    for (int j = 0; j < n; ++j) {
+        if (lambda(j) <= 0.0)
+            continue;
+        rate.Stress -= lambda(j) * db[j];
+        rate.Hardening += lambda(j) * rate.Mechanisms[idx[j]].Rate;
+    }
+    return true;
+}
+
+void TExplicitModel::Advance(TModelPoint& point, const TRate& rate, double fraction) const {
+    point.Stress += fraction * rate.Stress;
+    const auto places = HardeningPlaces();
+    for (int i = 0; i < MaxHardening; ++i)
+        if (places[i] >= 0)
+            point.History[places[i]] += fraction * rate.Hardening(i);
+}
+
+double TExplicitModel::MostViolated(const TModelPoint& point, int& count,
+                                    TMechanism* mechanisms) const {
+    count = Mechanisms(point, mechanisms);
+    double most = -HUGE_VAL;
+    for (int k = 0; k < count; ++k)
+        most = std::max(most, mechanisms[k].F);
+    return most;
+}
+
+bool TExplicitModel::CorrectDrift(TModelPoint& point) const {
+    TMechanism m[MaxMechanisms];
+    const auto places = HardeningPlaces();
+    for (int round = 0; round < 6; ++round) {
+        int count = 0;
+        const double scale = point.Stress.cwiseAbs().maxCoeff() + StressScale();
+        if (MostViolated(point, count, m) <= Drift * scale)
+            return true;
+        TModuli moduli;
+        if (Elasticity(point, moduli))
+            return false;
+        int idx[MaxMechanisms];
+        int n = 0;
+        for (int k = 0; k < count; ++k)
+            if (m[k].F >= -Candidate * scale)
+                idx[n++] = k;
+        MatM g(n, n);
+        VecM rhs(n);
+        Vec6 db[MaxMechanisms];
+        for (int j = 0; j < n; ++j)
+            db[j] = ApplyIsotropic(moduli.G, moduli.K, m[idx[j]].B);
+        for (int i = 0; i < n; ++i) {
+            rhs(i) = m[idx[i]].F;
+            for (int j = 0; j < n; ++j)
+                g(i, j) = m[idx[i]].A.dot(db[j]) - m[idx[i]].DFDH.dot(m[idx[j]].Rate);
+        }
+        std::array<bool, TExplicitModel::MaxMechanisms> active{};
+        VecM lambda;
+        if (!SolveActiveSet(g, rhs, active, lambda))
+            return false;
+        for (int j = 0; j < n; ++j) {
+            if (lambda(j) <= 0.0)
+                continue;
+            point.Stress -= lambda(j) * db[j];
+            for (int i = 0; i < MaxHardening; ++i)
+                if (places[i] >= 0)
+                    point.History[places[i]] += lambda(j) * m[idx[j]].Rate(i);
+        }
+    }
+    return false;
+}
+
+void TExplicitModel::ContinuumTangent(const TModelPoint& point, const Vec6& strain,
+                                      Mat6& tangent) const {
+    TModuli moduli;
+    Elasticity(point, moduli);
+    tangent = ElasticStiffness(moduli.G, 0.5 * (3.0 * moduli.K - 2.0 * moduli.G) /
+                                             (3.0 * moduli.K + moduli.G));
+    TMechanism m[MaxMechanisms];
+    const int count = Mechanisms(point, m);
+    const double scale = point.Stress.cwiseAbs().maxCoeff() + StressScale();
+    int idx[MaxMechanisms];
+    int n = 0;
+    for (int k = 0; k < count; ++k)
+        if (m[k].F >= -Candidate * scale)
+            idx[n++] = k;
+    if (n == 0)
+        return;
+    const Vec6 elastic = tangent * strain;
+    MatM g(n, n);
+    VecM rhs(n);
+    Vec6 db[MaxMechanisms];
+    for (int j = 0; j < n; ++j)
+        db[j] = ApplyIsotropic(moduli.G, moduli.K, m[idx[j]].B);
+    for (int i = 0; i < n; ++i) {
+        rhs(i) = m[idx[i]].A.dot(elastic);
+        for (int j = 0; j < n; ++j)
+            g(i, j) = m[idx[i]].A.dot(db[j]) - m[idx[i]].DFDH.dot(m[idx[j]].Rate);
+    }
+    std::array<bool, TExplicitModel::MaxMechanisms> active{};
+    VecM lambda;
+    if (!SolveActiveSet(g, rhs, active, lambda))
+        return;
+    int act[MaxMechanisms];
+    int a = 0;
+    for (int i = 0; i < n; ++i)
+        if (active[i] && lambda(i) > 0.0)
+            act[a++] = i;
+    if (a == 0)
+        return;
+    // D - (D B) (A^T D B + H)^-1 (A^T D), over the acting mechanisms.
+    MatM sub(a, a);
+    Eigen::Matrix<double, Eigen::Dynamic, 6, 0, MaxMechanisms, 6> adt(a, 6);
+    Eigen::Matrix<double, 6, Eigen::Dynamic, 0, 6, MaxMechanisms> dbm(6, a);
+    for (int i = 0; i < a; ++i) {
+        adt.row(i) = (tangent * m[idx[act[i]]].A).transpose(); // D is symmetric
+        dbm.col(i) = db[act[i]];
+        for (int j = 0; j < a; ++j)
+            sub(i, j) = g(act[i], act[j]);
+    }
+    // At an edge the mechanisms of both orderings act, and their gradients may be dependent:
+    // then the smallest-norm solution, which gives the same stress.
+    const Eigen::FullPivLU<MatM> lu(sub);
+    if (lu.isInvertible()) {
+        tangent -= dbm * lu.solve(adt);
+    } else {
+        const Eigen::CompleteOrthogonalDecomposition<MatM> cod(sub);
+        tangent -= dbm * cod.solve(adt);
+    }
+}
+
+bool TExplicitModel::Integrate(const TModelPoint& start, const Vec6& strainIncrement,
+                               double timeIncrement, TModelPoint& end, Mat6* tangent,
+                               const char** fault) const {
+    end = start;
+    BeginIncrement(end.History, strainIncrement);
+    TRate first, second;
+    TMechanism scratch[MaxMechanisms];
+    double done = 0.0;
+    double size = 1.0;
+    for (int substeps = 0; done < 1.0; ++substeps) {
+        if (substeps >= MostSubsteps || size < SmallestSubstep) {
+            if (fault)
+                *fault = TooManySubsteps;
+            return false;
+        }
+        size = std::min(size, 1.0 - done);
+        const Vec6 strain = size * strainIncrement;
+        const double time = size * timeIncrement;
+        if (!Rate(end, strain, time, first, fault))
+            return false;
+        TModelPoint euler = end;
+        Advance(euler, first, 1.0);
+        AddStrain(euler.History, strain);
+        if (!Rate(euler, strain, time, second, fault)) {
+            size *= 0.25; // the model cannot take the Euler point: try a shorter substep
+            continue;
+        }
+        // A mechanism that was not acting and is violated at the end has started within the
+        // substep: cut the substep where it starts (regula falsi along the Euler path).
+        const double scale = end.Stress.cwiseAbs().maxCoeff() + StressScale();
+        double violation = -HUGE_VAL;
+        double before = -HUGE_VAL;
+        for (int k = 0; k < second.Count; ++k)
+            if (!first.Candidate[k] && second.Mechanisms[k].F > violation) {
+                violation = second.Mechanisms[k].F;
+                before = first.Mechanisms[k].F;
+            }
+        if (violation > Cross * scale) {
+            double lo = 0.0, hi = 1.0, flo = before, fhi = violation;
+            double cut = 0.5;
+            for (int i = 0; i < 12; ++i) {
+                cut = lo + (hi - lo) * flo / (flo - fhi);
+                TModelPoint p = end;
+                Advance(p, first, cut);
+                Mechanisms(p, scratch);
+                double f = -HUGE_VAL;
+                for (int k = 0; k < second.Count; ++k)
+                    if (!first.Candidate[k])
+                        f = std::max(f, scratch[k].F);
+                if (std::abs(f) <= 0.1 * Cross * scale)
+                    break;
+                if (f > 0) {
+                    hi = cut;
+                    fhi = f;
+                    flo *= 0.5; // Illinois: keep the bracket shrinking from both sides
+                } else {
+                    lo = cut;
+                    flo = f;
+                    fhi *= 0.5;
+                }
+            }
+            size *= std::clamp(cut, 1e-3, 0.999);
+            continue;
+        }
+        // The error of the substep: Euler against modified Euler.
+        const Vec6 averaged = 0.5 * (first.Stress + second.Stress);
+        const double stressError = 0.5 * (second.Stress - first.Stress).norm() /
+                                   std::max((end.Stress + averaged).norm(), StressScale());
+        double error = stressError;
+        const auto places = HardeningPlaces();
+        const THardening floor = HardeningScale();
+        for (int i = 0; i < MaxHardening; ++i) {
+            if (places[i] < 0)
+                continue;
+            const double h =
+                end.History[places[i]] + 0.5 * (first.Hardening(i) + second.Hardening(i));
+            const double change = 0.5 * std::abs(second.Hardening(i) - first.Hardening(i));
+            error = std::max(error, change / std::max(std::abs(h), floor(i)));
+        }
+        if (!std::isfinite(error)) {
+            size *= 0.25;
+            continue;
+        }
+        if (error > SubstepTolerance) {
+            size *= std::max(0.9 * std::sqrt(SubstepTolerance / error), 0.1);
+            continue;
+        }
+        end.Stress += averaged;
+        for (int i = 0; i < MaxHardening; ++i)
+            if (places[i] >= 0)
+                end.History[places[i]] += 0.5 * (first.Hardening(i) + second.Hardening(i));
+        AddStrain(end.History, strain);
+        CorrectDrift(end);
+        done += size;
+        size *= error > 0.0 ? std::min(0.9 * std::sqrt(SubstepTolerance / error), 2.0) : 2.0;
+    }
+    if (!end.Stress.allFinite()) {
+        if (fault)
+            *fault = "the stress integration gave a number that is not finite";
+        return false;
+    }
+    if (tangent) {
+        ContinuumTangent(end, strainIncrement, *tangent);
+        if (timeIncrement > 0.0) {
+            TModuli moduli;
+            Elasticity(end, moduli);
+            CreepTangent(end, timeIncrement, moduli, *tangent);
+        }
+    }
+    return true;
+}
+
+} // namespace tw::kernel
