@@ -143,6 +143,47 @@ TInvariants::TInvariants(const Vec6& stress) {
     }
 }
 
+void MohrCoulombMechanisms(const TPrincipalStress& principal, double sinPhi, double cohesion,
+                           double sinPsi, bool tensionCutOff, double tensileStrength,
+                           const THardening& rate, TMechanism* out) {
+    static constexpr int I[6] = {0, 0, 1, 1, 2, 2};
+    static constexpr int J[6] = {2, 1, 2, 0, 1, 0};
+    const Vec3& s = principal.S;
+    const double cc = cohesion * std::sqrt(std::max(0.0, 1.0 - sinPhi * sinPhi));
+    for (int k = 0; k < 6; ++k) {
+        const int i = I[k], j = J[k];
+        TMechanism& m = out[k];
+        m.F = 0.5 * (s(i) - s(j)) - 0.5 * (s(i) + s(j)) * sinPhi - cc;
+        m.A = 0.5 * (1.0 - sinPhi) * principal.Derivative[i] -
+              0.5 * (1.0 + sinPhi) * principal.Derivative[j];
+        m.B = 0.5 * (1.0 - sinPsi) * principal.Derivative[i] -
+              0.5 * (1.0 + sinPsi) * principal.Derivative[j];
+        m.DFDH.setZero();
+        m.Rate = rate;
+    }
+    for (int k = 0; k < 3; ++k) {
+        TMechanism& m = out[6 + k];
+        m = TMechanism();
+        if (tensionCutOff) {
+            m.F = -s(k) - tensileStrength;
+            m.A = -principal.Derivative[k];
+            m.B = m.A;
+        } else {
+            m.F = -HUGE_VAL;
+        }
+    }
+}
+
+double MohrCoulombYield(const Vec3& s, double sinPhi, double cohesion, bool tensionCutOff,
+                        double tensileStrength) {
+    const double cc = cohesion * std::sqrt(std::max(0.0, 1.0 - sinPhi * sinPhi));
+    const double major = s.maxCoeff(), minor = s.minCoeff();
+    double f = 0.5 * (major - minor) - 0.5 * (major + minor) * sinPhi - cc;
+    if (tensionCutOff)
+        f = std::max(f, -minor - tensileStrength);
+    return f;
+}
+
 struct TExplicitModel::TRate {
     Vec6 Stress = Vec6::Zero();
     THardening Hardening = THardening::Zero();

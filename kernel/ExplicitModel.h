@@ -68,6 +68,17 @@ struct TMechanism {
     THardening Rate = THardening::Zero();
 };
 
+// The Mohr-Coulomb failure planes of every ordered pair of principal stresses (six; a pair
+// against the order of its stresses lies inside) with flow by the dilatancy sinPsi and the given
+// hardening per unit multiplier, and the tension cut-off of each principal stress (three, not
+// acting when off): nine mechanisms from `out` on.
+void MohrCoulombMechanisms(const TPrincipalStress& principal, double sinPhi, double cohesion,
+                           double sinPsi, bool tensionCutOff, double tensileStrength,
+                           const THardening& rate, TMechanism* out);
+// The largest of the Mohr-Coulomb and cut-off functions at a stress: the failure criterion.
+double MohrCoulombYield(const Vec3& s, double sinPhi, double cohesion, bool tensionCutOff,
+                        double tensileStrength);
+
 class TExplicitModel : public TSoilModel {
 public:
     bool Integrate(const TModelPoint& start, const Vec6& strainIncrement, double timeIncrement,

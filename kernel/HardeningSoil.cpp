@@ -28,7 +28,7 @@ constexpr int CapMajor[6] = {0, 0, 1, 1, 2, 2};
 constexpr int CapMiddle[6] = {1, 2, 0, 2, 0, 1};
 constexpr int CapMinor[6] = {2, 1, 2, 0, 1, 0};
 // Where each family stands in the list of mechanisms.
-constexpr int ShearFirst = 0, FailureFirst = 6, CapFirst = 12, TensionFirst = 18, Count = 21;
+constexpr int ShearFirst = 0, CapFirst = 6, FailureFirst = 12, Count = 21;
 
 Vec6 Voigt(const TPrincipalStress& p, const Vec3& v) {
     return v(0) * p.Derivative[0] + v(1) * p.Derivative[1] + v(2) * p.Derivative[2];
@@ -184,17 +184,6 @@ int THardeningSoil::Mechanisms(const TModelPoint& point, TMechanism* m) const {
             shear.F = Inactive;
         }
 
-        // Mohr-Coulomb failure of the pair, with the same flow.
-        TMechanism& failure = m[FailureFirst + k];
-        Vec3 a = Vec3::Zero();
-        a(i) = 0.5 * (1.0 - sinPhi);
-        a(j) = -0.5 * (1.0 + sinPhi);
-        failure.F = 0.5 * (s(i) - s(j)) - 0.5 * (s(i) + s(j)) * sinPhi - cc;
-        failure.A = Voigt(principal, a);
-        failure.B = Voigt(principal, b);
-        failure.DFDH.setZero();
-        failure.Rate = THardening(1.0, 0.0);
-
         // The cap in this ordering.
         TMechanism& cap = m[CapFirst + k];
         const int ma = CapMajor[k], mi = CapMiddle[k], mn = CapMinor[k];
@@ -217,20 +206,9 @@ int THardeningSoil::Mechanisms(const TModelPoint& point, TMechanism* m) const {
         cap.DFDH = THardening(0.0, -0.5 * p2 / (pp * pp) - 0.5);
         cap.Rate = THardening(0.0, FH * std::pow(pp / FP.PRef, FP.PowerM) * p / pp);
     }
-    // The tension cut-off of each principal stress.
-    for (int k = 0; k < 3; ++k) {
-        TMechanism& tension = m[TensionFirst + k];
-        tension = TMechanism();
-        if (FP.TensionCutOff) {
-            Vec3 at = Vec3::Zero();
-            at(k) = -1.0;
-            tension.F = -s(k) - FP.TensileStrength;
-            tension.A = Voigt(principal, at);
-            tension.B = tension.A;
-        } else {
-            tension.F = Inactive;
-        }
-    }
+    // Mohr-Coulomb failure, with the same flow and feeding the same gamma_p, and the cut-off.
+    MohrCoulombMechanisms(principal, sinPhi, FP.Cohesion, sinPsiM, FP.TensionCutOff,
+                          FP.TensileStrength, THardening(1.0, 0.0), m + FailureFirst);
     return Count;
 }
 
@@ -282,11 +260,8 @@ void THardeningSoil::Initialise(TModelPoint& point) const {
 }
 
 double THardeningSoil::YieldValue(const Vec6& stress) const {
-    const Vec3 s = TPrincipalStress(stress).S;
-    double f = 0.5 * (s(0) - s(2)) - 0.5 * (s(0) + s(2)) * FP.SinPhi - FP.Cohesion * FCosPhi;
-    if (FP.TensionCutOff)
-        f = std::max(f, -s(2) - FP.TensileStrength);
-    return f;
+    return MohrCoulombYield(TPrincipalStress(stress).S, FP.SinPhi, FP.Cohesion, FP.TensionCutOff,
+                            FP.TensileStrength);
 }
 
 double THardeningSoil::StrengthScale() const {

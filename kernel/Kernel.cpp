@@ -62,15 +62,20 @@ TPoreFluid CreatePoreFluid(const TKernelInput& input, std::vector<std::string>& 
     if (!input.Undrained || !effectiveStress)
         return fluid;
     const auto& p = input.Parameters;
-    const double g = p[place::ShearModulus];
-    const double nu = p[place::PoissonRatio];
-    if (!(g > 0.0))
-        FailParameter(input, place::ShearModulus,
-                      "an undrained test takes the skeleton's stiffness from the shear modulus, "
-                      "which must be above 0");
-    if (!(nu > -1.0 && nu < 0.5))
-        FailParameter(input, place::PoissonRatio,
-                      "Poisson's ratio must lie above -1 and below 0.5");
+    // The skeleton's bulk modulus, where the fluid's stiffness needs it: from places 0 and 1
+    // (for stress-dependent models the reference values the material writes there).
+    auto skeletonModulus = [&]() {
+        const double g = p[place::ShearModulus];
+        const double nu = p[place::PoissonRatio];
+        if (!(g > 0.0))
+            FailParameter(input, place::ShearModulus,
+                          "the pore fluid's stiffness takes the skeleton's from the shear "
+                          "modulus, which must be above 0");
+        if (!(nu > -1.0 && nu < 0.5))
+            FailParameter(input, place::PoissonRatio,
+                          "Poisson's ratio must lie above -1 and below 0.5");
+        return BulkModulus(g, nu);
+    };
     double alpha = p[place::BiotAlpha];
     if (alpha == 0.0) {
         // A place without value is written as 0; no coupling at all would make the undrained
@@ -80,7 +85,6 @@ TPoreFluid CreatePoreFluid(const TKernelInput& input, std::vector<std::string>& 
     }
     if (!(alpha > 0.0 && alpha <= 1.0))
         FailParameter(input, place::BiotAlpha, "Biot's alpha must lie above 0 and at most 1");
-    const double skeleton = BulkModulus(g, nu);
     const double water = p[place::WaterBulkModulus];
     if (water < 0.0)
         FailParameter(input, place::WaterBulkModulus,
@@ -94,7 +98,8 @@ TPoreFluid CreatePoreFluid(const TKernelInput& input, std::vector<std::string>& 
             FailParameter(input, place::Porosity,
                           "with the bulk modulus of the pore fluid at place 99 the porosity must "
                           "lie above 0 and below 1");
-        const double compliance = n / water + (alpha - n) * (1.0 - alpha) / skeleton;
+        const double compliance =
+            n / water + (alpha < 1.0 ? (alpha - n) * (1.0 - alpha) / skeletonModulus() : 0.0);
         if (!(compliance > 0.0))
             FailParameter(input, place::BiotAlpha,
                           "Biot's alpha is below the porosity so far that the pore fluid would "
@@ -103,13 +108,15 @@ TPoreFluid CreatePoreFluid(const TKernelInput& input, std::vector<std::string>& 
     } else {
         // No pore fluid modulus: take the stiffness the undrained Poisson's ratio implies,
         // alpha^2 M = K_u - K'.
+        const double skeleton = skeletonModulus();
+        const double nu = p[place::PoissonRatio];
         const double nuU = p[place::UndrainedPoissonRatio];
         if (!(nuU > nu && nuU < 0.5))
             FailParameter(input, place::UndrainedPoissonRatio,
                           "place 99 holds no bulk modulus of the pore fluid, so the undrained "
                           "Poisson's ratio must lie above Poisson's ratio (" +
                               FormatNumber(nu) + ") and below 0.5");
-        modulus = (BulkModulus(g, nuU) - skeleton) / (alpha * alpha);
+        modulus = (BulkModulus(p[place::ShearModulus], nuU) - skeleton) / (alpha * alpha);
         source = place::UndrainedPoissonRatio;
     }
     fluid.Active = true;
@@ -117,9 +124,8 @@ TPoreFluid CreatePoreFluid(const TKernelInput& input, std::vector<std::string>& 
     fluid.Modulus = modulus;
     // A fluid whose stiffness overflows or vanishes into nothing can only give numbers that are
     // not finite: refuse it where it comes from.
-    const double undrained = skeleton + fluid.BulkStiffness();
     if (!std::isfinite(modulus) || !std::isfinite(fluid.PressurePerStrain()) ||
-        !std::isfinite(undrained) || !(fluid.BulkStiffness() > 0.0))
+        !(fluid.BulkStiffness() > 0.0))
         FailParameter(
             input, alpha < 1e-100 ? place::BiotAlpha : source,
             "the pore fluid's stiffness alpha^2 M = " + FormatNumber(fluid.BulkStiffness(), 6) +
@@ -162,6 +168,8 @@ TComputedTest ComputeTest(const TKernelInput& input, const TRowSink& sink) {
     const TPoreFluid fluid = CreatePoreFluid(input, warnings);
     result.PorePressure = fluid.Active;
 
+    if (const char* fault = model->InitialStateFault(input.InitialStress))
+        throw EKernelInput(input.FileName, input.InitialStressLine, fault);
     const double yield = model->YieldValue(input.InitialStress);
     if (yield > 1e-9 * (input.InitialStress.cwiseAbs().maxCoeff() + model->StrengthScale()))
         throw EKernelInput(input.FileName, input.InitialStressLine,

@@ -1,5 +1,6 @@
 #include "Models.h"
 
+#include "CamClay.h"
 #include "HardeningSoil.h"
 #include "Kernel.h"
 #include "MohrCoulomb.h"
@@ -18,7 +19,10 @@ struct TModelName {
 constexpr TModelName Supported[] = {
     {mnLinearElastic, "Linear Elastic"},
     {mnMohrCoulomb, "Mohr-Coulomb"},
+    {mnSoftSoil, "Soft Soil"},
+    {mnModifiedCamClay, "Modified Cam-Clay"},
     {mnHardeningSoil, "Hardening Soil"},
+    {mnSoftSoilCreep, "Soft Soil Creep"},
     {mnHSSmall, "HS small"},
 };
 
@@ -185,6 +189,44 @@ void SetPreconsolidation(const TKernelInput& input, ICapModel& model) {
     model.SetPreconsolidation(model.CapPressure(state));
 }
 
+// The critical-state models: M (30), K0nc (36), kappa* (37), lambda* (38), nu_ur (1); Soft Soil
+// also the strength of places 2 to 4 and the cut-off, Soft Soil Creep also mu* (40) and tau0
+// (41).
+namespace ccplace {
+constexpr int M = 30, K0nc = 36, KappaStar = 37, LambdaStar = 38, MuStar = 40, Tau = 41;
+}
+
+std::unique_ptr<TSoilModel> CreateCamClay(const TKernelInput& input, const TPlaces& p,
+                                          TCamClayParameters::TKind kind) {
+    TCamClayParameters cc;
+    cc.Kind = kind;
+    cc.NuUr = p.Require(place::PoissonRatio,
+                        p[place::PoissonRatio] > -1.0 && p[place::PoissonRatio] < 0.5,
+                        "Poisson's ratio nu_ur must lie above -1 and below 0.5");
+    cc.KappaStar = p.Positive(ccplace::KappaStar, "the modified swelling index kappa*");
+    cc.LambdaStar = p.Require(ccplace::LambdaStar, p[ccplace::LambdaStar] > cc.KappaStar,
+                              "the modified compression index lambda* must exceed kappa*");
+    cc.M = p.Positive(ccplace::M, "the slope M of the critical state line");
+    cc.K0nc = p.Positive(ccplace::K0nc, "K0nc");
+    if (kind != TCamClayParameters::ModifiedCamClay) {
+        const TStrength strength = ReadStrength(p);
+        cc.SinPhi = strength.SinPhi;
+        cc.Cohesion = strength.Cohesion;
+        cc.SinPsi = strength.SinPsi;
+        cc.TensionCutOff = strength.TensionCutOff;
+        cc.TensileStrength = strength.TensileStrength;
+    }
+    if (kind == TCamClayParameters::SoftSoilCreep) {
+        cc.MuStar = p.Positive(ccplace::MuStar, "the modified creep index mu*");
+        cc.Tau = p.Positive(ccplace::Tau, "the reference time tau0");
+    }
+    // A stress scale for the tolerances of the integration: a hundredth of the test's stresses.
+    const double scale = std::max({input.InitialStress.cwiseAbs().maxCoeff(),
+                                   input.PreconsolidationStress, cc.Cohesion, cc.TensileStrength});
+    cc.StressScale = scale > 0.0 ? 0.01 * scale : 1.0;
+    return std::make_unique<TCamClay>(cc);
+}
+
 } // namespace
 
 bool IsSupportedModel(int modelNumber) {
@@ -218,6 +260,17 @@ std::unique_ptr<TSoilModel> CreateSoilModel(const TKernelInput& input,
     case mnHardeningSoil:
     case mnHSSmall: {
         auto model = CreateHardeningSoil(p, input.ModelNumber == mnHSSmall, warnings);
+        SetPreconsolidation(input, dynamic_cast<ICapModel&>(*model));
+        return model;
+    }
+    case mnModifiedCamClay:
+    case mnSoftSoil:
+    case mnSoftSoilCreep: {
+        const auto kind = input.ModelNumber == mnModifiedCamClay
+                              ? TCamClayParameters::ModifiedCamClay
+                          : input.ModelNumber == mnSoftSoil ? TCamClayParameters::SoftSoil
+                                                            : TCamClayParameters::SoftSoilCreep;
+        auto model = CreateCamClay(input, p, kind);
         SetPreconsolidation(input, dynamic_cast<ICapModel&>(*model));
         return model;
     }

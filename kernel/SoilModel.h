@@ -48,6 +48,8 @@ public:
     virtual double ShearModulus() const = 0;
     // Whether time changes the response (creep): then the time of a phase matters.
     virtual bool IsTimeDependent() const { return false; }
+    // Why the model cannot start from this effective stress (a static text), or nullptr.
+    virtual const char* InitialStateFault(const Vec6&) const { return nullptr; }
 };
 
 // A model whose plastic volume hardens a cap: the preconsolidation of the sample sets where the

@@ -76,6 +76,21 @@ TKernelFile& TKernelFile::HardeningSoil(const THardeningSoilMaterial& m) {
     return *this;
 }
 
+TKernelFile& TKernelFile::CamClay(int model, double lambdaStar, double kappaStar, double m,
+                                  double nuUr, double k0nc, double muStar, double tau) {
+    Model = model;
+    ModelCaption = model == 5 ? "Modified Cam-Clay" : model == 4 ? "Soft Soil" : "Soft Soil Creep";
+    Parameters[1] = nuUr;
+    Parameters[30] = m;
+    Parameters[31] = lambdaStar / kappaStar;
+    Parameters[36] = k0nc;
+    Parameters[37] = kappaStar;
+    Parameters[38] = lambdaStar;
+    Parameters[40] = muStar;
+    Parameters[41] = tau;
+    return *this;
+}
+
 TKernelFile& TKernelFile::Undrained(int drainage, double waterBulkModulus, double porosity,
                                     double undrainedNu, double alpha) {
     Drainage = drainage;

@@ -66,6 +66,10 @@ struct TKernelFile {
     TKernelFile& MohrCoulomb(double g, double nu, double c, double phi, double psi,
                              bool tensionCutOff = false, double tensileStrength = 0.0);
     TKernelFile& HardeningSoil(const THardeningSoilMaterial& m);
+    // Modified Cam-Clay (5), Soft Soil (4, with the strength of MohrCoulomb's places) or Soft
+    // Soil Creep (8, with mu* and tau0): the modified indices at places 38 and 37.
+    TKernelFile& CamClay(int model, double lambdaStar, double kappaStar, double m, double nuUr,
+                         double k0nc, double muStar = 0, double tau = 0);
     TKernelFile& Undrained(int drainage, double waterBulkModulus, double porosity,
                            double undrainedNu = 0.495, double alpha = 1.0);
 
