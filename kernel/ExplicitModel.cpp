@@ -190,6 +190,7 @@ struct TExplicitModel::TRate {
     TMechanism Mechanisms[MaxMechanisms];
     int Count = 0;
     std::array<bool, MaxMechanisms> Candidate{};
+    std::array<bool, MaxMechanisms> Acting{}; // its multiplier came out positive
 };
 
 Mat6 TExplicitModel::ElasticTangent(const TModelPoint& point) const {
@@ -222,6 +223,7 @@ bool TExplicitModel::Rate(const TModelPoint& point, const Vec6& strain, double t
     }
     rate.Stress = elastic;
     rate.Hardening = creepHardening;
+    rate.Acting.fill(false);
     if (n == 0)
         return true;
     MatM g(n, n);
@@ -247,6 +249,7 @@ bool TExplicitModel::Rate(const TModelPoint& point, const Vec6& strain, double t
             continue;
         rate.Stress -= lambda(j) * db[j];
         rate.Hardening += lambda(j) * rate.Mechanisms[idx[j]].Rate;
+        rate.Acting[idx[j]] = true;
     }
     return true;
 }
@@ -268,22 +271,33 @@ double TExplicitModel::MostViolated(const TModelPoint& point, int& count,
     return most;
 }
 
-bool TExplicitModel::CorrectDrift(TModelPoint& point) const {
+bool TExplicitModel::CorrectDrift(TModelPoint& point,
+                                  const std::array<bool, MaxMechanisms>& acting) const {
+    // A stress outside a surface is brought back onto it, and one that a mechanism acting in
+    // the substep left a little inside is brought onto it too (Sloan et al.: the correction
+    // keeps |f| within the tolerance), along the plastic directions of the mechanisms concerned,
+    // with their hardening.
     TMechanism m[MaxMechanisms];
     const auto places = HardeningPlaces();
     for (int round = 0; round < 6; ++round) {
-        int count = 0;
+        const int count = Mechanisms(point, m);
         const double scale = point.Stress.cwiseAbs().maxCoeff() + StressScale();
-        if (MostViolated(point, count, m) <= Drift * scale)
+        int idx[MaxMechanisms];
+        int n = 0;
+        bool off = false;
+        for (int k = 0; k < count; ++k) {
+            const bool outside = m[k].F > Drift * scale;
+            const bool inside =
+                acting[k] && m[k].F < -Drift * scale && m[k].F >= -Candidate * scale;
+            if (outside || inside || (acting[k] && m[k].F >= -Candidate * scale))
+                idx[n++] = k;
+            off = off || outside || inside;
+        }
+        if (!off)
             return true;
         TModuli moduli;
         if (Elasticity(point, moduli))
             return false;
-        int idx[MaxMechanisms];
-        int n = 0;
-        for (int k = 0; k < count; ++k)
-            if (m[k].F >= -Candidate * scale)
-                idx[n++] = k;
         MatM g(n, n);
         VecM rhs(n);
         Vec6 db[MaxMechanisms];
@@ -294,13 +308,11 @@ bool TExplicitModel::CorrectDrift(TModelPoint& point) const {
             for (int j = 0; j < n; ++j)
                 g(i, j) = m[idx[i]].A.dot(db[j]) - m[idx[i]].DFDH.dot(m[idx[j]].Rate);
         }
-        std::array<bool, TExplicitModel::MaxMechanisms> active{};
-        VecM lambda;
-        if (!SolveActiveSet(g, rhs, active, lambda))
+        const Eigen::CompleteOrthogonalDecomposition<MatM> cod(g);
+        const VecM lambda = cod.solve(rhs);
+        if (!lambda.allFinite())
             return false;
         for (int j = 0; j < n; ++j) {
-            if (lambda(j) <= 0.0)
-                continue;
             point.Stress -= lambda(j) * db[j];
             for (int i = 0; i < MaxHardening; ++i)
                 if (places[i] >= 0)
@@ -461,7 +473,10 @@ bool TExplicitModel::Integrate(const TModelPoint& start, const Vec6& strainIncre
             if (places[i] >= 0)
                 end.History[places[i]] += 0.5 * (first.Hardening(i) + second.Hardening(i));
         AddStrain(end.History, strain);
-        CorrectDrift(end);
+        std::array<bool, MaxMechanisms> acting{};
+        for (int k = 0; k < second.Count; ++k)
+            acting[k] = first.Acting[k] || second.Acting[k];
+        CorrectDrift(end, acting);
         done += size;
         size *= error > 0.0 ? std::min(0.9 * std::sqrt(SubstepTolerance / error), 2.0) : 2.0;
     }

@@ -127,7 +127,7 @@ private:
               const char** fault) const;
     void Advance(TModelPoint& point, const TRate& rate, double fraction) const;
     double MostViolated(const TModelPoint& point, int& count, TMechanism* mechanisms) const;
-    bool CorrectDrift(TModelPoint& point) const;
+    bool CorrectDrift(TModelPoint& point, const std::array<bool, MaxMechanisms>& acting) const;
     void ContinuumTangent(const TModelPoint& point, const Vec6& strain, Mat6& tangent) const;
 };
 

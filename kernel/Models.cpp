@@ -2,6 +2,7 @@
 
 #include "CamClay.h"
 #include "HardeningSoil.h"
+#include "HoekBrown.h"
 #include "Kernel.h"
 #include "MohrCoulomb.h"
 #include "ResultFile.h"
@@ -17,13 +18,10 @@ struct TModelName {
     const char* Name;
 };
 constexpr TModelName Supported[] = {
-    {mnLinearElastic, "Linear Elastic"},
-    {mnMohrCoulomb, "Mohr-Coulomb"},
-    {mnSoftSoil, "Soft Soil"},
-    {mnModifiedCamClay, "Modified Cam-Clay"},
-    {mnHardeningSoil, "Hardening Soil"},
-    {mnSoftSoilCreep, "Soft Soil Creep"},
-    {mnHSSmall, "HS small"},
+    {mnLinearElastic, "Linear Elastic"}, {mnMohrCoulomb, "Mohr-Coulomb"},
+    {mnSoftSoil, "Soft Soil"},           {mnModifiedCamClay, "Modified Cam-Clay"},
+    {mnHardeningSoil, "Hardening Soil"}, {mnSoftSoilCreep, "Soft Soil Creep"},
+    {mnHoekBrown, "Hoek-Brown"},         {mnHSSmall, "HS small"},
 };
 
 // The places of the models' own parameters.
@@ -227,6 +225,34 @@ std::unique_ptr<TSoilModel> CreateCamClay(const TKernelInput& input, const TPlac
     return std::make_unique<TCamClay>(cc);
 }
 
+// Hoek-Brown: sigma_ci (30), psi_max in degrees (36), sigma_psi (37), mb (44), s (45), a (46),
+// the tensile strength (48) with the cut-off switch of place 14.
+namespace hbplace {
+constexpr int SigmaCi = 30, PsiMax = 36, SigmaPsi = 37, Mb = 44, S = 45, A = 46,
+              TensileStrength = 48;
+}
+
+std::unique_ptr<TSoilModel> CreateHoekBrown(const TPlaces& p) {
+    THoekBrownParameters hb;
+    ReadElasticity(p, hb.G, hb.Nu);
+    hb.SigmaCi = p.Positive(hbplace::SigmaCi, "the uniaxial compressive strength sigma_ci");
+    hb.Mb = p.Positive(hbplace::Mb, "mb");
+    hb.S = p.Require(hbplace::S, p[hbplace::S] > 0.0 && p[hbplace::S] <= 1.0,
+                     "s must lie above 0 and at most 1");
+    hb.A = p.Require(hbplace::A, p[hbplace::A] > 0.0 && p[hbplace::A] < 1.0,
+                     "a must lie above 0 and below 1");
+    const double psiMax =
+        p.Require(hbplace::PsiMax, p[hbplace::PsiMax] >= 0.0 && p[hbplace::PsiMax] < 90.0,
+                  "psi_max must lie from 0 to below 90 degrees");
+    hb.SinPsiMax = std::sin(psiMax * 3.14159265358979323846 / 180.0);
+    hb.SigmaPsi =
+        p.Require(hbplace::SigmaPsi, p[hbplace::SigmaPsi] >= 0.0, "sigma_psi must not be negative");
+    hb.TensionCutOff = p.Switch(place::TensionCutOff, "the tension cut-off");
+    hb.TensileStrength = p.Require(hbplace::TensileStrength, p[hbplace::TensileStrength] >= 0.0,
+                                   "the tensile strength must not be negative");
+    return std::make_unique<THoekBrown>(hb);
+}
+
 } // namespace
 
 bool IsSupportedModel(int modelNumber) {
@@ -263,6 +289,8 @@ std::unique_ptr<TSoilModel> CreateSoilModel(const TKernelInput& input,
         SetPreconsolidation(input, dynamic_cast<ICapModel&>(*model));
         return model;
     }
+    case mnHoekBrown:
+        return CreateHoekBrown(p);
     case mnModifiedCamClay:
     case mnSoftSoil:
     case mnSoftSoilCreep: {

@@ -91,6 +91,24 @@ TKernelFile& TKernelFile::CamClay(int model, double lambdaStar, double kappaStar
     return *this;
 }
 
+TKernelFile& TKernelFile::HoekBrown(double g, double nu, double sigmaCi, double mb, double s,
+                                    double a, double psiMax, double sigmaPsi, bool tensionCutOff,
+                                    double tensileStrength) {
+    Model = 15;
+    ModelCaption = "Hoek-Brown";
+    Parameters[0] = g;
+    Parameters[1] = nu;
+    Parameters[14] = tensionCutOff ? 1 : 0;
+    Parameters[30] = sigmaCi;
+    Parameters[36] = psiMax;
+    Parameters[37] = sigmaPsi;
+    Parameters[44] = mb;
+    Parameters[45] = s;
+    Parameters[46] = a;
+    Parameters[48] = tensileStrength;
+    return *this;
+}
+
 TKernelFile& TKernelFile::Undrained(int drainage, double waterBulkModulus, double porosity,
                                     double undrainedNu, double alpha) {
     Drainage = drainage;

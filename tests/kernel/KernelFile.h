@@ -70,6 +70,10 @@ struct TKernelFile {
     // Soil Creep (8, with mu* and tau0): the modified indices at places 38 and 37.
     TKernelFile& CamClay(int model, double lambdaStar, double kappaStar, double m, double nuUr,
                          double k0nc, double muStar = 0, double tau = 0);
+    // Hoek-Brown (15): psiMax in degrees; the cut-off switch at place 14, its strength at 48.
+    TKernelFile& HoekBrown(double g, double nu, double sigmaCi, double mb, double s, double a,
+                           double psiMax = 0, double sigmaPsi = 0, bool tensionCutOff = false,
+                           double tensileStrength = 0);
     TKernelFile& Undrained(int drainage, double waterBulkModulus, double porosity,
                            double undrainedNu = 0.495, double alpha = 1.0);
 
