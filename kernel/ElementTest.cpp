@@ -4,6 +4,7 @@
 #include <Eigen/QR>
 
 #include <cmath>
+#include <optional>
 
 namespace tw::kernel {
 
@@ -13,8 +14,6 @@ using MatN = Eigen::Matrix<double, Eigen::Dynamic, Eigen::Dynamic, 0, 6, 6>;
 using VecN = Eigen::Matrix<double, Eigen::Dynamic, 1, 0, 6, 1>;
 
 const Vec6 Unit = (Vec6() << 1, 1, 1, 0, 0, 0).finished();
-
-const char* const NotFinite = "a number of the stress point overflowed (it is not finite)";
 
 // Solves the stress-controlled block. At an edge or apex of a yield surface the block is singular
 // and the split of the plastic strain between equal directions is free; there the least-squares
@@ -33,6 +32,8 @@ bool SolveBlock(const MatN& matrix, const VecN& rhs, VecN& solution) {
 }
 
 } // namespace
+
+const char* const NotFinite = "a number of the stress point overflowed (it is not finite)";
 
 Vec6 TPoreFluid::TotalStress(const Vec6& effective, double pExcess) const {
     return Active ? Vec6(effective + (Alpha * pExcess) * Unit) : effective;
@@ -168,60 +169,89 @@ bool TElementTest::SolveIncrement(TStressPointState& state, const TComponents& c
     return Correct(state, components, increment, strainIncrement, tolerance);
 }
 
-TElementTest::TOutcome TElementTest::Run(TStressPointState& state,
-                                         const std::vector<TPhaseInput>& phases,
-                                         const TStepSink& onStep) {
-    FOutcome = TOutcome();
-    FTangent = FModel.ElasticTangent(state) + FFluid.BulkStiffness() * Unit * Unit.transpose();
+TOutcome DrivePhases(const std::vector<TPhaseInput>& phases, int maxSplits,
+                     const std::function<void(const TPhaseInput&)>& beginPhase,
+                     const std::function<bool(const TPhaseInput&, double, double)>& solve,
+                     const std::function<const char*(const TPhaseInput&, double)>& endStep,
+                     const std::function<const char*()>& fault) {
+    TOutcome outcome;
     auto stop = [&](const std::string& message) {
-        FOutcome.Completed = false;
-        FOutcome.Message = message;
-        return FOutcome;
+        outcome.Completed = false;
+        outcome.Message = message;
+        return outcome;
     };
     for (const TPhaseInput& phase : phases) {
-        const TComponents components(phase.FixedStress);
-        // Stress targets run from the total stress at the start of the phase, so that the error
-        // allowed in one step does not add up over the phase.
-        const Vec6 phaseStartTotal = TotalStress(state);
-        const double phaseStartTime = state.Time;
+        beginPhase(phase);
         const double steps = phase.Steps;
         for (int step = 1; step <= phase.Steps; ++step) {
             const double begin = (step - 1) / steps;
             const double end = step / steps;
-            const double smallest = (end - begin) / std::ldexp(1.0, FControl.MaxSplits);
+            const double smallest = (end - begin) / std::ldexp(1.0, maxSplits);
             double done = begin;
             double size = end - begin;
             while (done < end) {
                 size = std::min(size, end - done);
                 const double reach = end - done - size <= 1e-3 * smallest ? end : done + size;
-                const TIncrement increment{(reach - done) * phase.StrainIncrements,
-                                           phaseStartTotal + reach * phase.StressIncrements,
-                                           (reach - done) * phase.Duration};
-                if (SolveIncrement(state, components, increment)) {
+                if (solve(phase, done, reach)) {
                     done = reach;
                     size = std::min(2.0 * size, end - begin);
                     continue;
                 }
                 size *= 0.5;
-                ++FOutcome.Splits;
+                ++outcome.Splits;
                 if (size < smallest * (1.0 - 1e-9)) {
                     std::string message =
                         "no convergence in " + phase.Name + ", step " + std::to_string(step) +
                         " of " + std::to_string(phase.Steps) + ", after splitting it into " +
-                        std::to_string(1 << FControl.MaxSplits) + " parts";
-                    if (FFault)
-                        message += ": " + std::string(FFault);
+                        std::to_string(1 << maxSplits) + " parts";
+                    if (const char* why = fault())
+                        message += ": " + std::string(why);
                     return stop(message);
                 }
             }
-            state.Time = phaseStartTime + end * phase.Duration;
-            if (!IsFinite(state))
-                return stop("in " + phase.Name + ", step " + std::to_string(step) + ": " +
-                            NotFinite);
-            ++FOutcome.Steps;
-            onStep(state);
+            if (const char* why = endStep(phase, end))
+                return stop("in " + phase.Name + ", step " + std::to_string(step) + ": " + why);
+            ++outcome.Steps;
         }
     }
+    return outcome;
+}
+
+TElementTest::TOutcome TElementTest::Run(TStressPointState& state,
+                                         const std::vector<TPhaseInput>& phases,
+                                         const TStepSink& onStep) {
+    FOutcome = TOutcome();
+    FTangent = FModel.ElasticTangent(state) + FFluid.BulkStiffness() * Unit * Unit.transpose();
+    Vec6 phaseStartTotal;
+    double phaseStartTime = 0.0;
+    std::optional<TComponents> components;
+    const TOutcome outcome = DrivePhases(
+        phases, FControl.MaxSplits,
+        [&](const TPhaseInput& phase) {
+            components.emplace(phase.FixedStress);
+            // Stress targets run from the total stress at the start of the phase, so that the
+            // error allowed in one step does not add up over the phase.
+            phaseStartTotal = TotalStress(state);
+            phaseStartTime = state.Time;
+        },
+        [&](const TPhaseInput& phase, double done, double reach) {
+            const TIncrement increment{(reach - done) * phase.StrainIncrements,
+                                       phaseStartTotal + reach * phase.StressIncrements,
+                                       (reach - done) * phase.Duration};
+            return SolveIncrement(state, *components, increment);
+        },
+        [&](const TPhaseInput& phase, double end) -> const char* {
+            state.Time = phaseStartTime + end * phase.Duration;
+            if (!IsFinite(state))
+                return NotFinite;
+            onStep(state);
+            return nullptr;
+        },
+        [&] { return FFault; });
+    FOutcome.Completed = outcome.Completed;
+    FOutcome.Message = outcome.Message;
+    FOutcome.Steps = outcome.Steps;
+    FOutcome.Splits = outcome.Splits;
     return FOutcome;
 }
 

@@ -45,18 +45,32 @@ struct TIterationControl {
 // Whether every number of a state is finite: a state that is not is never written.
 bool IsFinite(const TStressPointState& state);
 
+struct TOutcome {
+    bool Completed = true;
+    std::string Message; // why the run stopped
+    long long Steps = 0;
+    long long Iterations = 0;
+    long long Splits = 0;
+};
+
+// Drives phases step by step: solve(phase, from, to) solves the part of a phase between two
+// fractions of it; a part that does not converge is halved, down to 1 / 2^maxSplits of a step,
+// before the run stops (with fault() as the reason, when there is one). endStep(phase, fraction)
+// closes each step and answers why the run must stop there, or nullptr.
+TOutcome DrivePhases(const std::vector<TPhaseInput>& phases, int maxSplits,
+                     const std::function<void(const TPhaseInput&)>& beginPhase,
+                     const std::function<bool(const TPhaseInput&, double, double)>& solve,
+                     const std::function<const char*(const TPhaseInput&, double)>& endStep,
+                     const std::function<const char*()>& fault);
+
+extern const char* const NotFinite;
+
 class TElementTest {
 public:
     TElementTest(const TSoilModel& model, const TPoreFluid& fluid,
                  const TIterationControl& control);
 
-    struct TOutcome {
-        bool Completed = true;
-        std::string Message; // why the run stopped
-        long long Steps = 0;
-        long long Iterations = 0;
-        long long Splits = 0;
-    };
+    using TOutcome = tw::kernel::TOutcome;
     using TStepSink = std::function<void(const TStressPointState&)>;
 
     // Runs the phases from the given state, calling onStep after every step. Stops at the first

@@ -1,5 +1,6 @@
 #include "Kernel.h"
 
+#include "Cavity.h"
 #include "Models.h"
 
 #include <cmath>
@@ -43,9 +44,9 @@ void CheckSupported(const TKernelInput& input) {
                                   "soil model type " + ModelText(input) +
                                       " is not supported by this kernel; it computes " +
                                       SupportedModels());
-    if (input.TestType == TTestType::Pressuremeter)
-        throw EKernelNotSupported(input.FileName, input.TestTypeLine,
-                                  "the pressuremeter test is not supported by this kernel");
+    if (input.TestType == TTestType::Pressuremeter && !(input.InnerRadius > 0.0))
+        throw EKernelInput(input.FileName, input.InnerRadiusLine,
+                           "the pressuremeter test needs an inner radius above 0");
     if (input.Unsaturated)
         throw EKernelNotSupported(input.FileName, input.UnsaturatedLine,
                                   "suction (unsaturated) is not supported by this kernel");
@@ -203,11 +204,35 @@ TComputedTest ComputeTest(const TKernelInput& input, const TRowSink& sink) {
             result.Rows.push_back(r);
     };
 
+    if (!sink)
+        result.Rows.reserve(static_cast<size_t>(input.TotalSteps) + 1);
+    if (input.TestType == TTestType::Pressuremeter) {
+        for (const auto& phase : input.Phases) {
+            Vec6 others = phase.StrainIncrements;
+            others(0) = 0.0;
+            if (others.any() || phase.StressIncrements.any())
+                warnings.push_back(phase.Name +
+                                   ": the pressuremeter applies only the xx strain increment, the "
+                                   "displacement of the cavity wall; the other increments are not "
+                                   "applied");
+        }
+        TCavityTest cavity(*model, fluid, control, input.InnerRadius);
+        auto wallRow = [&](const TCavityTest::TWall& wall) {
+            TStressPointState state;
+            state.Time = wall.Time;
+            state.Strain(0) = state.Strain(2) = wall.Displacement / input.InnerRadius;
+            state.Stress = wall.Stress;
+            state.PExcess = wall.PExcess;
+            return row(state);
+        };
+        emit(wallRow(cavity.Start(input.InitialStress)));
+        result.Outcome =
+            cavity.Run(input.Phases, [&](const TCavityTest::TWall& wall) { emit(wallRow(wall)); });
+        return result;
+    }
     TStressPointState state;
     state.Stress = input.InitialStress;
     model->Initialise(state);
-    if (!sink)
-        result.Rows.reserve(static_cast<size_t>(input.TotalSteps) + 1);
     emit(row(state));
     TElementTest test(*model, fluid, control);
     result.Outcome =

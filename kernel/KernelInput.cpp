@@ -408,6 +408,7 @@ void ReadTestParameters(TLineCursor& file, TKernelInput& input) {
     input.PreconsolidationStress = file.ReadDouble("isotropic preconsolidation stress");
     input.MobilisedShearStrength = file.ReadDouble("mob. rel. shear strength");
     input.InnerRadius = file.ReadDouble("inner radius");
+    input.InnerRadiusLine = file.LineNumber();
     if (input.InnerRadius < 0.0)
         file.Fail("\"inner radius\" is negative");
     input.ControlType = file.ReadChoice("test control type", 0, 1);

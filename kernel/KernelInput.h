@@ -109,6 +109,7 @@ struct TKernelInput {
     double PreconsolidationStress = 0.0;
     double MobilisedShearStrength = -1.0;
     double InnerRadius = 0.0;
+    int InnerRadiusLine = 0;
     int ControlType = 0;
     Vec6 InitialStress = Vec6::Zero(); // effective, pressure unit
     int InitialStressLine = 0;

@@ -343,8 +343,11 @@ TEST(ElementTest, RefusesWhatItCannotComputeAndNamesTheLine) {
               0u)
         << reason(f).second;
     f = base;
+    // A pressuremeter needs the cavity's radius.
     f.TestType = 6;
-    EXPECT_TRUE(notSupported(f));
+    EXPECT_EQ(reason(f), std::make_pair(LineOf(lines, "=inner radius"),
+                                        std::string("the pressuremeter test needs an inner "
+                                                    "radius above 0")));
     f = base;
     f.Unsaturated = 1;
     EXPECT_TRUE(notSupported(f));
