@@ -144,7 +144,9 @@ bool TCavityTest::SolveIncrement(double wallIncrement, double timeIncrement) {
     for (size_t i = 0; i < n; ++i)
         du[i + 1] = rhs[i];
     const double forceScale = std::abs(FExternal.back()) + FFarField * FInnerRadius * FInnerRadius;
-    const double tolerance = std::max(FControl.Tolerance * stepScale, 1e-12 * forceScale);
+    const double tolerance =
+        std::max({FControl.Tolerance * stepScale, 1e-12 * forceScale,
+                  FModel.Accuracy() * std::abs(FExternal.back()) * FInnerRadius / FRadius.back()});
 
     std::vector<TStressPointState> trial(FElements.size());
     std::vector<double> residual(nodes);

@@ -163,9 +163,10 @@ bool TElementTest::SolveIncrement(TStressPointState& state, const TComponents& c
     double stressScale = 0.0;
     if (!Predict(state, components, increment, strainIncrement, stressScale))
         return false;
+    const double magnitude = TotalStress(state).cwiseAbs().maxCoeff();
     const double tolerance =
-        std::max(FControl.Tolerance * stressScale,
-                 1e-12 * (TotalStress(state).cwiseAbs().maxCoeff() + FModel.ShearModulus()));
+        std::max({FControl.Tolerance * stressScale, 1e-12 * (magnitude + FModel.ShearModulus()),
+                  FModel.Accuracy() * (magnitude + std::abs(FFluid.Alpha * state.PExcess))});
     return Correct(state, components, increment, strainIncrement, tolerance);
 }
 

@@ -38,8 +38,11 @@ Vec6 Projector(const Vec3& n) {
 
 // The multipliers of the acting mechanisms by Koiter's rule: of the candidates, those whose
 // multipliers come out positive and that keep the others from being violated. g is the matrix
-// a_k.D.b_j + H_kj of the candidates, rhs their elastic loading. Answers false when no
-// combination is consistent.
+// a_k.D.b_j + H_kj of the candidates, rhs their elastic loading. With non-associated flow at an
+// edge or corner the rule need not have one solution, and dropping and adding mechanisms may go
+// round in circles: then the admissible combination that violates the others least is taken,
+// else the multipliers of a projected Gauss-Seidel iteration (the drift correction takes up
+// what remains). Answers false only when nothing finite comes out.
 bool SolveActiveSet(const MatM& g, const VecM& rhs,
                     std::array<bool, TExplicitModel::MaxMechanisms>& active, VecM& lambda) {
     const int n = static_cast<int>(rhs.size());
@@ -52,6 +55,9 @@ bool SolveActiveSet(const MatM& g, const VecM& rhs,
     if (scale == 0.0)
         return true;
     const double tolerance = 1e-10 * scale;
+    VecM best;
+    std::array<bool, TExplicitModel::MaxMechanisms> bestActive{};
+    double bestViolation = HUGE_VAL;
     for (int round = 0; round < 4 * n + 4; ++round) {
         int idx[TExplicitModel::MaxMechanisms];
         int m = 0;
@@ -77,17 +83,18 @@ bool SolveActiveSet(const MatM& g, const VecM& rhs,
                 solved = cod.solve(r);
             }
             if (!solved.allFinite())
-                return false;
+                break;
         }
-        // Drop the most negative multiplier, if any.
+        // Drop the most negative multiplier (as a stress), if any.
         int worst = -1;
         double most = -tolerance;
-        for (int i = 0; i < m; ++i)
-            if (solved(i) * std::max(1.0, std::abs(g(idx[i], idx[i]))) < most * 1.0 &&
-                solved(i) < 0.0) {
-                most = solved(i) * std::max(1.0, std::abs(g(idx[i], idx[i])));
+        for (int i = 0; i < m; ++i) {
+            const double weighted = solved(i) * std::max(1.0, std::abs(g(idx[i], idx[i])));
+            if (weighted < most) {
+                most = weighted;
                 worst = idx[i];
             }
+        }
         if (worst >= 0) {
             active[worst] = false;
             continue;
@@ -109,9 +116,26 @@ bool SolveActiveSet(const MatM& g, const VecM& rhs,
         }
         if (add < 0)
             return true;
+        if (rate < bestViolation) {
+            bestViolation = rate;
+            best = lambda;
+            bestActive = active;
+        }
         active[add] = true;
     }
-    return false;
+    if (bestViolation < HUGE_VAL) {
+        lambda = best;
+        active = bestActive;
+        return true;
+    }
+    lambda = VecM::Zero(n);
+    for (int sweep = 0; sweep < 200; ++sweep)
+        for (int k = 0; k < n; ++k)
+            if (g(k, k) > 0.0)
+                lambda(k) = std::max(0.0, lambda(k) + (rhs(k) - g.row(k).dot(lambda)) / g(k, k));
+    for (int k = 0; k < n; ++k)
+        active[k] = lambda(k) > 0.0;
+    return lambda.allFinite();
 }
 
 } // namespace
@@ -192,6 +216,12 @@ struct TExplicitModel::TRate {
     std::array<bool, MaxMechanisms> Candidate{};
     std::array<bool, MaxMechanisms> Acting{}; // its multiplier came out positive
 };
+
+double TExplicitModel::Accuracy() const {
+    // The substeps' errors add up over an increment, and a substep's decisions (which
+    // mechanisms act) make the update a little rough at that level.
+    return 10.0 * SubstepTolerance;
+}
 
 Mat6 TExplicitModel::ElasticTangent(const TModelPoint& point) const {
     TModuli moduli;

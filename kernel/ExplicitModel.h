@@ -84,6 +84,7 @@ public:
     bool Integrate(const TModelPoint& start, const Vec6& strainIncrement, double timeIncrement,
                    TModelPoint& end, Mat6* tangent, const char** fault) const override;
     Mat6 ElasticTangent(const TModelPoint& point) const override;
+    double Accuracy() const override;
 
     static constexpr int MaxMechanisms = 24;
 

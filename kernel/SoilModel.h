@@ -46,6 +46,9 @@ public:
     virtual Mat6 ElasticTangent(const TModelPoint& point) const = 0;
     // A shear modulus representative of the material, in stress units, for tolerances.
     virtual double ShearModulus() const = 0;
+    // How closely the update follows the model, relative to the stress: iterations on the
+    // stress cannot ask for more.
+    virtual double Accuracy() const { return 1e-12; }
     // Whether time changes the response (creep): then the time of a phase matters.
     virtual bool IsTimeDependent() const { return false; }
     // Why the model cannot start from this effective stress (a static text), or nullptr.
