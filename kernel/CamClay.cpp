@@ -44,7 +44,7 @@ const char* TCamClay::Elasticity(const TModelPoint& point, TModuli& moduli) cons
     return nullptr;
 }
 
-int TCamClay::Mechanisms(const TModelPoint& point, TMechanism* m) const {
+int TCamClay::Mechanisms(const TModelPoint& point, const Vec6* loading, TMechanism* m) const {
     int count = 0;
     if (FP.Kind != TCamClayParameters::SoftSoilCreep) {
         const TInvariants v(point.Stress);
@@ -63,7 +63,7 @@ int TCamClay::Mechanisms(const TModelPoint& point, TMechanism* m) const {
         }
     }
     if (FP.Kind != TCamClayParameters::ModifiedCamClay) {
-        const TPrincipalStress principal(point.Stress);
+        const TPrincipalStress principal(point.Stress, loading);
         MohrCoulombMechanisms(principal, FP.SinPhi, FP.Cohesion, FP.SinPsi, FP.TensionCutOff,
                               FP.TensileStrength, THardening::Zero(), m + count);
         count += 9;

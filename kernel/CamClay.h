@@ -53,7 +53,8 @@ public:
 
 protected:
     const char* Elasticity(const TModelPoint& point, TModuli& moduli) const override;
-    int Mechanisms(const TModelPoint& point, TMechanism* mechanisms) const override;
+    int Mechanisms(const TModelPoint& point, const Vec6* loading,
+                   TMechanism* mechanisms) const override;
     std::array<int, MaxHardening> HardeningPlaces() const override { return {hCapPressure, -1}; }
     bool Creep(const TModelPoint& point, double timeIncrement, Vec6& strain,
                THardening& hardening) const override;

@@ -49,7 +49,8 @@ bool IsFinite(const TStressPointState& state) {
     return true;
 }
 
-TElementTest::TComponents::TComponents(const std::array<bool, 6>& fixedStress) {
+TElementTest::TComponents::TComponents(const std::array<bool, 6>& fixedStress)
+    : FixedStress(fixedStress) {
     for (int i = 0; i < 6; ++i) {
         if (fixedStress[i])
             Unknown[UnknownCount++] = i;
@@ -68,13 +69,40 @@ Vec6 TElementTest::TotalStress(const TStressPointState& state) const {
 
 bool TElementTest::Predict(const TStressPointState& state, const TComponents& c,
                            const TIncrement& increment, Vec6& strainIncrement,
-                           double& stressScale) const {
+                           double& stressScale) {
     const Vec6 startTotal = TotalStress(state);
     strainIncrement.setZero();
-    for (int j = 0; j < c.PrescribedCount; ++j)
+    Vec6 asked;
+    for (int j = 0; j < c.PrescribedCount; ++j) {
         strainIncrement(c.Prescribed[j]) = increment.PrescribedStrain(c.Prescribed[j]);
+        asked(c.Prescribed[j]) = increment.PrescribedStrain(c.Prescribed[j]);
+    }
+    for (int i = 0; i < c.UnknownCount; ++i)
+        asked(c.Unknown[i]) = increment.TargetTotalStress(c.Unknown[i]) - startTotal(c.Unknown[i]);
     stressScale = 0.0;
-    if (c.UnknownCount > 0) {
+    for (int i = 0; i < c.UnknownCount; ++i)
+        stressScale = std::max(stressScale, std::abs(asked(c.Unknown[i])));
+    // The same question: the same prescribed strains, and stress changes that differ by no more
+    // than the last increment left over.
+    bool same = FLast.Valid && FLast.FixedStress == c.FixedStress;
+    double strains = 0.0;
+    for (int j = 0; j < c.PrescribedCount; ++j)
+        strains = std::max(strains, std::abs(asked(c.Prescribed[j])));
+    for (int j = 0; same && j < c.PrescribedCount; ++j)
+        same = std::abs(asked(c.Prescribed[j]) - FLast.Asked(c.Prescribed[j])) <= 1e-9 * strains;
+    const double magnitude = startTotal.cwiseAbs().maxCoeff();
+    const double noise =
+        std::max(1e-12 * (magnitude + FModel.ShearModulus()), FModel.Accuracy() * magnitude);
+    for (int i = 0; same && i < c.UnknownCount; ++i)
+        same = std::abs(asked(c.Unknown[i]) - FLast.Asked(c.Unknown[i])) <=
+               1e-6 * (stressScale + FLast.StressScale) + noise;
+    FLast.FixedStress = c.FixedStress;
+    FLast.Asked = asked;
+    FLast.Valid = false; // until this increment converges
+    if (same) {
+        for (int i = 0; i < c.UnknownCount; ++i)
+            strainIncrement(c.Unknown[i]) = FLast.Strain(c.Unknown[i]);
+    } else if (c.UnknownCount > 0) {
         const int n = c.UnknownCount;
         VecN rhs(n);
         MatN block(n, n);
@@ -95,11 +123,13 @@ bool TElementTest::Predict(const TStressPointState& state, const TComponents& c,
             strainIncrement(c.Unknown[i]) = unknown(i);
     }
     stressScale = std::max(stressScale, (FTangent * strainIncrement).cwiseAbs().maxCoeff());
+    FLast.StressScale = stressScale;
     return std::isfinite(stressScale);
 }
 
 bool TElementTest::Correct(TStressPointState& state, const TComponents& c,
-                           const TIncrement& increment, Vec6& strainIncrement, double tolerance) {
+                           const TIncrement& increment, Vec6& strainIncrement, double tolerance,
+                           double floor) {
     const int n = c.UnknownCount;
     VecN residual(n);
     MatN block(n, n);
@@ -128,11 +158,16 @@ bool TElementTest::Correct(TStressPointState& state, const TComponents& c,
             FFault = NotFinite;
             return false;
         }
-        if (error <= tolerance) {
+        // Below the model's own accuracy the error is the update's noise: once the iteration
+        // no longer brings it down, it has converged.
+        const bool stalled = error <= floor && iteration >= 2 && error > 0.5 * lastError;
+        if (error <= tolerance || stalled) {
             state.Strain += strainIncrement;
             state.Stress = end.Stress;
             state.History = end.History;
             state.PExcess = pressure;
+            FLast.Valid = true;
+            FLast.Strain = strainIncrement;
             FTangent = tangent;
             if (FFluid.Active)
                 FTangent += FFluid.BulkStiffness() * Unit * Unit.transpose();
@@ -165,9 +200,9 @@ bool TElementTest::SolveIncrement(TStressPointState& state, const TComponents& c
         return false;
     const double magnitude = TotalStress(state).cwiseAbs().maxCoeff();
     const double tolerance =
-        std::max({FControl.Tolerance * stressScale, 1e-12 * (magnitude + FModel.ShearModulus()),
-                  FModel.Accuracy() * (magnitude + std::abs(FFluid.Alpha * state.PExcess))});
-    return Correct(state, components, increment, strainIncrement, tolerance);
+        std::max(FControl.Tolerance * stressScale, 1e-12 * (magnitude + FModel.ShearModulus()));
+    const double floor = FModel.Accuracy() * (magnitude + std::abs(FFluid.Alpha * state.PExcess));
+    return Correct(state, components, increment, strainIncrement, tolerance, floor);
 }
 
 TOutcome DrivePhases(const std::vector<TPhaseInput>& phases, int maxSplits,

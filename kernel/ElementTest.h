@@ -88,6 +88,7 @@ private:
         int UnknownCount = 0;
         std::array<int, 6> Prescribed{};
         int PrescribedCount = 0;
+        std::array<bool, 6> FixedStress{};
         explicit TComponents(const std::array<bool, 6>& fixedStress);
     };
     // What one increment asks: the prescribed strain increments, the total stresses that the
@@ -103,16 +104,27 @@ private:
     // The first guess of the strain increment, from the tangent of the last increment: in steady
     // plastic flow it is already the answer. Also gives the stress scale of the increment.
     bool Predict(const TStressPointState& state, const TComponents& components,
-                 const TIncrement& increment, Vec6& strainIncrement, double& stressScale) const;
+                 const TIncrement& increment, Vec6& strainIncrement, double& stressScale);
     // Newton iteration of the unknown strains until the stress-controlled components reach
     // their targets.
     bool Correct(TStressPointState& state, const TComponents& components,
-                 const TIncrement& increment, Vec6& strainIncrement, double tolerance);
+                 const TIncrement& increment, Vec6& strainIncrement, double tolerance,
+                 double floor);
 
     const TSoilModel& FModel;
     TPoreFluid FFluid;
     TIterationControl FControl;
-    Mat6 FTangent;                // total stress tangent of the last converged increment
+    Mat6 FTangent; // total stress tangent of the last converged increment
+    // The last converged increment: what it asked and the strain it took. An increment that
+    // asks the same (the next step of a phase) starts from that strain, which in steady flow is
+    // already the answer, and a solve with the tangent is spared.
+    struct TLastIncrement {
+        bool Valid = false;
+        std::array<bool, 6> FixedStress{};
+        Vec6 Asked = Vec6::Zero(); // prescribed strains and stress changes by component
+        Vec6 Strain = Vec6::Zero();
+        double StressScale = 0.0;
+    } FLast;
     const char* FFault = nullptr; // why the last increment failed, when the model said
     TOutcome FOutcome;
 };

@@ -138,17 +138,75 @@ bool SolveActiveSet(const MatM& g, const VecM& rhs,
     return lambda.allFinite();
 }
 
+// Whether mechanism k repeats one before it among the chosen: the same function, gradient and
+// flow (the two orderings of an edge's equal principal stresses). It then counts once.
+bool Repeats(const TMechanism* m, const int* chosen, int count, int k) {
+    for (int i = 0; i < count; ++i) {
+        const TMechanism& a = m[chosen[i]];
+        const TMechanism& b = m[k];
+        if (a.F == b.F && a.A == b.A && a.B == b.B && a.DFDH == b.DFDH && a.Rate == b.Rate)
+            return true;
+    }
+    return false;
+}
+
 } // namespace
 
-TPrincipalStress::TPrincipalStress(const Vec6& stress) {
+TPrincipalStress::TPrincipalStress(const Vec6& stress, const Vec6* loading) {
     Mat3 s;
     s << stress(0), stress(3), stress(5), stress(3), stress(1), stress(4), stress(5), stress(4),
         stress(2);
-    const Eigen::SelfAdjointEigenSolver<Mat3> eigen(s);
+    Vec3 values;
+    Mat3 vectors;
+    SymmetricEigen(s, values, vectors);
+    // Rounding leaves tiny shears that decide the directions of a pair that is equal but for
+    // rounding: such a pair counts as equal.
+    const double tolerance = 1e-8 * values.cwiseAbs().maxCoeff();
+    const bool low = values(1) - values(0) <= tolerance, high = values(2) - values(1) <= tolerance;
+    if (loading && (low || high)) {
+        Mat3 l;
+        l << (*loading)(0), (*loading)(3), (*loading)(5), (*loading)(3), (*loading)(1),
+            (*loading)(4), (*loading)(5), (*loading)(4), (*loading)(2);
+        if (low && high) {
+            // The hydrostatic axis: the loading's directions, in the order of their compression.
+            Vec3 lv;
+            SymmetricEigen(l, lv, vectors);
+        } else {
+            // An edge: the loading's directions within the plane of the equal pair, the one it
+            // compresses more first (the sort of the values is most compressive first).
+            const int a = low ? 0 : 1, b = a + 1;
+            const Vec3 na = vectors.col(a), nb = vectors.col(b);
+            const double laa = na.dot(l * na), lbb = nb.dot(l * nb), lab = na.dot(l * nb);
+            const double size = std::abs(laa) + std::abs(lbb) + std::abs(lab);
+            if (std::abs(laa - lbb) + std::abs(lab) > 1e-9 * size) {
+                const double angle = 0.5 * std::atan2(2.0 * lab, laa - lbb);
+                const Vec3 first = std::cos(angle) * na + std::sin(angle) * nb;
+                const Vec3 second = -std::sin(angle) * na + std::cos(angle) * nb;
+                const bool firstMore = first.dot(l * first) <= second.dot(l * second);
+                vectors.col(a) = firstMore ? first : second;
+                vectors.col(b) = firstMore ? second : first;
+                for (int i = 0; i < 3; ++i) {
+                    S(i) = -values(i);
+                    Derivative[i] = -Projector(vectors.col(i));
+                }
+                const double mean = 0.5 * (S(a) + S(b));
+                S(a) = S(b) = mean;
+                return;
+            }
+        }
+    }
     // Ascending in tension-positive values: the most compressive first.
     for (int i = 0; i < 3; ++i) {
-        S(i) = -eigen.eigenvalues()(i);
-        Derivative[i] = -Projector(eigen.eigenvectors().col(i));
+        S(i) = -values(i);
+        Derivative[i] = -Projector(vectors.col(i));
+    }
+    // An edge that no loading settles: the equal pair alike.
+    if (low != high) {
+        const int a = low ? 0 : 1, b = a + 1;
+        const double mean = 0.5 * (S(a) + S(b));
+        const Vec6 projector = 0.5 * (Derivative[a] + Derivative[b]);
+        S(a) = S(b) = mean;
+        Derivative[a] = Derivative[b] = projector;
     }
 }
 
@@ -242,13 +300,13 @@ bool TExplicitModel::Rate(const TModelPoint& point, const Vec6& strain, double t
     THardening creepHardening = THardening::Zero();
     const bool creeps = time > 0.0 && Creep(point, time, creep, creepHardening);
     const Vec6 elastic = ApplyIsotropic(moduli.G, moduli.K, creeps ? Vec6(strain - creep) : strain);
-    rate.Count = Mechanisms(point, rate.Mechanisms);
+    rate.Count = Mechanisms(point, &elastic, rate.Mechanisms);
     const double scale = point.Stress.cwiseAbs().maxCoeff() + StressScale();
     int idx[MaxMechanisms];
     int n = 0;
     for (int k = 0; k < rate.Count; ++k) {
         rate.Candidate[k] = rate.Mechanisms[k].F >= -Candidate * scale;
-        if (rate.Candidate[k])
+        if (rate.Candidate[k] && !Repeats(rate.Mechanisms, idx, n, k))
             idx[n++] = k;
     }
     rate.Stress = elastic;
@@ -294,7 +352,7 @@ void TExplicitModel::Advance(TModelPoint& point, const TRate& rate, double fract
 
 double TExplicitModel::MostViolated(const TModelPoint& point, int& count,
                                     TMechanism* mechanisms) const {
-    count = Mechanisms(point, mechanisms);
+    count = Mechanisms(point, nullptr, mechanisms);
     double most = -HUGE_VAL;
     for (int k = 0; k < count; ++k)
         most = std::max(most, mechanisms[k].F);
@@ -310,7 +368,7 @@ bool TExplicitModel::CorrectDrift(TModelPoint& point,
     TMechanism m[MaxMechanisms];
     const auto places = HardeningPlaces();
     for (int round = 0; round < 6; ++round) {
-        const int count = Mechanisms(point, m);
+        const int count = Mechanisms(point, nullptr, m);
         const double scale = point.Stress.cwiseAbs().maxCoeff() + StressScale();
         int idx[MaxMechanisms];
         int n = 0;
@@ -319,7 +377,8 @@ bool TExplicitModel::CorrectDrift(TModelPoint& point,
             const bool outside = m[k].F > Drift * scale;
             const bool inside =
                 acting[k] && m[k].F < -Drift * scale && m[k].F >= -Candidate * scale;
-            if (outside || inside || (acting[k] && m[k].F >= -Candidate * scale))
+            if ((outside || inside || (acting[k] && m[k].F >= -Candidate * scale)) &&
+                !Repeats(m, idx, n, k))
                 idx[n++] = k;
             off = off || outside || inside;
         }
@@ -359,16 +418,16 @@ void TExplicitModel::ContinuumTangent(const TModelPoint& point, const Vec6& stra
     tangent = ElasticStiffness(moduli.G, 0.5 * (3.0 * moduli.K - 2.0 * moduli.G) /
                                              (3.0 * moduli.K + moduli.G));
     TMechanism m[MaxMechanisms];
-    const int count = Mechanisms(point, m);
+    const Vec6 elastic = tangent * strain;
+    const int count = Mechanisms(point, &elastic, m);
     const double scale = point.Stress.cwiseAbs().maxCoeff() + StressScale();
     int idx[MaxMechanisms];
     int n = 0;
     for (int k = 0; k < count; ++k)
-        if (m[k].F >= -Candidate * scale)
+        if (m[k].F >= -Candidate * scale && !Repeats(m, idx, n, k))
             idx[n++] = k;
     if (n == 0)
         return;
-    const Vec6 elastic = tangent * strain;
     MatM g(n, n);
     VecM rhs(n);
     Vec6 db[MaxMechanisms];
@@ -455,7 +514,7 @@ bool TExplicitModel::Integrate(const TModelPoint& start, const Vec6& strainIncre
                 cut = lo + (hi - lo) * flo / (flo - fhi);
                 TModelPoint p = end;
                 Advance(p, first, cut);
-                Mechanisms(p, scratch);
+                Mechanisms(p, &first.Stress, scratch);
                 double f = -HUGE_VAL;
                 for (int k = 0; k < second.Count; ++k)
                     if (!first.Candidate[k])

@@ -24,10 +24,16 @@ namespace tw::kernel {
 // gradient of a function F(s1, s2, s3) is sum dF/ds_i * Derivative[i], and a plastic strain with
 // compression-positive principal values b_i is sum b_i * Derivative[i] in the kernel's Voigt
 // form (engineering shear strains).
+//
+// Where principal stresses are equal their directions are arbitrary. With a loading (a stress
+// increment) they are taken along the loading's own principal directions in that plane, so the
+// mechanisms of each ordering see the loading as it is; where the loading too is alike in that
+// plane, or none is known, the equal pair is taken alike (the mean of the two projectors), so
+// that the mechanisms of both orderings coincide, count once and flow symmetrically.
 struct TPrincipalStress {
     Vec3 S;
     std::array<Vec6, 3> Derivative;
-    explicit TPrincipalStress(const Vec6& stress);
+    explicit TPrincipalStress(const Vec6& stress, const Vec6* loading = nullptr);
 };
 
 // Invariants in compression-positive form: p = -(sxx + syy + szz) / 3 and the von Mises q, with
@@ -96,8 +102,11 @@ protected:
     // The elastic moduli at a point (tangent moduli where the stiffness depends on stress or
     // strain). Returns a fault text where the model cannot go on (nullptr otherwise).
     virtual const char* Elasticity(const TModelPoint& point, TModuli& moduli) const = 0;
-    // The mechanisms at a point; answers their number. Mechanisms far inside may be left out.
-    virtual int Mechanisms(const TModelPoint& point, TMechanism* mechanisms) const = 0;
+    // The mechanisms at a point, for a loading (the elastic stress increment) where one is
+    // known; answers their number. The list has the same mechanisms at the same places at every
+    // point (a mechanism far inside may be given as not acting, F = -HUGE_VAL).
+    virtual int Mechanisms(const TModelPoint& point, const Vec6* loading,
+                           TMechanism* mechanisms) const = 0;
     // The places of the history that hold the hardening variables of THardening, -1 for none.
     virtual std::array<int, MaxHardening> HardeningPlaces() const = 0;
 

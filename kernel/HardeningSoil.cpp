@@ -124,8 +124,8 @@ const char* THardeningSoil::Elasticity(const TModelPoint& point, TModuli& moduli
     return nullptr;
 }
 
-int THardeningSoil::Mechanisms(const TModelPoint& point, TMechanism* m) const {
-    const TPrincipalStress principal(point.Stress);
+int THardeningSoil::Mechanisms(const TModelPoint& point, const Vec6* loading, TMechanism* m) const {
+    const TPrincipalStress principal(point.Stress, loading);
     const Vec3& s = principal.S;
     const double gammaP = point.History[hGammaP];
     const double pp = std::max(point.History[hCapPressure], FSmallestCap);
@@ -174,7 +174,9 @@ int THardeningSoil::Mechanisms(const TModelPoint& point, TMechanism* m) const {
             }
             a(j) += dqaTerm * dqa;
             a(j) += -fbar / f3 * df3;
-            shear.F = (fbar - gammaP) * eur;
+            // Where f-bar falls as q grows (Ei above Eur, near q = 0) the surface is met only at
+            // q = 0 and any shearing from there is elastic: the pair does not act.
+            shear.F = !clamped && dx <= 0.0 ? Inactive : (fbar - gammaP) * eur;
             shear.A = Voigt(principal, eur * a);
             shear.B = Voigt(principal, b);
             shear.DFDH = THardening(-eur, 0.0);

@@ -37,8 +37,8 @@ const char* THoekBrown::Elasticity(const TModelPoint&, TModuli& moduli) const {
     return nullptr;
 }
 
-int THoekBrown::Mechanisms(const TModelPoint& point, TMechanism* m) const {
-    const TPrincipalStress principal(point.Stress);
+int THoekBrown::Mechanisms(const TModelPoint& point, const Vec6* loading, TMechanism* m) const {
+    const TPrincipalStress principal(point.Stress, loading);
     const Vec3& s = principal.S;
     // Near the criterion's apex its gradient grows without bound; the cut-off acts there.
     const double smallest = 1e-12 * std::max(FP.S, 1e-9);

@@ -38,7 +38,8 @@ public:
 
 protected:
     const char* Elasticity(const TModelPoint& point, TModuli& moduli) const override;
-    int Mechanisms(const TModelPoint& point, TMechanism* mechanisms) const override;
+    int Mechanisms(const TModelPoint& point, const Vec6* loading,
+                   TMechanism* mechanisms) const override;
     std::array<int, MaxHardening> HardeningPlaces() const override { return {-1, -1}; }
     double StressScale() const override { return FP.SigmaCi; }
     THardening HardeningScale() const override { return THardening(1.0, 1.0); }

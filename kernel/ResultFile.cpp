@@ -253,7 +253,8 @@ std::string CleanLine(const std::string& text) {
 TResultWriter::TResultWriter(std::string fileName, size_t bufferLimit)
     : FFileName(std::move(fileName)), FSpillName(FFileName + ".rows.tmp"),
       FBufferLimit(bufferLimit) {
-    FBuffer.reserve(std::min<size_t>(bufferLimit, 1 << 16) + 1024);
+    // The whole buffer at once: growing it would copy what it holds, time and again.
+    FBuffer.reserve(bufferLimit + 1024);
 }
 
 TResultWriter::~TResultWriter() {
@@ -264,10 +265,18 @@ TResultWriter::~TResultWriter() {
 }
 
 void TResultWriter::AddRow(const TResultRow& row) {
+    // A number that stands in the column of the last row, or in the column before (the equal
+    // lateral strains and stresses of a triaxial test), is copied rather than formatted.
     for (int i = 0; i < ResultColumnCount; ++i) {
         if (i > 0)
             FBuffer += '\t';
         if (FHasLast && row[i] == FLast[i]) {
+            FBuffer += FLastText[i];
+            continue;
+        }
+        if (i > 1 && row[i] == row[i - 2] && !FLastText[i - 2].empty()) {
+            // xx and zz stand two columns apart.
+            FLastText[i] = FLastText[i - 2];
             FBuffer += FLastText[i];
             continue;
         }

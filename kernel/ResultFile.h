@@ -47,7 +47,7 @@ std::string CleanLine(const std::string& text);
 // a reader never sees half a file. Raises std::runtime_error when it cannot write.
 class TResultWriter {
 public:
-    explicit TResultWriter(std::string fileName, size_t bufferLimit = 1 << 20);
+    explicit TResultWriter(std::string fileName, size_t bufferLimit = 4 << 20);
     ~TResultWriter(); // removes the temporary files unless Finish put the result in place
     TResultWriter(const TResultWriter&) = delete;
     TResultWriter& operator=(const TResultWriter&) = delete;
