@@ -35,7 +35,7 @@ double TCamClay::EquivalentPressure(const TInvariants& v, Vec6* gradient, double
     return peq;
 }
 
-const char* TCamClay::Elasticity(const TModelPoint& point, TModuli& moduli) const {
+const char* TCamClay::Elasticity(const TModelPoint& point, TEigenCache&, TModuli& moduli) const {
     const double p = -(point.Stress(0) + point.Stress(1) + point.Stress(2)) / 3.0;
     if (!(p > 0.0))
         return NoMeanStress;
@@ -44,7 +44,8 @@ const char* TCamClay::Elasticity(const TModelPoint& point, TModuli& moduli) cons
     return nullptr;
 }
 
-int TCamClay::Mechanisms(const TModelPoint& point, const Vec6* loading, TMechanism* m) const {
+int TCamClay::Mechanisms(const TModelPoint& point, const Vec6* loading, TEigenCache& cache,
+                         TMechanism* m) const {
     int count = 0;
     if (FP.Kind != TCamClayParameters::SoftSoilCreep) {
         const TInvariants v(point.Stress);
@@ -58,12 +59,11 @@ int TCamClay::Mechanisms(const TModelPoint& point, const Vec6* loading, TMechani
             // d pc = pc / (lambda* - kappa*) d eps_v^p, and d eps_v^p = dp per multiplier.
             cap.Rate = THardening(pc / (FP.LambdaStar - FP.KappaStar) * dp, 0.0);
         } else {
-            cap = TMechanism();
-            cap.F = -HUGE_VAL;
+            cap.SetInactive();
         }
     }
     if (FP.Kind != TCamClayParameters::ModifiedCamClay) {
-        const TPrincipalStress principal(point.Stress, loading);
+        const TPrincipalStress principal(point.Stress, loading, &cache);
         MohrCoulombMechanisms(principal, FP.SinPhi, FP.Cohesion, FP.SinPsi, FP.TensionCutOff,
                               FP.TensileStrength, THardening::Zero(), m + count);
         count += 9;

@@ -52,8 +52,9 @@ public:
     const char* InitialStateFault(const Vec6& stress) const override;
 
 protected:
-    const char* Elasticity(const TModelPoint& point, TModuli& moduli) const override;
-    int Mechanisms(const TModelPoint& point, const Vec6* loading,
+    const char* Elasticity(const TModelPoint& point, TEigenCache& cache,
+                           TModuli& moduli) const override;
+    int Mechanisms(const TModelPoint& point, const Vec6* loading, TEigenCache& cache,
                    TMechanism* mechanisms) const override;
     std::array<int, MaxHardening> HardeningPlaces() const override { return {hCapPressure, -1}; }
     bool Creep(const TModelPoint& point, double timeIncrement, Vec6& strain,

@@ -30,6 +30,40 @@ using MatM = Eigen::Matrix<double, Eigen::Dynamic, Eigen::Dynamic, 0, TExplicitM
                            TExplicitModel::MaxMechanisms>;
 using VecM = Eigen::Matrix<double, Eigen::Dynamic, 1, 0, TExplicitModel::MaxMechanisms, 1>;
 
+// Solves a x = b for a square a of a few rows; false where a is singular (to its pivots). The
+// systems of acting mechanisms have one to four rows: fixed sizes spare the dynamic ones' cost.
+template <int N, typename B, typename X> bool SolveFixed(const MatM& a, const B& b, X& x) {
+    const Eigen::Matrix<double, N, N> f = a.template topLeftCorner<N, N>();
+    const Eigen::FullPivLU<Eigen::Matrix<double, N, N>> lu(f);
+    if (!lu.isInvertible())
+        return false;
+    x = lu.solve(b);
+    return true;
+}
+
+template <typename B, typename X> bool SolveSquare(const MatM& a, const B& b, X& x) {
+    switch (a.rows()) {
+    case 1:
+        if (a(0, 0) == 0.0)
+            return false;
+        x = b / a(0, 0);
+        return true;
+    case 2:
+        return SolveFixed<2>(a, b, x);
+    case 3:
+        return SolveFixed<3>(a, b, x);
+    case 4:
+        return SolveFixed<4>(a, b, x);
+    default: {
+        const Eigen::FullPivLU<MatM> lu(a);
+        if (!lu.isInvertible())
+            return false;
+        x = lu.solve(b);
+        return true;
+    }
+    }
+}
+
 Vec6 Projector(const Vec3& n) {
     Vec6 p;
     p << n(0) * n(0), n(1) * n(1), n(2) * n(2), 2 * n(0) * n(1), 2 * n(1) * n(2), 2 * n(2) * n(0);
@@ -73,10 +107,7 @@ bool SolveActiveSet(const MatM& g, const VecM& rhs,
                 for (int j = 0; j < m; ++j)
                     sub(i, j) = g(idx[i], idx[j]);
             }
-            const Eigen::FullPivLU<MatM> lu(sub);
-            if (lu.isInvertible()) {
-                solved = lu.solve(r);
-            } else {
+            if (!SolveSquare(sub, r, solved)) {
                 // Mechanisms that meet in one feature and more (an apex): any split of the
                 // multipliers gives the same stress; take the smallest.
                 Eigen::CompleteOrthogonalDecomposition<MatM> cod(sub);
@@ -152,13 +183,22 @@ bool Repeats(const TMechanism* m, const int* chosen, int count, int k) {
 
 } // namespace
 
-TPrincipalStress::TPrincipalStress(const Vec6& stress, const Vec6* loading) {
+void TEigenCache::Compute(const Vec6& stress) {
+    if (Done)
+        return;
     Mat3 s;
     s << stress(0), stress(3), stress(5), stress(3), stress(1), stress(4), stress(5), stress(4),
         stress(2);
-    Vec3 values;
-    Mat3 vectors;
-    SymmetricEigen(s, values, vectors);
+    SymmetricEigen(s, Values, Vectors);
+    Done = true;
+}
+
+TPrincipalStress::TPrincipalStress(const Vec6& stress, const Vec6* loading, TEigenCache* cache) {
+    TEigenCache own;
+    TEigenCache& eigen = cache ? *cache : own;
+    eigen.Compute(stress);
+    const Vec3 values = eigen.Values;
+    Mat3 vectors = eigen.Vectors;
     // Rounding leaves tiny shears that decide the directions of a pair that is equal but for
     // rounding: such a pair counts as equal.
     const double tolerance = 1e-8 * values.cwiseAbs().maxCoeff();
@@ -227,7 +267,7 @@ TInvariants::TInvariants(const Vec6& stress) {
 
 void MohrCoulombMechanisms(const TPrincipalStress& principal, double sinPhi, double cohesion,
                            double sinPsi, bool tensionCutOff, double tensileStrength,
-                           const THardening& rate, TMechanism* out) {
+                           const THardening& rate, TMechanism* out, double far) {
     static constexpr int I[6] = {0, 0, 1, 1, 2, 2};
     static constexpr int J[6] = {2, 1, 2, 0, 1, 0};
     const Vec3& s = principal.S;
@@ -235,7 +275,13 @@ void MohrCoulombMechanisms(const TPrincipalStress& principal, double sinPhi, dou
     for (int k = 0; k < 6; ++k) {
         const int i = I[k], j = J[k];
         TMechanism& m = out[k];
-        m.F = 0.5 * (s(i) - s(j)) - 0.5 * (s(i) + s(j)) * sinPhi - cc;
+        const double f = 0.5 * (s(i) - s(j)) - 0.5 * (s(i) + s(j)) * sinPhi - cc;
+        if (f < far) {
+            m.SetInactive();
+            m.F = f;
+            continue;
+        }
+        m.F = f;
         m.A = 0.5 * (1.0 - sinPhi) * principal.Derivative[i] -
               0.5 * (1.0 + sinPhi) * principal.Derivative[j];
         m.B = 0.5 * (1.0 - sinPsi) * principal.Derivative[i] -
@@ -245,13 +291,14 @@ void MohrCoulombMechanisms(const TPrincipalStress& principal, double sinPhi, dou
     }
     for (int k = 0; k < 3; ++k) {
         TMechanism& m = out[6 + k];
-        m = TMechanism();
         if (tensionCutOff) {
             m.F = -s(k) - tensileStrength;
             m.A = -principal.Derivative[k];
             m.B = m.A;
+            m.DFDH.setZero();
+            m.Rate.setZero();
         } else {
-            m.F = -HUGE_VAL;
+            m.SetInactive();
         }
     }
 }
@@ -273,6 +320,7 @@ struct TExplicitModel::TRate {
     int Count = 0;
     std::array<bool, MaxMechanisms> Candidate{};
     std::array<bool, MaxMechanisms> Acting{}; // its multiplier came out positive
+    Vec6 Loading = Vec6::Zero();              // the elastic stress increment
 };
 
 double TExplicitModel::Accuracy() const {
@@ -283,15 +331,17 @@ double TExplicitModel::Accuracy() const {
 
 Mat6 TExplicitModel::ElasticTangent(const TModelPoint& point) const {
     TModuli moduli;
-    Elasticity(point, moduli);
+    TEigenCache cache;
+    Elasticity(point, cache, moduli);
     return ElasticStiffness(moduli.G,
                             0.5 * (3.0 * moduli.K - 2.0 * moduli.G) / (3.0 * moduli.K + moduli.G));
 }
 
 bool TExplicitModel::Rate(const TModelPoint& point, const Vec6& strain, double time, TRate& rate,
-                          const char** fault) const {
+                          const char** fault, const TEvaluation* known) const {
     TModuli moduli;
-    if (const char* why = Elasticity(point, moduli)) {
+    TEigenCache cache = known ? known->Cache : TEigenCache();
+    if (const char* why = Elasticity(point, cache, moduli)) {
         if (fault)
             *fault = why;
         return false;
@@ -300,7 +350,13 @@ bool TExplicitModel::Rate(const TModelPoint& point, const Vec6& strain, double t
     THardening creepHardening = THardening::Zero();
     const bool creeps = time > 0.0 && Creep(point, time, creep, creepHardening);
     const Vec6 elastic = ApplyIsotropic(moduli.G, moduli.K, creeps ? Vec6(strain - creep) : strain);
-    rate.Count = Mechanisms(point, &elastic, rate.Mechanisms);
+    rate.Loading = elastic;
+    if (known && known->Count >= 0) {
+        rate.Count = known->Count;
+        std::copy(known->Mechanisms, known->Mechanisms + known->Count, rate.Mechanisms);
+    } else {
+        rate.Count = Mechanisms(point, &elastic, cache, rate.Mechanisms);
+    }
     const double scale = point.Stress.cwiseAbs().maxCoeff() + StressScale();
     int idx[MaxMechanisms];
     int n = 0;
@@ -352,23 +408,27 @@ void TExplicitModel::Advance(TModelPoint& point, const TRate& rate, double fract
 
 double TExplicitModel::MostViolated(const TModelPoint& point, int& count,
                                     TMechanism* mechanisms) const {
-    count = Mechanisms(point, nullptr, mechanisms);
+    TEigenCache cache;
+    count = Mechanisms(point, nullptr, cache, mechanisms);
     double most = -HUGE_VAL;
     for (int k = 0; k < count; ++k)
         most = std::max(most, mechanisms[k].F);
     return most;
 }
 
-bool TExplicitModel::CorrectDrift(TModelPoint& point,
-                                  const std::array<bool, MaxMechanisms>& acting) const {
+bool TExplicitModel::CorrectDrift(TModelPoint& point, const std::array<bool, MaxMechanisms>& acting,
+                                  const Vec6* loading, TEvaluation& evaluation) const {
     // A stress outside a surface is brought back onto it, and one that a mechanism acting in
     // the substep left a little inside is brought onto it too (Sloan et al.: the correction
     // keeps |f| within the tolerance), along the plastic directions of the mechanisms concerned,
     // with their hardening.
-    TMechanism m[MaxMechanisms];
+    TMechanism* m = evaluation.Mechanisms;
+    evaluation.Count = -1;
     const auto places = HardeningPlaces();
     for (int round = 0; round < 6; ++round) {
-        const int count = Mechanisms(point, nullptr, m);
+        evaluation.Cache = TEigenCache();
+        TEigenCache& cache = evaluation.Cache;
+        const int count = Mechanisms(point, loading, cache, m);
         const double scale = point.Stress.cwiseAbs().maxCoeff() + StressScale();
         int idx[MaxMechanisms];
         int n = 0;
@@ -382,10 +442,12 @@ bool TExplicitModel::CorrectDrift(TModelPoint& point,
                 idx[n++] = k;
             off = off || outside || inside;
         }
-        if (!off)
+        if (!off) {
+            evaluation.Count = count; // what the point's next evaluation will find
             return true;
+        }
         TModuli moduli;
-        if (Elasticity(point, moduli))
+        if (Elasticity(point, cache, moduli))
             return false;
         MatM g(n, n);
         VecM rhs(n);
@@ -411,15 +473,18 @@ bool TExplicitModel::CorrectDrift(TModelPoint& point,
     return false;
 }
 
-void TExplicitModel::ContinuumTangent(const TModelPoint& point, const Vec6& strain,
-                                      Mat6& tangent) const {
+void TExplicitModel::ContinuumTangent(const TModelPoint& point, const Vec6& strain, Mat6& tangent,
+                                      const TEvaluation* known) const {
     TModuli moduli;
-    Elasticity(point, moduli);
+    TEigenCache cache = known ? known->Cache : TEigenCache();
+    Elasticity(point, cache, moduli);
     tangent = ElasticStiffness(moduli.G, 0.5 * (3.0 * moduli.K - 2.0 * moduli.G) /
                                              (3.0 * moduli.K + moduli.G));
-    TMechanism m[MaxMechanisms];
+    TMechanism own[MaxMechanisms];
     const Vec6 elastic = tangent * strain;
-    const int count = Mechanisms(point, &elastic, m);
+    const bool reuse = known && known->Count >= 0;
+    const TMechanism* m = reuse ? known->Mechanisms : own;
+    const int count = reuse ? known->Count : Mechanisms(point, &elastic, cache, own);
     const double scale = point.Stress.cwiseAbs().maxCoeff() + StressScale();
     int idx[MaxMechanisms];
     int n = 0;
@@ -461,9 +526,9 @@ void TExplicitModel::ContinuumTangent(const TModelPoint& point, const Vec6& stra
     }
     // At an edge the mechanisms of both orderings act, and their gradients may be dependent:
     // then the smallest-norm solution, which gives the same stress.
-    const Eigen::FullPivLU<MatM> lu(sub);
-    if (lu.isInvertible()) {
-        tangent -= dbm * lu.solve(adt);
+    Eigen::Matrix<double, Eigen::Dynamic, 6, 0, MaxMechanisms, 6> solved(a, 6);
+    if (SolveSquare(sub, adt, solved)) {
+        tangent -= dbm * solved;
     } else {
         const Eigen::CompleteOrthogonalDecomposition<MatM> cod(sub);
         tangent -= dbm * cod.solve(adt);
@@ -477,6 +542,7 @@ bool TExplicitModel::Integrate(const TModelPoint& start, const Vec6& strainIncre
     BeginIncrement(end.History, strainIncrement);
     TRate first, second;
     TMechanism scratch[MaxMechanisms];
+    TEvaluation evaluation; // of `end`, once the drift correction has looked at it
     double done = 0.0;
     double size = 1.0;
     for (int substeps = 0; done < 1.0; ++substeps) {
@@ -488,7 +554,7 @@ bool TExplicitModel::Integrate(const TModelPoint& start, const Vec6& strainIncre
         size = std::min(size, 1.0 - done);
         const Vec6 strain = size * strainIncrement;
         const double time = size * timeIncrement;
-        if (!Rate(end, strain, time, first, fault))
+        if (!Rate(end, strain, time, first, fault, &evaluation))
             return false;
         TModelPoint euler = end;
         Advance(euler, first, 1.0);
@@ -514,7 +580,8 @@ bool TExplicitModel::Integrate(const TModelPoint& start, const Vec6& strainIncre
                 cut = lo + (hi - lo) * flo / (flo - fhi);
                 TModelPoint p = end;
                 Advance(p, first, cut);
-                Mechanisms(p, &first.Stress, scratch);
+                TEigenCache cache;
+                Mechanisms(p, &first.Stress, cache, scratch);
                 double f = -HUGE_VAL;
                 for (int k = 0; k < second.Count; ++k)
                     if (!first.Candidate[k])
@@ -565,7 +632,7 @@ bool TExplicitModel::Integrate(const TModelPoint& start, const Vec6& strainIncre
         std::array<bool, MaxMechanisms> acting{};
         for (int k = 0; k < second.Count; ++k)
             acting[k] = first.Acting[k] || second.Acting[k];
-        CorrectDrift(end, acting);
+        CorrectDrift(end, acting, &second.Loading, evaluation);
         done += size;
         size *= error > 0.0 ? std::min(0.9 * std::sqrt(SubstepTolerance / error), 2.0) : 2.0;
     }
@@ -575,10 +642,11 @@ bool TExplicitModel::Integrate(const TModelPoint& start, const Vec6& strainIncre
         return false;
     }
     if (tangent) {
-        ContinuumTangent(end, strainIncrement, *tangent);
+        ContinuumTangent(end, strainIncrement, *tangent, &evaluation);
         if (timeIncrement > 0.0) {
             TModuli moduli;
-            Elasticity(end, moduli);
+            TEigenCache cache;
+            Elasticity(end, cache, moduli);
             CreepTangent(end, timeIncrement, moduli, *tangent);
         }
     }

@@ -17,6 +17,8 @@
 
 #include <Eigen/Core>
 
+#include <cmath>
+
 namespace tw::kernel {
 
 // Principal values of an effective stress in compression-positive form, s1 >= s2 >= s3, and the
@@ -30,10 +32,20 @@ namespace tw::kernel {
 // mechanisms of each ordering see the loading as it is; where the loading too is alike in that
 // plane, or none is known, the equal pair is taken alike (the mean of the two projectors), so
 // that the mechanisms of both orderings coincide, count once and flow symmetrically.
+// The eigen-decomposition of a point's stress, worked out once and shared by the elasticity and
+// the mechanisms of the point.
+struct TEigenCache {
+    bool Done = false;
+    Vec3 Values = Vec3::Zero();  // ascending, tension positive
+    Mat3 Vectors = Mat3::Zero(); // as columns
+    void Compute(const Vec6& stress);
+};
+
 struct TPrincipalStress {
     Vec3 S;
     std::array<Vec6, 3> Derivative;
-    explicit TPrincipalStress(const Vec6& stress, const Vec6* loading = nullptr);
+    explicit TPrincipalStress(const Vec6& stress, const Vec6* loading = nullptr,
+                              TEigenCache* cache = nullptr);
 };
 
 // Invariants in compression-positive form: p = -(sxx + syy + szz) / 3 and the von Mises q, with
@@ -66,21 +78,32 @@ using THardening = Eigen::Matrix<double, MaxHardening, 1>;
 // One mechanism at a point: a yield function (in stress units; at most 0 inside), its gradient
 // with respect to the Voigt stress, the plastic strain per unit multiplier, how it depends on the
 // hardening variables, and how much of them it makes per unit multiplier.
+// (No initialisers: the lists of mechanisms are built anew at every evaluation, many times a
+// step, and zeroing them cost more than filling them.)
 struct TMechanism {
-    double F = 0.0;
-    Vec6 A = Vec6::Zero();
-    Vec6 B = Vec6::Zero();
-    THardening DFDH = THardening::Zero();
-    THardening Rate = THardening::Zero();
+    double F;
+    Vec6 A;
+    Vec6 B;
+    THardening DFDH;
+    THardening Rate;
+    // A mechanism that does not act here.
+    void SetInactive() {
+        F = -HUGE_VAL;
+        A.setZero();
+        B.setZero();
+        DFDH.setZero();
+        Rate.setZero();
+    }
 };
 
 // The Mohr-Coulomb failure planes of every ordered pair of principal stresses (six; a pair
 // against the order of its stresses lies inside) with flow by the dilatancy sinPsi and the given
 // hardening per unit multiplier, and the tension cut-off of each principal stress (three, not
 // acting when off): nine mechanisms from `out` on.
+// Those with a function below `far` are given as not acting (with their function).
 void MohrCoulombMechanisms(const TPrincipalStress& principal, double sinPhi, double cohesion,
                            double sinPsi, bool tensionCutOff, double tensileStrength,
-                           const THardening& rate, TMechanism* out);
+                           const THardening& rate, TMechanism* out, double far = -HUGE_VAL);
 // The largest of the Mohr-Coulomb and cut-off functions at a stress: the failure criterion.
 double MohrCoulombYield(const Vec3& s, double sinPhi, double cohesion, bool tensionCutOff,
                         double tensileStrength);
@@ -101,11 +124,12 @@ protected:
     };
     // The elastic moduli at a point (tangent moduli where the stiffness depends on stress or
     // strain). Returns a fault text where the model cannot go on (nullptr otherwise).
-    virtual const char* Elasticity(const TModelPoint& point, TModuli& moduli) const = 0;
+    virtual const char* Elasticity(const TModelPoint& point, TEigenCache& cache,
+                                   TModuli& moduli) const = 0;
     // The mechanisms at a point, for a loading (the elastic stress increment) where one is
     // known; answers their number. The list has the same mechanisms at the same places at every
     // point (a mechanism far inside may be given as not acting, F = -HUGE_VAL).
-    virtual int Mechanisms(const TModelPoint& point, const Vec6* loading,
+    virtual int Mechanisms(const TModelPoint& point, const Vec6* loading, TEigenCache& cache,
                            TMechanism* mechanisms) const = 0;
     // The places of the history that hold the hardening variables of THardening, -1 for none.
     virtual std::array<int, MaxHardening> HardeningPlaces() const = 0;
@@ -133,12 +157,20 @@ protected:
 
 private:
     struct TRate;
+    // The mechanisms of a point, kept for the next evaluation at the same point.
+    struct TEvaluation {
+        TEigenCache Cache;
+        TMechanism Mechanisms[MaxMechanisms];
+        int Count = -1; // not valid
+    };
     bool Rate(const TModelPoint& point, const Vec6& strain, double time, TRate& rate,
-              const char** fault) const;
+              const char** fault, const TEvaluation* known = nullptr) const;
     void Advance(TModelPoint& point, const TRate& rate, double fraction) const;
     double MostViolated(const TModelPoint& point, int& count, TMechanism* mechanisms) const;
-    bool CorrectDrift(TModelPoint& point, const std::array<bool, MaxMechanisms>& acting) const;
-    void ContinuumTangent(const TModelPoint& point, const Vec6& strain, Mat6& tangent) const;
+    bool CorrectDrift(TModelPoint& point, const std::array<bool, MaxMechanisms>& acting,
+                      const Vec6* loading, TEvaluation& evaluation) const;
+    void ContinuumTangent(const TModelPoint& point, const Vec6& strain, Mat6& tangent,
+                          const TEvaluation* known) const;
 };
 
 } // namespace tw::kernel

@@ -49,6 +49,17 @@ double ShearStrain(const Vec6& e) {
     return std::sqrt(2.0 * normal + shear);
 }
 
+// x^m, with the usual powers of soils taken without pow (it is evaluated many times a step).
+double Power(double x, double m) {
+    if (m == 0.5)
+        return std::sqrt(x);
+    if (m == 1.0)
+        return x;
+    if (m == 0.0)
+        return 1.0;
+    return std::pow(x, m);
+}
+
 } // namespace
 
 THardeningSoil::THardeningSoil(const THardeningSoilParameters& p) : FP(p) {
@@ -73,8 +84,8 @@ double THardeningSoil::StiffnessFactor(double s3, double* derivative) const {
     if (FP.PowerM == 0.0)
         return 1.0;
     if (base <= SmallestStiffnessBase)
-        return std::pow(SmallestStiffnessBase, FP.PowerM);
-    const double f = std::pow(base, FP.PowerM);
+        return Power(SmallestStiffnessBase, FP.PowerM);
+    const double f = Power(base, FP.PowerM);
     if (derivative)
         *derivative = FP.PowerM * f / base * slope / scale;
     return f;
@@ -105,9 +116,10 @@ double THardeningSoil::MobilisedDilatancy(const Vec3& s, double voidRatio) const
     return std::clamp(sinPsiM, -0.99, 0.99);
 }
 
-const char* THardeningSoil::Elasticity(const TModelPoint& point, TModuli& moduli) const {
-    const TPrincipalStress principal(point.Stress);
-    const double f3 = StiffnessFactor(principal.S(2));
+const char* THardeningSoil::Elasticity(const TModelPoint& point, TEigenCache& cache,
+                                       TModuli& moduli) const {
+    cache.Compute(point.Stress);
+    const double f3 = StiffnessFactor(-cache.Values(2)); // the minor principal stress
     const double gur = FP.EurRef / (2.0 * (1.0 + FP.NuUr)) * f3;
     double g = gur;
     if (FP.SmallStrain) {
@@ -124,8 +136,9 @@ const char* THardeningSoil::Elasticity(const TModelPoint& point, TModuli& moduli
     return nullptr;
 }
 
-int THardeningSoil::Mechanisms(const TModelPoint& point, const Vec6* loading, TMechanism* m) const {
-    const TPrincipalStress principal(point.Stress, loading);
+int THardeningSoil::Mechanisms(const TModelPoint& point, const Vec6* loading, TEigenCache& cache,
+                               TMechanism* m) const {
+    const TPrincipalStress principal(point.Stress, loading, &cache);
     const Vec3& s = principal.S;
     const double gammaP = point.History[hGammaP];
     const double pp = std::max(point.History[hCapPressure], FSmallestCap);
@@ -134,6 +147,14 @@ int THardeningSoil::Mechanisms(const TModelPoint& point, const Vec6* loading, TM
     const double sinPsiM = MobilisedDilatancy(s, voidRatio);
     const double sinPhi = FP.SinPhi;
     const double cc = FP.Cohesion * FCosPhi;
+    // The stiffness factor of each principal stress, and the cap's hardening, once.
+    double stiffness[3], slope[3];
+    for (int i = 0; i < 3; ++i)
+        stiffness[i] = StiffnessFactor(s(i), &slope[i]);
+    const double capHardening = FH * Power(pp / FP.PRef, FP.PowerM);
+    // Mechanisms this far inside cannot act within an increment's tolerance: their gradients
+    // are not worked out (they are evaluated many times a step).
+    const double far = -1e-3 * (s.cwiseAbs().maxCoeff() + FP.PRef);
 
     for (int k = 0; k < 6; ++k) {
         const int i = PairI[k], j = PairJ[k];
@@ -146,8 +167,8 @@ int THardeningSoil::Mechanisms(const TModelPoint& point, const Vec6* loading, TM
         TMechanism& shear = m[ShearFirst + k];
         // The stiffness of a pair follows its minor stress, so that the pairs of an edge
         // (s2 = s3) are alike whatever principal directions the edge is given.
-        double df3 = 0.0;
-        const double f3 = StiffnessFactor(s(j), &df3);
+        const double df3 = slope[j];
+        const double f3 = stiffness[j];
         const double eur = FP.EurRef * f3;
         const double ei = FEiRef * f3;
         const double qf = 2.0 * (s(j) * sinPhi + cc) / (1.0 - sinPhi);
@@ -176,14 +197,18 @@ int THardeningSoil::Mechanisms(const TModelPoint& point, const Vec6* loading, TM
             a(j) += -fbar / f3 * df3;
             // Where f-bar falls as q grows (Ei above Eur, near q = 0) the surface is met only at
             // q = 0 and any shearing from there is elastic: the pair does not act.
-            shear.F = !clamped && dx <= 0.0 ? Inactive : (fbar - gammaP) * eur;
-            shear.A = Voigt(principal, eur * a);
-            shear.B = Voigt(principal, b);
-            shear.DFDH = THardening(-eur, 0.0);
-            shear.Rate = THardening(1.0, 0.0);
+            const double f = !clamped && dx <= 0.0 ? Inactive : (fbar - gammaP) * eur;
+            if (f < far) {
+                shear.SetInactive();
+            } else {
+                shear.A = Voigt(principal, eur * a);
+                shear.B = Voigt(principal, b);
+                shear.DFDH = THardening(-eur, 0.0);
+                shear.Rate = THardening(1.0, 0.0);
+            }
+            shear.F = f;
         } else {
-            shear = TMechanism();
-            shear.F = Inactive;
+            shear.SetInactive();
         }
 
         // The cap in this ordering.
@@ -203,14 +228,20 @@ int THardeningSoil::Mechanisms(const TModelPoint& point, const Vec6* loading, TM
         }
         const Vec3 ac = (qt / alpha2 * dqt + Vec3::Constant(p / 3.0)) / pp;
         cap.F = 0.5 * (p2 / pp - pp);
+        if (cap.F < far) {
+            const double f = cap.F;
+            cap.SetInactive();
+            cap.F = f;
+            continue;
+        }
         cap.A = Voigt(principal, ac);
         cap.B = cap.A;
         cap.DFDH = THardening(0.0, -0.5 * p2 / (pp * pp) - 0.5);
-        cap.Rate = THardening(0.0, FH * std::pow(pp / FP.PRef, FP.PowerM) * p / pp);
+        cap.Rate = THardening(0.0, capHardening * p / pp);
     }
     // Mohr-Coulomb failure, with the same flow and feeding the same gamma_p, and the cut-off.
     MohrCoulombMechanisms(principal, sinPhi, FP.Cohesion, sinPsiM, FP.TensionCutOff,
-                          FP.TensileStrength, THardening(1.0, 0.0), m + FailureFirst);
+                          FP.TensileStrength, THardening(1.0, 0.0), m + FailureFirst, far);
     return Count;
 }
 

@@ -80,8 +80,9 @@ public:
     double StiffnessFactor(double s3, double* derivative = nullptr) const;
 
 protected:
-    const char* Elasticity(const TModelPoint& point, TModuli& moduli) const override;
-    int Mechanisms(const TModelPoint& point, const Vec6* loading,
+    const char* Elasticity(const TModelPoint& point, TEigenCache& cache,
+                           TModuli& moduli) const override;
+    int Mechanisms(const TModelPoint& point, const Vec6* loading, TEigenCache& cache,
                    TMechanism* mechanisms) const override;
     std::array<int, MaxHardening> HardeningPlaces() const override {
         return {hGammaP, hCapPressure};

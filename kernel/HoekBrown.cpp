@@ -31,14 +31,15 @@ double THoekBrown::SinPsi(double minor) const {
     return std::sin(psiMax * (FP.SigmaPsi - minor) / FP.SigmaPsi);
 }
 
-const char* THoekBrown::Elasticity(const TModelPoint&, TModuli& moduli) const {
+const char* THoekBrown::Elasticity(const TModelPoint&, TEigenCache&, TModuli& moduli) const {
     moduli.G = FP.G;
     moduli.K = FK;
     return nullptr;
 }
 
-int THoekBrown::Mechanisms(const TModelPoint& point, const Vec6* loading, TMechanism* m) const {
-    const TPrincipalStress principal(point.Stress, loading);
+int THoekBrown::Mechanisms(const TModelPoint& point, const Vec6* loading, TEigenCache& cache,
+                           TMechanism* m) const {
+    const TPrincipalStress principal(point.Stress, loading, &cache);
     const Vec3& s = principal.S;
     // Near the criterion's apex its gradient grows without bound; the cut-off acts there.
     const double smallest = 1e-12 * std::max(FP.S, 1e-9);
@@ -58,10 +59,11 @@ int THoekBrown::Mechanisms(const TModelPoint& point, const Vec6* loading, TMecha
     }
     for (int k = 0; k < 3; ++k) {
         TMechanism& t = m[6 + k];
-        t = TMechanism();
         t.F = -s(k) - FTension;
         t.A = -principal.Derivative[k];
         t.B = t.A;
+        t.DFDH.setZero();
+        t.Rate.setZero();
     }
     return 9;
 }

@@ -37,8 +37,9 @@ public:
     double Strength(double minor) const;
 
 protected:
-    const char* Elasticity(const TModelPoint& point, TModuli& moduli) const override;
-    int Mechanisms(const TModelPoint& point, const Vec6* loading,
+    const char* Elasticity(const TModelPoint& point, TEigenCache& cache,
+                           TModuli& moduli) const override;
+    int Mechanisms(const TModelPoint& point, const Vec6* loading, TEigenCache& cache,
                    TMechanism* mechanisms) const override;
     std::array<int, MaxHardening> HardeningPlaces() const override { return {-1, -1}; }
     double StressScale() const override { return FP.SigmaCi; }
