@@ -64,6 +64,34 @@ template <typename B, typename X> bool SolveSquare(const MatM& a, const B& b, X&
     }
 }
 
+// The least-squares solution of smallest norm of a x = b (a square, perhaps singular), at fixed
+// size where it is small.
+template <int N, typename B, typename X> void LeastSquaresFixed(const MatM& a, const B& b, X& x) {
+    const Eigen::Matrix<double, N, N> f = a.template topLeftCorner<N, N>();
+    const Eigen::CompleteOrthogonalDecomposition<Eigen::Matrix<double, N, N>> cod(f);
+    x = cod.solve(b);
+}
+
+template <typename B, typename X> void LeastSquares(const MatM& a, const B& b, X& x) {
+    switch (a.rows()) {
+    case 1:
+        x = b / (a(0, 0) == 0.0 ? 1.0 : a(0, 0));
+        if (a(0, 0) == 0.0)
+            x.setZero();
+        return;
+    case 2:
+        return LeastSquaresFixed<2>(a, b, x);
+    case 3:
+        return LeastSquaresFixed<3>(a, b, x);
+    case 4:
+        return LeastSquaresFixed<4>(a, b, x);
+    default: {
+        const Eigen::CompleteOrthogonalDecomposition<MatM> cod(a);
+        x = cod.solve(b);
+    }
+    }
+}
+
 Vec6 Projector(const Vec3& n) {
     Vec6 p;
     p << n(0) * n(0), n(1) * n(1), n(2) * n(2), 2 * n(0) * n(1), 2 * n(1) * n(2), 2 * n(2) * n(0);
@@ -110,8 +138,7 @@ bool SolveActiveSet(const MatM& g, const VecM& rhs,
             if (!SolveSquare(sub, r, solved)) {
                 // Mechanisms that meet in one feature and more (an apex): any split of the
                 // multipliers gives the same stress; take the smallest.
-                Eigen::CompleteOrthogonalDecomposition<MatM> cod(sub);
-                solved = cod.solve(r);
+                LeastSquares(sub, r, solved);
             }
             if (!solved.allFinite())
                 break;
@@ -459,8 +486,8 @@ bool TExplicitModel::CorrectDrift(TModelPoint& point, const std::array<bool, Max
             for (int j = 0; j < n; ++j)
                 g(i, j) = m[idx[i]].A.dot(db[j]) - m[idx[i]].DFDH.dot(m[idx[j]].Rate);
         }
-        const Eigen::CompleteOrthogonalDecomposition<MatM> cod(g);
-        const VecM lambda = cod.solve(rhs);
+        VecM lambda(n);
+        LeastSquares(g, rhs, lambda);
         if (!lambda.allFinite())
             return false;
         for (int j = 0; j < n; ++j) {
@@ -530,8 +557,8 @@ void TExplicitModel::ContinuumTangent(const TModelPoint& point, const Vec6& stra
     if (SolveSquare(sub, adt, solved)) {
         tangent -= dbm * solved;
     } else {
-        const Eigen::CompleteOrthogonalDecomposition<MatM> cod(sub);
-        tangent -= dbm * cod.solve(adt);
+        LeastSquares(sub, adt, solved);
+        tangent -= dbm * solved;
     }
 }
 
