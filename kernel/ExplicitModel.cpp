@@ -15,7 +15,6 @@ namespace {
 // by at most this much of the stress (or the model's stress scale, where that is larger).
 constexpr double SubstepTolerance = 1e-7;
 constexpr double SmallestSubstep = 1e-9; // of the increment
-constexpr int MostSubsteps = 200000;
 // Bands about a yield surface, relative to the stress scale: within Candidate of the surface a
 // mechanism may act; beyond Drift outside it the stress is brought back; a mechanism that was not
 // acting and ends a substep beyond Cross outside has started in it, and the substep is cut there.
@@ -573,7 +572,7 @@ bool TExplicitModel::Integrate(const TModelPoint& start, const Vec6& strainIncre
     double done = 0.0;
     double size = 1.0;
     for (int substeps = 0; done < 1.0; ++substeps) {
-        if (substeps >= MostSubsteps || size < SmallestSubstep) {
+        if (substeps >= FMostSubsteps || size < SmallestSubstep) {
             if (fault)
                 *fault = TooManySubsteps;
             return false;

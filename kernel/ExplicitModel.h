@@ -114,6 +114,7 @@ public:
                    TModelPoint& end, Mat6* tangent, const char** fault) const override;
     Mat6 ElasticTangent(const TModelPoint& point) const override;
     double Accuracy() const override;
+    void LimitSubsteps(int substeps) override { FMostSubsteps = substeps; }
 
     static constexpr int MaxMechanisms = 24;
 
@@ -171,6 +172,8 @@ private:
                       const Vec6* loading, TEvaluation& evaluation) const;
     void ContinuumTangent(const TModelPoint& point, const Vec6& strain, Mat6& tangent,
                           const TEvaluation* known) const;
+
+    int FMostSubsteps = 200000;
 };
 
 } // namespace tw::kernel

@@ -160,12 +160,14 @@ struct TRowBuilder {
 
 } // namespace
 
-TComputedTest ComputeTest(const TKernelInput& input, const TRowSink& sink) {
+TComputedTest ComputeTest(const TKernelInput& input, const TRowSink& sink,
+                          const TComputeLimits& limits) {
     CheckSupported(input);
     TComputedTest result;
     auto& warnings = result.Warnings;
     warnings = input.Warnings;
     const auto model = CreateSoilModel(input, warnings);
+    model->LimitSubsteps(limits.MaxSubsteps);
     const TPoreFluid fluid = CreatePoreFluid(input, warnings);
     result.PorePressure = fluid.Active;
 
@@ -181,7 +183,8 @@ TComputedTest ComputeTest(const TKernelInput& input, const TRowSink& sink) {
     TIterationControl control;
     control.Tolerance = input.Tolerance;
     control.Relaxation = input.Relaxation;
-    control.MaxIterations = std::min(input.MaxIterations, MaxIterationsCap);
+    control.MaxIterations = std::min({input.MaxIterations, MaxIterationsCap, limits.MaxIterations});
+    control.MaxSplits = limits.MaxSplits;
     if (input.MaxIterations > MaxIterationsCap)
         warnings.push_back("maxiter " + std::to_string(input.MaxIterations) + " is cut to " +
                            std::to_string(MaxIterationsCap));
@@ -216,7 +219,7 @@ TComputedTest ComputeTest(const TKernelInput& input, const TRowSink& sink) {
                                    "displacement of the cavity wall; the other increments are not "
                                    "applied");
         }
-        TCavityTest cavity(*model, fluid, control, input.InnerRadius);
+        TCavityTest cavity(*model, fluid, control, input.InnerRadius, limits.CavityElements);
         auto wallRow = [&](const TCavityTest::TWall& wall) {
             TStressPointState state;
             state.Time = wall.Time;

@@ -73,10 +73,19 @@ struct TComputedTest {
     TResultRow LastRow{};
 };
 using TRowSink = std::function<void(const TResultRow&)>;
+// Bounds on the work of a run, for callers that must not wait long (the fuzz target); the
+// defaults are the kernel's own.
+struct TComputeLimits {
+    int MaxSplits = 10;
+    int MaxIterations = MaxIterationsCap;
+    int MaxSubsteps = 200000; // of one stress-point update
+    int CavityElements = 100;
+};
 // Computes a test that has been read, handing every row to the sink as it is computed (and
 // keeping none), or, without a sink, keeping them all in Rows. Faults found before the first step
 // raise EKernelInput or EKernelNotSupported.
-TComputedTest ComputeTest(const TKernelInput& input, const TRowSink& sink = {});
+TComputedTest ComputeTest(const TKernelInput& input, const TRowSink& sink = {},
+                          const TComputeLimits& limits = {});
 
 struct TKernelOptions {
     std::string ProgramName = "qbabc_3d";

@@ -53,6 +53,9 @@ public:
     virtual bool IsTimeDependent() const { return false; }
     // Why the model cannot start from this effective stress (a static text), or nullptr.
     virtual const char* InitialStateFault(const Vec6&) const { return nullptr; }
+    // Bounds the work of one update (for models that subdivide it): an update that needs more
+    // substeps fails.
+    virtual void LimitSubsteps(int) {}
 };
 
 // A model whose plastic volume hardens a cap: the preconsolidation of the sample sets where the
