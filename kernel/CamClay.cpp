@@ -71,25 +71,33 @@ int TCamClay::Mechanisms(const TModelPoint& point, const Vec6* loading, TEigenCa
     return count;
 }
 
+bool TCamClay::CreepRate(const TModelPoint& point, TCreepRate& creep) const {
+    const TInvariants v(point.Stress);
+    if (!(v.P + FShift > 0.0))
+        return false;
+    double dp = 0.0;
+    creep.EquivalentPressure = EquivalentPressure(v, &creep.Gradient, &dp);
+    creep.Direction = creep.Gradient / std::max(dp, SmallestVolumetricNormal);
+    const double pp = point.History[hCapPressure];
+    creep.Beta = (FP.LambdaStar - FP.KappaStar) / FP.MuStar;
+    creep.Rate = FP.MuStar / FP.Tau * std::pow(creep.EquivalentPressure / pp, creep.Beta);
+    return true;
+}
+
 bool TCamClay::Creep(const TModelPoint& point, double dt, Vec6& strain,
                      THardening& hardening) const {
     if (FP.Kind != TCamClayParameters::SoftSoilCreep)
         return false;
-    const TInvariants v(point.Stress);
-    if (!(v.P + FShift > 0.0)) {
+    TCreepRate creep;
+    if (!CreepRate(point, creep)) {
         strain.setZero();
         hardening.setZero();
         return true;
     }
-    Vec6 gradient;
-    double dp = 0.0;
-    const double peq = EquivalentPressure(v, &gradient, &dp);
-    const double pp = point.History[hCapPressure];
-    const double beta = (FP.LambdaStar - FP.KappaStar) / FP.MuStar;
-    const double rate = FP.MuStar / FP.Tau * std::pow(peq / pp, beta);
-    const double volume = rate * dt; // compression positive
-    strain = volume / std::max(dp, SmallestVolumetricNormal) * gradient;
-    hardening = THardening(pp / (FP.LambdaStar - FP.KappaStar) * volume, 0.0);
+    const double volume = creep.Rate * dt; // compression positive
+    strain = volume * creep.Direction;
+    hardening =
+        THardening(point.History[hCapPressure] / (FP.LambdaStar - FP.KappaStar) * volume, 0.0);
     return true;
 }
 
@@ -101,17 +109,12 @@ void TCamClay::CreepTangent(const TModelPoint& point, double dt, const TModuli&,
     // p_p hardens: linearised, d(creep) = dt m dr, dr = w.d(sigma) / (1 + r dt / mu*),
     // w = r beta / p_eq grad(p_eq), so the tangent loses the rank-one part
     // (T m)(w^T T) dt / (1 + r dt / mu* + dt w.T m).
-    const TInvariants v(point.Stress);
-    if (!(v.P + FShift > 0.0))
+    TCreepRate creep;
+    if (!CreepRate(point, creep))
         return;
-    Vec6 gradient;
-    double dp = 0.0;
-    const double peq = EquivalentPressure(v, &gradient, &dp);
-    const double pp = point.History[hCapPressure];
-    const double beta = (FP.LambdaStar - FP.KappaStar) / FP.MuStar;
-    const double r = FP.MuStar / FP.Tau * std::pow(peq / pp, beta);
-    const Vec6 m = gradient / std::max(dp, SmallestVolumetricNormal);
-    const Vec6 w = r * beta / peq * gradient;
+    const double r = creep.Rate;
+    const Vec6& m = creep.Direction;
+    const Vec6 w = r * creep.Beta / creep.EquivalentPressure * creep.Gradient;
     const Vec6 tm = tangent * m;
     const Eigen::Matrix<double, 1, 6> wt = w.transpose() * tangent;
     const double denominator = 1.0 + r * dt / FP.MuStar + dt * w.dot(tm);

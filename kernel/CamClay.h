@@ -70,6 +70,16 @@ private:
     double EquivalentPressure(const TInvariants& invariants, Vec6* gradient = nullptr,
                               double* dp = nullptr) const;
 
+    // The creep of Soft Soil Creep at a point: the volumetric rate r (compression positive,
+    // per time unit), the direction of the creep strain per unit of r (normal to the ellipse),
+    // p_eq with its gradient, and the exponent beta = (lambda* - kappa*) / mu*. False where the
+    // mean stress leaves no ellipse.
+    struct TCreepRate {
+        double Rate, EquivalentPressure, Beta;
+        Vec6 Direction, Gradient;
+    };
+    bool CreepRate(const TModelPoint& point, TCreepRate& creep) const;
+
     TCamClayParameters FP;
     double FShift; // c cot phi, where the cap's deviatoric term counts from
     double FCosPhi;

@@ -226,10 +226,9 @@ TElementTest::TOutcome TCavityTest::Run(const std::vector<TPhaseInput>& phases,
             return nullptr;
         },
         [&] { return FFault; });
-    FOutcome.Completed = outcome.Completed;
-    FOutcome.Message = outcome.Message;
-    FOutcome.Steps = outcome.Steps;
-    FOutcome.Splits = outcome.Splits;
+    const long long iterations = FOutcome.Iterations; // counted by the increments
+    FOutcome = outcome;
+    FOutcome.Iterations = iterations;
     return FOutcome;
 }
 

@@ -284,10 +284,9 @@ TElementTest::TOutcome TElementTest::Run(TStressPointState& state,
             return nullptr;
         },
         [&] { return FFault; });
-    FOutcome.Completed = outcome.Completed;
-    FOutcome.Message = outcome.Message;
-    FOutcome.Steps = outcome.Steps;
-    FOutcome.Splits = outcome.Splits;
+    const long long iterations = FOutcome.Iterations; // counted by the increments
+    FOutcome = outcome;
+    FOutcome.Iterations = iterations;
     return FOutcome;
 }
 

@@ -26,9 +26,10 @@ constexpr TModelName Supported[] = {
 
 // The places of the models' own parameters.
 namespace hsplace {
-constexpr int MinPorosity = 20, MaxPorosity = 21, CapM = 30, KsKc = 31, PowerM = 33, PRef = 34,
-              Rf = 36, EOedRef = 37, K0nc = 38, E50Ref = 39, G0Ref = 48, Gamma07 = 49;
-}
+// (20, the smallest porosity, and 37, EOedRef, carried by the cap at 30 and 31, are not read.)
+constexpr int MaxPorosity = 21, CapM = 30, KsKc = 31, PowerM = 33, PRef = 34, Rf = 36, K0nc = 38,
+              E50Ref = 39, G0Ref = 48, Gamma07 = 49;
+} // namespace hsplace
 
 // Checks shared by the models: a value must lie in its range, or the file is refused at its
 // place.
@@ -94,15 +95,12 @@ std::unique_ptr<TSoilModel> CreateMohrCoulomb(const TPlaces& p,
                                               std::vector<std::string>& warnings) {
     TMohrCoulombParameters mc;
     ReadElasticity(p, mc.G, mc.Nu);
-    mc.SinPhi = p.Require(place::SinPhi, p[place::SinPhi] >= 0.0 && p[place::SinPhi] < 1.0,
-                          "the sine of the friction angle must lie from 0 to below 1");
-    mc.Cohesion =
-        p.Require(place::Cohesion, p[place::Cohesion] >= 0.0, "the cohesion must not be negative");
-    mc.SinPsi = p.Require(place::SinPsi, p[place::SinPsi] > -1.0 && p[place::SinPsi] < 1.0,
-                          "the sine of the dilatancy angle must lie above -1 and below 1");
-    mc.TensionCutOff = p.Switch(place::TensionCutOff, "the tension cut-off");
-    mc.TensileStrength = p.Require(place::TensileStrength, p[place::TensileStrength] >= 0.0,
-                                   "the tensile strength must not be negative");
+    const TStrength strength = ReadStrength(p);
+    mc.SinPhi = strength.SinPhi;
+    mc.Cohesion = strength.Cohesion;
+    mc.SinPsi = strength.SinPsi;
+    mc.TensionCutOff = strength.TensionCutOff;
+    mc.TensileStrength = strength.TensileStrength;
     if (mc.SinPhi == 0.0 && mc.Cohesion == 0.0)
         warnings.push_back("friction angle and cohesion are both zero: the soil has no strength");
     if (mc.SinPsi > mc.SinPhi)

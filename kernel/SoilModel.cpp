@@ -6,17 +6,27 @@
 
 namespace tw::kernel {
 
+namespace {
+
+// The order of three values, ascending.
+std::array<int, 3> Ascending(const Vec3& d) {
+    std::array<int, 3> order = {0, 1, 2};
+    if (d(order[0]) > d(order[1]))
+        std::swap(order[0], order[1]);
+    if (d(order[1]) > d(order[2]))
+        std::swap(order[1], order[2]);
+    if (d(order[0]) > d(order[1]))
+        std::swap(order[0], order[1]);
+    return order;
+}
+
+} // namespace
+
 void SymmetricEigen(const Mat3& matrix, Vec3& values, Mat3& vectors) {
     // Without shear (triaxial, oedometer and isotropic states) the axes are the directions.
     if (matrix(0, 1) == 0.0 && matrix(0, 2) == 0.0 && matrix(1, 2) == 0.0) {
-        int order[3] = {0, 1, 2};
         const Vec3 d = matrix.diagonal();
-        if (d(order[0]) > d(order[1]))
-            std::swap(order[0], order[1]);
-        if (d(order[1]) > d(order[2]))
-            std::swap(order[1], order[2]);
-        if (d(order[0]) > d(order[1]))
-            std::swap(order[0], order[1]);
+        const auto order = Ascending(d);
         vectors.setZero();
         for (int i = 0; i < 3; ++i) {
             values(i) = d(order[i]);
@@ -82,14 +92,8 @@ void SymmetricEigen(const Mat3& matrix, Vec3& values, Mat3& vectors) {
             }
     }
     // Ascending, as the iterative solver gives them.
-    int order[3] = {0, 1, 2};
     const Vec3 d = a.diagonal();
-    if (d(order[0]) > d(order[1]))
-        std::swap(order[0], order[1]);
-    if (d(order[1]) > d(order[2]))
-        std::swap(order[1], order[2]);
-    if (d(order[0]) > d(order[1]))
-        std::swap(order[0], order[1]);
+    const auto order = Ascending(d);
     for (int i = 0; i < 3; ++i) {
         values(i) = d(order[i]);
         vectors.col(i) = q.col(order[i]);
