@@ -25,6 +25,8 @@ TW_KOV_CLASS_IMPL(TTestMaterialX, TKovMaterialX, nullptr)
 
 namespace {
 
+using ::testing::StrEq;
+using ::testing::ThrowsMessage;
 using TStep = TMXGenericParametersConstructor::TInitializer;
 
 // The collections of the test material: a box under each top collection.
@@ -163,6 +165,38 @@ TEST(MaterialDeclarations, ASmallModelOfItsOwn) {
         TMaterialXFactory::MergeDerivedCollectionCopy(box, material->GlobalMXPropertyCollection());
     EXPECT_FALSE(copy.FindGroupProperty("Twice")->IsDerived());
     EXPECT_DOUBLE_EQ(static_cast<TIPDouble*>(copy.FindGroupProperty("Twice"))->Value(), 10.0);
+}
+
+TEST(MaterialDeclarations, AProxiedNumberTakesTheLimitsAndUnitOfItsSourceWhenAsked) {
+    auto persistent = [](TMXParametersConstructor& c) {
+        c.DeclareDouble("Depth", 0, 0.0, 50.0, qtLength, "D");
+    };
+    auto shown = [](const std::string& source) {
+        return [source](TMXParametersConstructor& c) {
+            c.AddInterfaceTo("Depth");
+            c.DeclareDerivedDoubleWithProxiedAttributes(
+                "Shown", 0, source, TMXParametersConstructor::GetInternalParameterGetter("Depth"),
+                TMXParametersConstructor::GetInternalParameterSetter("Depth"), "Shown depth");
+        };
+    };
+    auto material = MakeTest(
+        Root(7, "Proxy", persistent, shown("Depth"),
+             {{"Depth", TMXAssociatedParameterGroupOrganizer::CreateDefaultValue(TVarRec(1.0))}},
+             {"Depth", "Shown"}));
+    auto& proxied = dynamic_cast<TIPDoubleWithUnit&>(*material->FindUserProperty("Shown"));
+    EXPECT_EQ(proxied.QuantityType(), qtLength);
+    EXPECT_EQ(proxied.MinValue(), 0.0);
+    EXPECT_EQ(proxied.MaxValue(), 50.0);
+    proxied.SetValue(80.0); // held to the source's limits, and written through to it
+    EXPECT_DOUBLE_EQ(TMaterialXTools::GetInternalPropertyValueFrom(*material, "Depth"), 50.0);
+
+    // A source that isn't there is a fault of the declaration: it shows when the material is made.
+    const auto& lost =
+        Root(8, "LostProxy", persistent, shown("Nowhere"),
+             {{"Depth", TMXAssociatedParameterGroupOrganizer::CreateDefaultValue(TVarRec(1.0))}},
+             {"Depth", "Shown"});
+    EXPECT_THAT([&] { MakeTest(lost); }, ThrowsMessage<EIntrinsicPropertyException>(
+                                             StrEq("Cannot find proxy source for \"Nowhere\"")));
 }
 
 TEST(MaterialDeclarations, FaultsOfDeclarationsSayWhatIsWrong) {
