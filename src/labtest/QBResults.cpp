@@ -291,6 +291,18 @@ void TQBResults::ReplaceRows(int rowCount, TColumns&& columns) {
     NotifyObservers();
 }
 
+TQBResults::TColumns TQBResults::TakeRows() {
+    TColumns columns{std::move(FValues), std::move(FIsSet), std::move(FIsSelectedRow)};
+    for (int i = 0; i < QBResultTypeCount; ++i) {
+        FValues[i].clear();
+        FIsSet[i].clear();
+    }
+    FIsSelectedRow.clear();
+    FRowCount = 0;
+    NotifyObservers();
+    return columns;
+}
+
 void TQBResults::AssignEssentialState(const TKovObject& source) {
     TKovObservableObject::AssignEssentialState(source);
     if (const auto* other = dynamic_cast<const TQBResults*>(&source)) {

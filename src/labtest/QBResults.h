@@ -174,6 +174,8 @@ public:
     // length; raises EQBResultsException, changing nothing, for one of another length. One
     // notification.
     void ReplaceRows(int rowCount, TColumns&& columns);
+    // Hands every row over, leaving none; one notification.
+    TColumns TakeRows();
 
     // The rows a user has chosen.
     void SetIsSelectedRow(int row, bool selected);

@@ -110,9 +110,14 @@ std::unique_ptr<TQBTestBase> ReadTestResultsFile(const std::string& fileName,
         throw EHierarchicPersisterException(
             Format("Error reading \"%s\": the file holds no test on a soil material", fileName));
     // A clone has identities of its own (the file's stay with the file, which may be read again)
-    // and owns a static copy of the material.
+    // and owns a static copy of the material. The rows are handed over, not copied.
     const TQBBehavior behaviour = test->Behavior();
+    const int rows = test->Results().RowCount();
+    TQBResults::TColumns columns = test->Results().TakeRows();
     std::unique_ptr<TQBTestBase> loaded = test->Clone();
+    loaded->Results().ReplaceRows(rows, std::move(columns));
+    if (loaded->HasResults())
+        loaded->DoAfterLoadResults();
     loaded->SetName(test->Name());
     if (loaded->Behavior() != behaviour) {
         loaded->EnableAllBehaviors();
