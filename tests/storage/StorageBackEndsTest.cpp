@@ -142,6 +142,19 @@ TEST(StorageBackEnds, BlobsAreCompressedFrom101BytesAndMarkedInXML) {
         empty.SetValueAsBlobBuffer(nullptr, 0);
         EXPECT_TRUE(empty.GetValueAsBlobBuffer().empty());
 
+        // A size that the stored bytes cannot hold is refused before anything is allocated:
+        // raw bytes of another size, or more than deflate can give from what is stored.
+        auto& lying = root->AddChild("Lying");
+        lying.SetValueAsBlobBuffer(hundred.data(), hundred.size());
+        lying.SetNamedValue("Node_Uncompressed_Size_Bytes", "1000000000000");
+        EXPECT_THROW(lying.GetValueAsBlobSize(), EStorageCorruptFile);
+        EXPECT_THROW(lying.GetValueAsBlobBuffer(), EStorageCorruptFile);
+        packed.SetValueAsBlobBuffer(hundredOne.data(), hundredOne.size());
+        packed.SetNamedValue("Node_Uncompressed_Size_Bytes", "100000000");
+        EXPECT_THROW(packed.GetValueAsBlobBuffer(), EStorageCorruptFile);
+        packed.SetNamedValue("Node_Uncompressed_Size_Bytes", "101");
+        EXPECT_EQ(packed.GetValueAsBlobSize(), 101u);
+
         packed.SetNamedValue("Node_Compression_Type", "lzma");
         EXPECT_THAT([&] { packed.GetValueAsBlobBuffer(); },
                     ThrowsMessage<EStorageIncompatibleFile>(
