@@ -73,31 +73,4 @@ TStartupOutcome StartUp(const TCommandLine& commandLine, TKovObjectManager& mana
     return outcome;
 }
 
-std::vector<std::string> ReadFeedbackLines(const THPReadErrorList& errors) {
-    std::vector<std::string> lines;
-    for (int i = 0; i < errors.Count(); ++i) {
-        const THPReadError& error = errors.GetError(i);
-        const char* label;
-        switch (error.Severity()) {
-        case hresInfo:
-            label = "Hint";
-            break;
-        case hresWarning:
-            label = "Warning";
-            break;
-        case hresError:
-            label = "Error";
-            break;
-        default:
-            throw EKovException(
-                Format("Unexpected error severity: %d", static_cast<int>(error.Severity())));
-        }
-        std::string line = Translate(label) + ": " + error.Error();
-        if (error.TargetObjectsCount() > 0)
-            line += " (" + error.TargetObjectNamesCommaSeparated() + ")";
-        lines.push_back(line);
-    }
-    return lines;
-}
-
 } // namespace tw

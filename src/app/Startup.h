@@ -37,8 +37,4 @@ struct TStartupOutcome {
 // outlive it. Every failure comes back in the outcome; nothing raises for bad input.
 TStartupOutcome StartUp(const TCommandLine& commandLine, TKovObjectManager& manager);
 
-// The read problems as the user reads them: one line each, "Hint: ", "Warning: " or "Error: "
-// and the text, most severe first. Raises "Unexpected error severity: %d" for another severity.
-std::vector<std::string> ReadFeedbackLines(const THPReadErrorList& errors);
-
 } // namespace tw

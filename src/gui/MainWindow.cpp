@@ -4,6 +4,7 @@
 #include "gui/ProgressWindow.h"
 #include "gui/QtText.h"
 #include "gui/TestPage.h"
+#include "labtest/QBTestFileHandler.h"
 #include "objects/ObjectManager.h"
 #include "services/Format.h"
 #include "services/Localisation.h"
@@ -99,6 +100,18 @@ TMainWindow::TMainWindow(TQBProject& project, const std::string& hostText, QWidg
     addDockWidget(Qt::LeftDockWidgetArea, dock);
     FMaterialPanel->SetMaterial(project.MainMaterialX());
 
+    SetFileDialogs(
+        [this] {
+            std::vector<std::string> files;
+            for (const QString& name : QFileDialog::getOpenFileNames(
+                     this, Tr("Open existing lab results"), QString(), FileFilter()))
+                files.push_back(FromQ(name));
+            return files;
+        },
+        [this](const std::string& proposal) {
+            return FromQ(QFileDialog::getSaveFileName(this, Tr("Save current test results"),
+                                                      ToQ(proposal), FileFilter()));
+        });
     CreateActions();
     CreateMenus();
     connect(FTabs, &QTabWidget::currentChanged, this, [this] {
@@ -175,24 +188,12 @@ QAction* TMainWindow::Action(const QString& name) const {
 void TMainWindow::CreateActions() {
     QAction* open = MakeAction("actOpen", "Open", "Open file", QKeySequence::Open);
     connect(open, &QAction::triggered, this, [this] {
-        // ".twt.kovml": test results of this program.
-        const QStringList names = QFileDialog::getOpenFileNames(
-            this, Tr("Open existing lab results"), QString(),
-            Tr("Tarnwick results") + QStringLiteral(" (*.twt.kovml);;") + Tr("All files") +
-                QStringLiteral(" (*)"));
-        std::vector<std::string> files;
-        for (const QString& name : names)
-            files.push_back(FromQ(name));
-        if (!files.empty() && FOpenFiles)
-            FOpenFiles(files);
+        const std::vector<std::string> files = FOpenDialog();
+        if (!files.empty())
+            OpenFiles(files);
     });
     QAction* save = MakeAction("actSave", "Save", "Save to file", QKeySequence::Save);
-    connect(save, &QAction::triggered, this, [this] {
-        if (TQBTestBase* test = CurrentPage().Test(); test && FSaveTest)
-            FSaveTest(*test);
-    });
-    open->setEnabled(false);
-    save->setEnabled(false);
+    connect(save, &QAction::triggered, this, &TMainWindow::SaveSelectedTest);
     QAction* run = MakeAction("actTERun", "Run", "Run test", QKeySequence(Qt::Key_F9));
     connect(run, &QAction::triggered, this, &TMainWindow::RunSelectedTest);
     connect(MakeAction("actResultSettings", "Settings", "Result settings configuration"),
@@ -381,14 +382,75 @@ void TMainWindow::SelectKernel(TQBTestMethod method) {
     UpdateOptions();
 }
 
-void TMainWindow::SetOpenHandler(TOpenFiles handler) {
-    FOpenFiles = std::move(handler);
-    Action("actOpen")->setEnabled(static_cast<bool>(FOpenFiles));
+const char* const TMainWindow::TestFileExtension = ".twt.kovml";
+
+QString TMainWindow::FileFilter() const {
+    // "Tarnwick results (*.twt.kovml)" and all files.
+    return Tr("Tarnwick results") + QStringLiteral(" (*") + TestFileExtension +
+           QStringLiteral(");;") + Tr("All files") + QStringLiteral(" (*)");
 }
 
-void TMainWindow::SetSaveHandler(TSaveTest handler) {
-    FSaveTest = std::move(handler);
-    Action("actSave")->setEnabled(static_cast<bool>(FSaveTest));
+void TMainWindow::SetFileDialogs(TOpenDialog open, TSaveDialog save) {
+    FOpenDialog = std::move(open);
+    FSaveDialog = std::move(save);
+}
+
+int TMainWindow::OpenFiles(const std::vector<std::string>& fileNames) {
+    TOpenTestFilesReport report;
+    try {
+        report = OpenTestResultFiles(FProject, fileNames);
+    } catch (const std::exception& e) {
+        UserMessages().ShowMessage(e.what(), MessageTitle);
+        return 0;
+    }
+    for (const std::string& message : report.Messages)
+        UserMessages().ShowMessage(message, MessageTitle);
+    ShowReadErrors(report.ReadErrors);
+    return report.Loaded;
+}
+
+void TMainWindow::ShowReadErrors(THPReadErrorList& errors) {
+    if (errors.Count() == 0)
+        return;
+    errors.SortByDecreasingSeverity();
+    std::string text;
+    try {
+        for (const std::string& line : ReadFeedbackLines(errors))
+            text += (text.empty() ? "" : "\n") + line;
+    } catch (const std::exception& e) {
+        text = e.what();
+    }
+    UserMessages().ShowMessage(text, MessageTitle);
+}
+
+bool TMainWindow::SaveSelectedTest() {
+    TQBTestBase* test = CurrentPage().Test();
+    if (!test)
+        return false;
+    if (!test->HasResults()) {
+        UserMessages().ShowMessage(Translate("There is no testdata to save."), MessageTitle);
+        return false;
+    }
+    if (!test->MaterialInSyncWithTest() &&
+        !UserMessages().AskQuestion(
+            Translate("Test results are possibly out of sync with material data.") + "\n" +
+                Translate("Continue saving?"),
+            MessageTitle))
+        return false;
+    // The suffix has two dots, so the dialog gets the name without it and it is added after.
+    std::string fileName = FSaveDialog(test->Name());
+    if (fileName.empty())
+        return false;
+    if (!fileName.ends_with(TestFileExtension))
+        fileName += TestFileExtension;
+    return SaveTest(*test, fileName);
+}
+
+bool TMainWindow::SaveTest(TQBTestBase& test, const std::string& fileName) {
+    const std::string failure = SaveTestResultFile(FProject, test.TestType(), fileName);
+    if (!failure.empty())
+        UserMessages().ShowMessage(failure, MessageTitle);
+    return failure.empty();
 }
 
 void TMainWindow::ShowSettings() {

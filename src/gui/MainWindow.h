@@ -6,6 +6,7 @@
 
 #include "gui/AdvancedOptions.h"
 #include "gui/GuiCommands.h"
+#include "storage/HPReadErrors.h"
 
 #include <QMainWindow>
 
@@ -57,11 +58,22 @@ public:
     // the chosen method is missing, tells so ("Kernel file is missing and tests can not be
     // performed: %s") and the window can't run. Answers whether the chosen kernel is there.
     bool CheckKernels();
-    // How Open and Save carry out their work; set by the program once the files are wired.
-    using TOpenFiles = std::function<void(const std::vector<std::string>& fileNames)>;
-    using TSaveTest = std::function<void(TQBTestBase& test)>;
-    void SetOpenHandler(TOpenFiles handler);
-    void SetSaveHandler(TSaveTest handler);
+    // actOpen without its dialog: reads test files into the loaded tests, each file on its own;
+    // a file that can't be read is reported ("Unexpected data format while loading file %s.")
+    // and the next goes on. What didn't stop a read is listed after, most severe first. Answers
+    // how many tests were loaded.
+    int OpenFiles(const std::vector<std::string>& fileNames);
+    // actSave on the selected page: refuses a test without results ("There is no testdata to
+    // save.") before any dialog, asks when the results may be out of step with the material,
+    // asks for the file and saves through the save command. Answers whether a file was written.
+    bool SaveSelectedTest();
+    // The file dialogs of Open and Save: the names chosen (none when cancelled), and the name to
+    // save to ("" when cancelled) given a proposal without extension. Tests replace them.
+    using TOpenDialog = std::function<std::vector<std::string>()>;
+    using TSaveDialog = std::function<std::string(const std::string& proposal)>;
+    void SetFileDialogs(TOpenDialog open, TSaveDialog save);
+    // The extension of test files, with its leading dot.
+    static const char* const TestFileExtension;
 
 public slots:
     void UpdateCaption();
@@ -72,6 +84,10 @@ protected:
     void closeEvent(QCloseEvent* event) override;
 
 private:
+    QString FileFilter() const;
+    void ShowReadErrors(THPReadErrorList& errors);
+    // Writes a test with its results; a failure is shown and the old file stays.
+    bool SaveTest(TQBTestBase& test, const std::string& fileName);
     QAction* MakeAction(const char* name, const char* caption, const char* hint,
                         const QKeySequence& shortcut = {});
     void CreateActions();
@@ -92,8 +108,8 @@ private:
     std::vector<TTestPage*> FPages;
     std::vector<QAction*> FActions;
     QActionGroup* FKernelGroup = nullptr;
-    TOpenFiles FOpenFiles;
-    TSaveTest FSaveTest;
+    TOpenDialog FOpenDialog;
+    TSaveDialog FSaveDialog;
     bool FCanRun = true;
     TObserver FMaterialObserver;
     TObserver FCommandObserver;

@@ -1,5 +1,7 @@
 #include "storage/HPReadErrors.h"
 
+#include "services/Format.h"
+#include "services/Localisation.h"
 #include "services/Strings.h"
 
 #include <algorithm>
@@ -123,6 +125,33 @@ std::string THPReadErrorList::AsText() const {
         text += "\n";
     }
     return text;
+}
+
+std::vector<std::string> ReadFeedbackLines(const THPReadErrorList& errors) {
+    std::vector<std::string> lines;
+    for (int i = 0; i < errors.Count(); ++i) {
+        const THPReadError& error = errors.GetError(i);
+        const char* label;
+        switch (error.Severity()) {
+        case hresInfo:
+            label = "Hint";
+            break;
+        case hresWarning:
+            label = "Warning";
+            break;
+        case hresError:
+            label = "Error";
+            break;
+        default:
+            throw EKovException(
+                Format("Unexpected error severity: %d", static_cast<int>(error.Severity())));
+        }
+        std::string line = Translate(label) + ": " + error.Error();
+        if (error.TargetObjectsCount() > 0)
+            line += " (" + error.TargetObjectNamesCommaSeparated() + ")";
+        lines.push_back(line);
+    }
+    return lines;
 }
 
 } // namespace tw

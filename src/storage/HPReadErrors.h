@@ -71,6 +71,11 @@ private:
 
 const char* SeverityName(THPReadErrorSeverity severity);
 
+// The read problems as the user reads them: one line each, "Hint: ", "Warning: " or "Error: "
+// and the text, in the order of the list (sort it first for the most severe first). Raises
+// "Unexpected error severity: %d" for another severity.
+std::vector<std::string> ReadFeedbackLines(const THPReadErrorList& errors);
+
 // A problem of a read: recorded when there is a list, else raised as EHierarchicPersisterException.
 void ReportReadProblem(THPReadErrorList* errors, THPReadErrorSeverity severity,
                        const std::string& text, TKovObject* object = nullptr,
