@@ -1,0 +1,104 @@
+// The window program: `tarnwick-window INPUT [2] [HOST]` starts as the host starts the lab, on
+// the input file it hands over; without one it refuses, in a message box.
+//
+// Two named parameters serve the documentation and the figures of README:
+// -Screenshot=FILE runs the triaxial test, picks a point on its first chart, saves a picture of
+// the window as PNG and ends; -QuitWhenShown prints the time from the program's start to the
+// window's first paint and ends.
+
+#include "app/WindowStart.h"
+#include "gui/ChartsArea.h"
+#include "gui/MessageBoxes.h"
+#include "gui/QtText.h"
+#include "gui/TestPage.h"
+#include "services/Format.h"
+
+#include <QApplication>
+#include <QElapsedTimer>
+#include <QTimer>
+
+#include <chrono>
+#include <iostream>
+
+using namespace tw;
+
+namespace {
+
+// Lets the window settle: layouts, ranges and paints that wait for the event loop, and the
+// chart items that Qt deletes later (the axes of a chart drawn anew), which a nested loop
+// would otherwise keep.
+void Settle(int milliseconds) {
+    QElapsedTimer clock;
+    clock.start();
+    while (clock.elapsed() < milliseconds) {
+        QApplication::processEvents(QEventLoop::AllEvents, 20);
+        QApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    }
+}
+
+bool Screenshot(TMainWindow& window, const std::string& fileName) {
+    window.SelectPage(0);
+    Settle(200);
+    if (!window.RunSelectedTest())
+        return false;
+    TTestPage& page = window.CurrentPage();
+    TChartsArea& charts = page.Charts();
+    if (charts.ViewCount() > 0) {
+        // A point a third along the first curve, with its tangent and secant.
+        TChartView& view = charts.View(0);
+        charts.SetCurrentView(&view);
+        Settle(200);
+        TAxisMapping x, y;
+        view.Mappings(x, y);
+        for (const TChartSeries& series : view.Chart().Series())
+            if (series.Kind == TChartSeriesKind::Data && series.PointCount() > 3) {
+                const size_t point = series.PointCount() / 3;
+                view.ClickAt(QPointF(x.ToPixel(series.X[point]), y.ToPixel(series.Y[point])),
+                             TSelectModifier::None);
+                break;
+            }
+        view.ShowTangentAndSecant();
+    }
+    Settle(500);
+    return window.grab().save(ToQ(fileName), "PNG");
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    const auto started = std::chrono::steady_clock::now();
+    TCommandLine::SetProgram(TCommandLine(argc, argv));
+    QApplication application(argc, argv);
+    application.setApplicationName("Tarnwick");
+    TMessageBoxes boxes;
+    SetUserMessages(&boxes);
+
+    TWindowStart start(TCommandLine::Program());
+    if (!start.Started())
+        return 2;
+    TMainWindow& window = *start.Window();
+    const std::optional<std::string> screenshot = TCommandLine::Program().Named("Screenshot");
+    if (screenshot)
+        window.resize(1800, 1000);
+    window.show();
+
+    if (TCommandLine::Program().HasNamed("QuitWhenShown")) {
+        // The first paint has happened once the event loop has drawn the exposed window.
+        QTimer::singleShot(0, &application, [&] {
+            window.repaint();
+            const auto shown = std::chrono::steady_clock::now();
+            std::cout << Format("window shown after %.0f ms\n",
+                                std::chrono::duration<double, std::milli>(shown - started).count());
+            application.quit();
+        });
+    } else if (screenshot) {
+        int result = 1;
+        QTimer::singleShot(0, &application, [&] {
+            result = Screenshot(window, *screenshot) ? 0 : 1;
+            application.quit();
+        });
+        application.exec();
+        return result;
+    }
+    return application.exec();
+}
