@@ -54,9 +54,13 @@ TChartView::TChartView(TChart& model, const IQuantityPresenter* units, QWidget* 
     FReadout = new QGraphicsSimpleTextItem(chart());
     FReadout->setZValue(100);
     connect(chart(), &QChart::plotAreaChanged, this, [this] {
-        // Equal scales depend on the plot area's shape.
-        if (!FApplyingRanges && !FZoomed && FChart.Orthonormal())
+        // Equal scales depend on the plot area's shape, the points drawn on its size.
+        if (FApplyingRanges)
+            return;
+        if (!FZoomed && FChart.Orthonormal())
             ApplyRanges();
+        else
+            FillRuns();
     });
     Refill();
 }
@@ -113,13 +117,14 @@ void TChartView::BuildSeries() {
     qchart->addAxis(FXAxis, Qt::AlignBottom);
     qchart->addAxis(FYAxis, Qt::AlignLeft);
 
-    for (const TChartSeries& series : FChart.Series()) {
+    FRuns.clear();
+    for (size_t s = 0; s < FChart.Series().size(); ++s) {
+        const TChartSeries& series = FChart.Series()[s];
         // A point a logarithmic axis can't show breaks the curve into runs.
-        QList<QPointF> run;
-        run.reserve(static_cast<qsizetype>(series.PointCount()));
+        size_t runFirst = 0, runEnd = 0;
         bool first = true;
         auto flush = [&] {
-            if (run.isEmpty())
+            if (runEnd == runFirst)
                 return;
             auto* line = new QLineSeries();
             line->setName(ToQ(series.Caption));
@@ -128,7 +133,6 @@ void TChartView::BuildSeries() {
             if (series.Kind == TChartSeriesKind::Tangent || series.Kind == TChartSeriesKind::Secant)
                 pen.setStyle(Qt::DashLine);
             line->setPen(pen);
-            line->replace(run);
             qchart->addSeries(line);
             line->attachAxis(FXAxis);
             line->attachAxis(FYAxis);
@@ -136,14 +140,18 @@ void TChartView::BuildSeries() {
             for (QLegendMarker* marker : qchart->legend()->markers(line))
                 marker->setVisible(inLegend);
             first = false;
-            run.clear();
+            FRuns.push_back({line, s, runFirst, runEnd});
         };
         for (size_t i = 0; i < series.PointCount(); ++i) {
             const double x = series.X[i], y = series.Y[i];
-            if (IsDrawable(x, xAxis.Logarithmic) && IsDrawable(y, yAxis.Logarithmic))
-                run.push_back(QPointF(x, y));
-            else
+            if (IsDrawable(x, xAxis.Logarithmic) && IsDrawable(y, yAxis.Logarithmic)) {
+                if (runEnd == runFirst)
+                    runFirst = i;
+                runEnd = i + 1;
+            } else {
                 flush();
+                runFirst = runEnd = i + 1;
+            }
         }
         flush();
     }
@@ -215,6 +223,7 @@ void TChartView::ApplyRanges() {
     SetAxisRange(FXAxis, FXRange);
     SetAxisRange(FYAxis, FYRange);
     FApplyingRanges = false;
+    FillRuns();
     if (!FZoomed && FChart.Orthonormal()) {
         // The labels may have changed the plot area: once more, until the ranges settle.
         const QRectF plot = chart()->plotArea();
@@ -227,7 +236,39 @@ void TChartView::ApplyRanges() {
             SetAxisRange(FXAxis, FXRange);
             SetAxisRange(FYAxis, FYRange);
             FApplyingRanges = false;
+            FillRuns();
         }
+    }
+}
+
+void TChartView::FillRuns() {
+    TAxisMapping x, y;
+    Mappings(x, y);
+    // Before the first layout there is no plot area: a nominal one keeps the work bounded.
+    if (!(std::fabs(x.PixelEnd - x.PixelStart) > 1 && std::fabs(y.PixelEnd - y.PixelStart) > 1)) {
+        x.PixelStart = y.PixelEnd = 0;
+        x.PixelEnd = y.PixelStart = 1000;
+    }
+    QList<QPointF> points;
+    for (const TDrawnRun& run : FRuns) {
+        const TChartSeries& series = FChart.Series()[run.Series];
+        points.clear();
+        // The model keeps every row; Qt draws a polyline through the points that lie at least
+        // half a pixel from the last one drawn, and the run's last: the picture is the same
+        // within half a pixel, and Qt's work follows the curve's length in pixels rather than
+        // its row count (100,000 rows of a long run).
+        double lastX = 0, lastY = 0;
+        for (size_t i = run.First; i < run.End; ++i) {
+            const double px = x.ToPixel(series.X[i]), py = y.ToPixel(series.Y[i]);
+            const bool last = i + 1 == run.End;
+            if (i == run.First || last || std::fabs(px - lastX) >= 0.5 ||
+                std::fabs(py - lastY) >= 0.5 || !std::isfinite(px) || !std::isfinite(py)) {
+                points.push_back(QPointF(series.X[i], series.Y[i]));
+                lastX = px;
+                lastY = py;
+            }
+        }
+        run.Line->replace(points);
     }
 }
 

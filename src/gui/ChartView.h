@@ -17,9 +17,11 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 class QAbstractAxis;
 class QGraphicsSimpleTextItem;
+class QLineSeries;
 class QScatterSeries;
 
 namespace tw {
@@ -87,6 +89,8 @@ protected:
 
 private:
     void BuildSeries();
+    // The points of every drawn run for the present ranges and plot area.
+    void FillRuns();
     void UpdateSelectionMarkers();
     void ApplyRanges();
     void SetAxisRange(QAbstractAxis* axis, const TAxisRange& range);
@@ -94,7 +98,15 @@ private:
     QPointF ChartPoint(QPointF viewPixel) const;
     void ShowReadout(QPointF viewPixel);
 
+    // A stretch of a series' points that the axes can show, drawn by one Qt line series.
+    struct TDrawnRun {
+        QLineSeries* Line;
+        size_t Series;
+        size_t First, End;
+    };
+
     TChart& FChart;
+    std::vector<TDrawnRun> FRuns;
     const IQuantityPresenter* FUnits;
     std::unique_ptr<TQBChartTablePanelExt> FPanel;
     QAbstractAxis* FXAxis = nullptr;

@@ -6,6 +6,7 @@
 #include "GuiTestSupport.h"
 
 #include "gui/ChartsArea.h"
+#include "gui/QtText.h"
 #include "gui/TableViews.h"
 #include "gui/TestPage.h"
 
@@ -176,12 +177,17 @@ TEST_F(ChartViewFixture, AxesFollowTheSettingsAndZoomAndPanMoveTheRanges) {
     ASSERT_EQ(Charts().ViewCount(), count + 1);
     TChartView& custom = ViewOf(ctCustom);
     EXPECT_NE(qobject_cast<QLogValueAxis*>(custom.chart()->axes(Qt::Vertical).front()), nullptr);
-    // q is 0 at the start: the log axis breaks the curve there, the rest is drawn.
-    int drawn = 0;
+    // q is 0 at the start: the log axis breaks the curve there, the rest is drawn from the
+    // second row to the last (Qt gets the points at least half a pixel apart).
+    const TChartSeries& q = MainCurve(custom.Chart());
+    std::vector<QLineSeries*> lines;
     for (QAbstractSeries* series : custom.chart()->series())
-        if (auto* line = qobject_cast<QLineSeries*>(series))
-            drawn += static_cast<int>(line->count());
-    EXPECT_EQ(drawn, 100);
+        if (auto* line = qobject_cast<QLineSeries*>(series); line && line->count() > 0)
+            lines.push_back(line);
+    ASSERT_EQ(lines.size(), 1u);
+    EXPECT_EQ(lines[0]->at(0), QPointF(q.X[1], q.Y[1]));
+    EXPECT_EQ(lines[0]->at(lines[0]->count() - 1), QPointF(q.X.back(), q.Y.back()));
+    EXPECT_LE(lines[0]->count(), 100);
     // Only a custom chart can be deleted; any can be hidden.
     Charts().DeleteChart(ViewOf(ctEyyDS));
     EXPECT_EQ(Charts().ViewCount(), count + 1);
@@ -247,4 +253,73 @@ TEST_F(ChartViewFixture, ExportsWriteThePictureAndTheData) {
         view.ExportPng(QString::fromStdString((folder.Path() / "no/such/x.png").string())));
     ASSERT_EQ(Messages.Messages.size(), 1u);
     EXPECT_NE(Messages.Messages[0].find("Could not write to:"), std::string::npos);
+}
+
+TEST_F(ChartViewFixture, QtDrawsALongCurveThroughPointsHalfAPixelApart) {
+    // A run of 20,000 rows: a loading and unloading loop in eps_yy and the deviatoric stress.
+    TQBTestBase& test = *Project->TriaxialTest();
+    TQBResults& results = test.Results();
+    results.ClearRows();
+    constexpr int Rows = 20'000;
+    const int first = results.AddNewRows(Rows);
+    for (int i = 0; i < Rows; ++i) {
+        const double t = static_cast<double>(i) / (Rows - 1);
+        const double strain = -0.05 * std::sin(3.14159 * t);
+        const double values[] = {1.0 * i,
+                                 0.015 * -strain,
+                                 strain,
+                                 0.015 * -strain,
+                                 0,
+                                 0,
+                                 0,
+                                 -100e3,
+                                 -100e3 - 2e6 * -strain * (1 - t),
+                                 -100e3};
+        for (int c = 0; c < 10; ++c)
+            results.SetValueByIndex(first + i, c, values[c]);
+    }
+    results.CalculateDerivedResults();
+    test.EndCalculationObservable().NotifyObservers(&test);
+    QTest::qWait(20);
+
+    TChartView& view = ViewOf(ctEyyDS);
+    const TChartSeries& curve = MainCurve(view.Chart());
+    ASSERT_EQ(curve.PointCount(), static_cast<size_t>(Rows)); // the model keeps every row
+    auto drawnLine = [&] {
+        for (QAbstractSeries* series : view.chart()->series())
+            if (auto* line = qobject_cast<QLineSeries*>(series);
+                line && line->pen().color() == ToQColor(curve.Color) && line->count() > 0)
+                return line;
+        return static_cast<QLineSeries*>(nullptr);
+    };
+    // Every row lies within half a pixel of the last point drawn at or before it, and the
+    // ends are drawn.
+    auto checkDrawing = [&](QLineSeries& line) {
+        TAxisMapping x, y;
+        view.Mappings(x, y);
+        const QList<QPointF> points = line.points();
+        EXPECT_EQ(points.front(), QPointF(curve.X.front(), curve.Y.front()));
+        EXPECT_EQ(points.back(), QPointF(curve.X.back(), curve.Y.back()));
+        qsizetype drawn = 0;
+        for (size_t i = 0; i < curve.PointCount(); ++i) {
+            if (drawn + 1 < points.size() && points[drawn + 1] == QPointF(curve.X[i], curve.Y[i]))
+                ++drawn;
+            const QPointF& at = points[drawn];
+            ASSERT_LE(std::fabs(x.ToPixel(curve.X[i]) - x.ToPixel(at.x())), 0.5) << i;
+            ASSERT_LE(std::fabs(y.ToPixel(curve.Y[i]) - y.ToPixel(at.y())), 0.5) << i;
+        }
+        EXPECT_EQ(drawn, points.size() - 1);
+    };
+    QLineSeries* line = drawnLine();
+    ASSERT_NE(line, nullptr);
+    const qsizetype whole = line->count();
+    // The loop's length in pixels, not its rows.
+    EXPECT_LT(whole, 4 * (view.PlotArea().width() + view.PlotArea().height()));
+    checkDrawing(*line);
+    // Zoomed in, the points are chosen anew for the new scale.
+    view.ZoomAt(view.PlotArea().center(), 0.1);
+    line = drawnLine();
+    ASSERT_NE(line, nullptr);
+    EXPECT_GT(line->count(), 2 * whole);
+    checkDrawing(*line);
 }
