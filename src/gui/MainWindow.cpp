@@ -5,6 +5,7 @@
 #include "gui/QtText.h"
 #include "gui/TestPage.h"
 #include "labtest/QBTestFileHandler.h"
+#include "labtest/TestConfigurationSelector.h"
 #include "objects/ObjectManager.h"
 #include "services/Format.h"
 #include "services/Localisation.h"
@@ -58,7 +59,8 @@ const std::vector<std::pair<const char*, TQBTestType>>& TMainWindow::PageOrder()
 
 TMainWindow::TMainWindow(TQBProject& project, const std::string& hostText, QWidget* parent)
     : QMainWindow(parent), FProject(project), FHostText(hostText),
-      FCommands(std::make_unique<TGuiCommands>(project)), FTabs(new QTabWidget(this)),
+      FCommands(std::make_unique<TGuiCommands>(project)),
+      FConfigurations(std::make_unique<TConfigurationStore>()), FTabs(new QTabWidget(this)),
       FMaterialPanel(new TMaterialPanel(*FCommands, this)) {
     RegisterWindowAccessors();
     TKovObjectManager* manager = project.ObjectManager();
@@ -88,7 +90,7 @@ TMainWindow::TMainWindow(TQBProject& project, const std::string& hostText, QWidg
             });
 
     for (const auto& [caption, type] : PageOrder()) {
-        auto* page = new TTestPage(*FCommands, type, FTabs);
+        auto* page = new TTestPage(*FCommands, type, *FConfigurations, FTabs);
         FPages.push_back(page);
         FTabs->addTab(page, Tr(caption));
     }

@@ -21,6 +21,7 @@ class QTabWidget;
 
 namespace tw {
 
+class TConfigurationStore;
 class TMaterialPanel;
 class TTestPage;
 
@@ -101,6 +102,7 @@ private:
     TQBProject& FProject;
     std::string FHostText;
     std::unique_ptr<TGuiCommands> FCommands;
+    std::unique_ptr<TConfigurationStore> FConfigurations;
     std::unique_ptr<TQBAdvancedOption> FSuction;
     std::unique_ptr<TQBAdvancedOption> FThermal;
     QTabWidget* FTabs;

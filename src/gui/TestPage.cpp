@@ -1,5 +1,6 @@
 #include "gui/TestPage.h"
 
+#include "gui/ConfigurationSelector.h"
 #include "gui/ProgressWindow.h"
 #include "gui/PropertyEditors.h"
 #include "gui/QtText.h"
@@ -82,9 +83,12 @@ const char* TTestConfigFrame::GroupCaption(TQBTestType type) {
     }
 }
 
-TTestConfigFrame::TTestConfigFrame(TGuiCommands& commands, TQBTestBase& test, QWidget* parent)
+TTestConfigFrame::TTestConfigFrame(TGuiCommands& commands, TQBTestBase& test,
+                                   TConfigurationStore& configurations, QWidget* parent)
     : QWidget(parent), FCommands(commands), FTest(test), FForm(new TPropertyForm(commands, this)),
-      FRun(new QPushButton(Tr("Run"), this)) {
+      FRun(new QPushButton(Tr("Run"), this)),
+      FConfigurations(new TConfigurationButton(configurations, test,
+                                               commands.Project().SystemOfUnits(), this)) {
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(4, 4, 4, 4);
     auto* group = new QGroupBox(Tr(GroupCaption(test.TestType())), this);
@@ -111,7 +115,10 @@ TTestConfigFrame::TTestConfigFrame(TGuiCommands& commands, TQBTestBase& test, QW
     font.setBold(true);
     FRun->setFont(font);
     connect(FRun, &QPushButton::clicked, this, &TTestConfigFrame::RunRequested);
-    layout->addWidget(FRun);
+    auto* buttons = new QHBoxLayout();
+    buttons->addWidget(FConfigurations);
+    buttons->addWidget(FRun, 1);
+    layout->addLayout(buttons);
 }
 
 TTestConfigFrame::~TTestConfigFrame() = default;
@@ -342,7 +349,8 @@ void TLoadedTestsList::Refresh() {
 
 // ---------------------------------------------------------------------------------------------
 
-TTestPage::TTestPage(TGuiCommands& commands, TQBTestType type, QWidget* parent)
+TTestPage::TTestPage(TGuiCommands& commands, TQBTestType type, TConfigurationStore& configurations,
+                     QWidget* parent)
     : QWidget(parent), FCommands(commands), FType(type),
       FFrame(std::make_unique<TChartsFrame>(commands.Project(), type)) {
     FRunner = [this](TQBTestBase& test) {
@@ -358,7 +366,7 @@ TTestPage::TTestPage(TGuiCommands& commands, TQBTestType type, QWidget* parent)
     auto* leftLayout = new QVBoxLayout(left);
     leftLayout->setContentsMargins(0, 0, 0, 0);
     if (TQBTestBase* test = FFrame->MainTest()) {
-        FConfig = new TTestConfigFrame(commands, *test, left);
+        FConfig = new TTestConfigFrame(commands, *test, configurations, left);
         connect(FConfig, &TTestConfigFrame::RunRequested, this, [this] { RunTest(); });
         auto* scroll = new QScrollArea(left);
         scroll->setWidgetResizable(true);

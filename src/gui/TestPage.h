@@ -20,6 +20,8 @@ class QTableView;
 
 namespace tw {
 
+class TConfigurationButton;
+class TConfigurationStore;
 class TPresentationTableModel;
 class TPropertyForm;
 class TPropertyGridModel;
@@ -28,7 +30,9 @@ class TPropertyGridModel;
 class TTestConfigFrame : public QWidget {
     Q_OBJECT
 public:
-    TTestConfigFrame(TGuiCommands& commands, TQBTestBase& test, QWidget* parent = nullptr);
+    // `configurations` keeps the saved configurations of every test type.
+    TTestConfigFrame(TGuiCommands& commands, TQBTestBase& test, TConfigurationStore& configurations,
+                     QWidget* parent = nullptr);
     ~TTestConfigFrame() override;
 
     TQBTestBase& Test() const { return FTest; }
@@ -36,6 +40,7 @@ public:
     // The phase table (oedometer, CRS) or the phase grid (general test); nullptr for others.
     QTableView* PhaseTable() const { return FPhaseTable; }
     QPushButton& RunButton() const { return *FRun; }
+    TConfigurationButton& ConfigurationButton() const { return *FConfigurations; }
     // The group caption: " Input (compression is negative) ", " Input", " Input (drained) ".
     static const char* GroupCaption(TQBTestType type);
 
@@ -60,6 +65,7 @@ private:
     TQBTestBase& FTest;
     TPropertyForm* FForm;
     QPushButton* FRun;
+    TConfigurationButton* FConfigurations;
     QTableView* FPhaseTable = nullptr;
     std::unique_ptr<TPhaseViewTable> FPhaseView;
     TPresentationTableModel* FPhaseViewModel = nullptr;
@@ -88,7 +94,8 @@ private:
 class TTestPage : public QWidget {
     Q_OBJECT
 public:
-    TTestPage(TGuiCommands& commands, TQBTestType type, QWidget* parent = nullptr);
+    TTestPage(TGuiCommands& commands, TQBTestType type, TConfigurationStore& configurations,
+              QWidget* parent = nullptr);
     ~TTestPage() override;
 
     TQBTestType TestType() const { return FType; }

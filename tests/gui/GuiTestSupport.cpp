@@ -64,6 +64,8 @@ TTempFolder::~TTempFolder() {
 
 void GuiFixture::SetUp() {
     EnsureApplication();
+    qputenv("XDG_DATA_HOME", QByteArray::fromStdString((UserFolders.Path() / "data").string()));
+    qputenv("XDG_CONFIG_HOME", QByteArray::fromStdString((UserFolders.Path() / "config").string()));
     FPrevious = SetUserMessages(&Messages);
 }
 

@@ -67,6 +67,8 @@ protected:
     void MakeProject(TQBTestMethod method = tm3D, const std::string& kernelFolder = TW_KERNEL_DIR);
     TMainWindow& OpenWindow();
 
+    // The user's own folders (saved configurations, settings) of the test alone.
+    TTempFolder UserFolders;
     TKovObjectManager Manager;
     std::unique_ptr<TQBProject> Project;
     std::unique_ptr<TMainWindow> Window;

@@ -4,6 +4,7 @@
 
 #include "GuiTestSupport.h"
 
+#include "gui/ConfigurationSelector.h"
 #include "gui/MaterialPanel.h"
 #include "gui/PropertyEditors.h"
 #include "gui/TestPage.h"
@@ -181,4 +182,42 @@ TEST_F(GuiFixture, EveryTestTypeRunsFromItsPage) {
             EXPECT_TRUE(hasCurve) << TestTypeName(page.TestType()) << " " << chart.Title();
         }
     }
+}
+
+TEST_F(GuiFixture, ATestConfigurationIsSavedAndLoadedFromTheFramesMenu) {
+    TMainWindow& window = OpenWindow();
+    TTestPage& page = window.Page(0);
+    TConfigurationButton& button = page.ConfigFrame()->ConfigurationButton();
+    EXPECT_EQ(button.text(), "Test configurations");
+    TQBTestBase& test = *Project->TriaxialTest();
+    ASSERT_TRUE(window.Commands().Run("set Triaxial_1.CellPressure 50"));
+    button.Selector().AskConfigurationName = [](TSaveConfigurationDialog& dialog) {
+        dialog.Name = "loose";
+        dialog.SaveAsDefault = true;
+        return true;
+    };
+    button.FillMenu();
+    ASSERT_GE(button.menu()->actions().size(), 1);
+    button.menu()->actions()[0]->trigger(); // Save
+    EXPECT_TRUE(Messages.Messages.empty()) << Messages.Messages.front();
+
+    ASSERT_TRUE(window.Commands().Run("set Triaxial_1.CellPressure 250"));
+    button.FillMenu();
+    QAction* loose = nullptr;
+    for (QAction* action : button.menu()->actions())
+        if (action->text() == "loose [Default]")
+            loose = action;
+    ASSERT_NE(loose, nullptr);
+    EXPECT_TRUE(loose->isChecked()); // the active one
+    loose->trigger();
+    EXPECT_DOUBLE_EQ(test.GetInitialEffectiveStress(ldXX), -50e3);
+    // The input frame follows, and the load is one step to undo.
+    EXPECT_EQ(qobject_cast<QLineEdit*>(page.ConfigFrame()->Form().EditorOf("CellPressure"))->text(),
+              "50");
+    window.Action("actUndo")->trigger();
+    EXPECT_DOUBLE_EQ(test.GetInitialEffectiveStress(ldXX), -250e3);
+    // Another type's page doesn't offer it.
+    TConfigurationButton& oedometer = window.Page(2).ConfigFrame()->ConfigurationButton();
+    oedometer.FillMenu();
+    EXPECT_EQ(oedometer.menu()->actions().size(), 2); // Save and Manage
 }
