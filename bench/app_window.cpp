@@ -5,6 +5,7 @@
 
 #include "app/WindowStart.h"
 #include "gui/ChartsArea.h"
+#include "gui/OffscreenApplication.h"
 #include "gui/TestPage.h"
 #include "objects/ObjectManager.h"
 #include "services/RuntimeSettings.h"
@@ -19,18 +20,6 @@ namespace {
 
 constexpr int Rows = 100'000;
 
-QApplication& Application() {
-    static int argc = 1;
-    static char name[] = "bench_app_window";
-    static char* argv[] = {name, nullptr};
-    static QApplication* application = [] {
-        if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
-            qputenv("QT_QPA_PLATFORM", "offscreen");
-        return new QApplication(argc, argv);
-    }();
-    return *application;
-}
-
 TCommandLine ExampleLine() {
     return TCommandLine(std::vector<std::string>{std::string(TW_EXAMPLES) +
                                                  "/materials/medium_dense_sand_mohr_coulomb.xml"});
@@ -40,6 +29,18 @@ TWindowStartOptions Options() {
     TWindowStartOptions options;
     options.ApplicationDirectory = TW_KERNEL_DIR;
     return options;
+}
+
+// The window program on the example input, at the size of the README's picture, shown.
+std::unique_ptr<TWindowStart> OpenWindow() {
+    OffscreenApplication();
+    TRuntimeSettings::Set("ALLOW_MULTIPLE_INSTANCES", true);
+    auto start = std::make_unique<TWindowStart>(ExampleLine(), Options());
+    if (start->Started()) {
+        start->Window()->resize(1800, 1000);
+        start->Window()->show();
+    }
+    return start;
 }
 
 // Draws what the event loop would draw next, now.
@@ -52,20 +53,16 @@ void Paint(QWidget& widget) {
 // made, shown and painted. Loading Qt and the program itself is not in it (see README for the
 // figure of the whole process).
 void BM_StartToWindowShown(benchmark::State& state) {
-    Application();
-    TRuntimeSettings::Set("ALLOW_MULTIPLE_INSTANCES", true);
     std::unique_ptr<TWindowStart> start;
     for (auto _ : state) {
         state.PauseTiming(); // closing isn't starting
         start.reset();
         state.ResumeTiming();
-        start = std::make_unique<TWindowStart>(ExampleLine(), Options());
+        start = OpenWindow();
         if (!start->Started()) {
             state.SkipWithError("the window did not start");
             return;
         }
-        start->Window()->resize(1800, 1000);
-        start->Window()->show();
         Paint(*start->Window());
     }
 }
@@ -89,13 +86,13 @@ void FillTriaxialResults(TQBTestBase& test) {
 // The end of a run on the open triaxial page: its charts refilled from 100,000 rows, the Qt
 // series replaced, the results table beside them, and the page painted.
 void BM_TriaxialChartsOf100000Rows(benchmark::State& state) {
-    Application();
-    TRuntimeSettings::Set("ALLOW_MULTIPLE_INSTANCES", true);
-    TWindowStart start(ExampleLine(), Options());
-    TMainWindow& window = *start.Window();
-    window.resize(1800, 1000);
-    window.show();
-    TQBTestBase& test = *start.Project()->TriaxialTest();
+    const std::unique_ptr<TWindowStart> start = OpenWindow();
+    if (!start->Started()) {
+        state.SkipWithError("the window did not start");
+        return;
+    }
+    TMainWindow& window = *start->Window();
+    TQBTestBase& test = *start->Project()->TriaxialTest();
     FillTriaxialResults(test);
     for (auto _ : state) {
         test.EndCalculationObservable().NotifyObservers(&test);
@@ -108,14 +105,14 @@ void BM_TriaxialChartsOf100000Rows(benchmark::State& state) {
 // Switching between the triaxial and the oedometer page, both with the results of a run
 // through our kernel: the page shown and painted.
 void BM_SwitchPages(benchmark::State& state) {
-    Application();
-    TRuntimeSettings::Set("ALLOW_MULTIPLE_INSTANCES", true);
-    TWindowStart start(ExampleLine(), Options());
-    TMainWindow& window = *start.Window();
-    window.resize(1800, 1000);
-    window.show();
+    const std::unique_ptr<TWindowStart> start = OpenWindow();
+    if (!start->Started()) {
+        state.SkipWithError("the window did not start");
+        return;
+    }
+    TMainWindow& window = *start->Window();
     // An oedometer test loaded to 100 kN/m2 in its one phase.
-    start.Project()->OedometerTest()->Phases()[0].SetStressIncrement(ldYY, -100e3);
+    start->Project()->OedometerTest()->Phases()[0].SetStressIncrement(ldYY, -100e3);
     for (int page : {2, 0}) {
         window.SelectPage(page);
         if (!window.RunSelectedTest()) {

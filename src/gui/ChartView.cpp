@@ -486,18 +486,17 @@ bool TChartView::ExportPng(const QString& fileName) {
 }
 
 bool TChartView::ExportSvg(const QString& fileName) {
-    try {
-        SaveChartSvg(FChart, FromQ(fileName));
-        return true;
-    } catch (const std::exception& e) {
-        UserMessages().ShowMessage(e.what(), MessageTitle);
-        return false;
-    }
+    return ExportBy([this](const std::string& file) { SaveChartSvg(FChart, file); }, fileName);
 }
 
 bool TChartView::ExportCsv(const QString& fileName) {
+    return ExportBy([this](const std::string& file) { SaveChartCsv(FChart, file); }, fileName);
+}
+
+bool TChartView::ExportBy(const std::function<void(const std::string& fileName)>& save,
+                          const QString& fileName) {
     try {
-        SaveChartCsv(FChart, FromQ(fileName));
+        save(FromQ(fileName));
         return true;
     } catch (const std::exception& e) {
         UserMessages().ShowMessage(e.what(), MessageTitle);

@@ -14,6 +14,7 @@
 
 #include <QChartView>
 
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -97,6 +98,9 @@ private:
     QAbstractAxis* MakeAxis(const TChartAxis& settings);
     QPointF ChartPoint(QPointF viewPixel) const;
     void ShowReadout(QPointF viewPixel);
+    // An export by the chart logic; a failure is shown.
+    bool ExportBy(const std::function<void(const std::string& fileName)>& save,
+                  const QString& fileName);
 
     // A stretch of a series' points that the axes can show, drawn by one Qt line series.
     struct TDrawnRun {

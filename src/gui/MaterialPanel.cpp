@@ -96,8 +96,12 @@ void TMaterialTreeModel::SetMaterial(TKovMaterialX* material) {
     FMaterial = material;
     if (material)
         material->PropertyCollectionObservable().AttachObserver(&FObserver);
+    Reset(BuildNodes());
+}
+
+void TMaterialTreeModel::Reset(std::vector<TNode> nodes) {
     beginResetModel();
-    FNodes = BuildNodes();
+    FNodes = std::move(nodes);
     FTop.clear();
     for (int i = 0; i < static_cast<int>(FNodes.size()); ++i)
         if (FNodes[i].Parent < 0)
@@ -161,14 +165,7 @@ void TMaterialTreeModel::Update() {
             }
         return;
     }
-    beginResetModel();
-    FNodes = std::move(nodes);
-    FTop.clear();
-    for (int i = 0; i < static_cast<int>(FNodes.size()); ++i)
-        if (FNodes[i].Parent < 0)
-            FTop.push_back(i);
-    endResetModel();
-    emit StructureChanged();
+    Reset(std::move(nodes));
 }
 
 const TMaterialTreeModel::TNode* TMaterialTreeModel::NodeOf(const QModelIndex& index) const {

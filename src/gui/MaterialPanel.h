@@ -68,6 +68,8 @@ private:
         bool operator==(const TNode&) const = default;
     };
     void Update();
+    // The tree anew from `nodes`.
+    void Reset(std::vector<TNode> nodes);
     std::vector<TNode> BuildNodes() const;
     int AddCollection(std::vector<TNode>& nodes, TMXPropertyCollection& collection,
                       int parent) const;

@@ -4,13 +4,13 @@
 // and option, and a missing kernel that leaves the window without Run.
 
 #include "app/WindowStart.h"
+#include "gui/OffscreenApplication.h"
 #include "gui/TestPage.h"
 #include "labtest/QBProject.h"
 #include "services/RuntimeSettings.h"
 #include "services/UserMessages.h"
 
 #include <QAction>
-#include <QApplication>
 
 #include <gtest/gtest.h>
 
@@ -20,18 +20,6 @@ using namespace tw;
 namespace fs = std::filesystem;
 
 namespace {
-
-QApplication& Application() {
-    static int argc = 1;
-    static char name[] = "test_app";
-    static char* argv[] = {name, nullptr};
-    static QApplication* application = [] {
-        if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
-            qputenv("QT_QPA_PLATFORM", "offscreen");
-        return new QApplication(argc, argv);
-    }();
-    return *application;
-}
 
 class TRecordedMessages : public IUserMessages {
 public:
@@ -45,7 +33,7 @@ public:
 
 struct WindowStartFixture : ::testing::Test {
     void SetUp() override {
-        Application();
+        OffscreenApplication();
         FPrevious = SetUserMessages(&Messages);
         TRuntimeSettings::Set("ALLOW_MULTIPLE_INSTANCES", false);
         Options.LockFile = (Folder / "tarnwick.lock").string();

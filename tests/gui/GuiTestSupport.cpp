@@ -1,5 +1,7 @@
 #include "GuiTestSupport.h"
 
+#include "gui/OffscreenApplication.h"
+
 #include "materials/MaterialXFactory.h"
 #include "materials/MaterialXTools.h"
 
@@ -12,15 +14,7 @@
 namespace tw::testing {
 
 QApplication& EnsureApplication() {
-    static int argc = 1;
-    static char name[] = "test_gui";
-    static char* argv[] = {name, nullptr};
-    static QApplication* application = [] {
-        if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
-            qputenv("QT_QPA_PLATFORM", "offscreen");
-        return new QApplication(argc, argv);
-    }();
-    return *application;
+    return OffscreenApplication();
 }
 
 bool WaitFor(const std::function<bool()>& done, int milliseconds) {
