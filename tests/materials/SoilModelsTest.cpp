@@ -434,3 +434,128 @@ TEST(SoilModels, SoilFractionsAndRelativeDensity) {
     SetUser(*hs, "eInit", 0.9);
     EXPECT_EQ(UserValue(*hs, "RelativeDensity"), 0.0);
 }
+
+TEST(SoilModels, HardeningSoilDefaultsAndTheirFrozenValues) {
+    auto hs = MakeSoil(mxsmmHardeningSoil);
+    SetUser(*hs, "phi", 30.0);
+    // A new nu_ur freezes Jaky's K0nc of the moment: leaving the defaults keeps it, and a later
+    // friction angle no longer moves it.
+    SetUser(*hs, "nuUR", 0.25);
+    EXPECT_DOUBLE_EQ(TMaterialXTools::GetInternalPropertyValueFrom(*hs, "HSNuUr"), 0.25);
+    SetUser(*hs, "UseDefaults", 0);
+    EXPECT_NEAR(UserValue(*hs, "HSK0nc"), 0.5, 1e-12);
+    SetUser(*hs, "phi", 40.0);
+    EXPECT_NEAR(UserValue(*hs, "K0NC"), 0.5, 1e-12);
+    // Writing K0nc keeps nu_ur.
+    SetUser(*hs, "HSK0nc", 0.6);
+    EXPECT_DOUBLE_EQ(UserValue(*hs, "HSK0nc"), 0.6);
+    EXPECT_DOUBLE_EQ(UserValue(*hs, "nuUR"), 0.25);
+    // The failure ratio is the user's only without the defaults.
+    SetUser(*hs, "RF", 0.8);
+    EXPECT_DOUBLE_EQ(UserValue(*hs, "RF"), 0.8);
+    SetUser(*hs, "UseDefaults", 1);
+    EXPECT_DOUBLE_EQ(UserValue(*hs, "RF"), 0.9);
+    EXPECT_NEAR(UserValue(*hs, "HSK0nc"), 1 - std::sin(40 * Pi / 180), 1e-12);
+    EXPECT_THROW(SetUser(*hs, "RF", 0.7), EMaterialXTools);
+    EXPECT_THROW(SetUser(*hs, "K0NC", 0.7), EMaterialXTools);
+    EXPECT_DOUBLE_EQ(TMaterialXTools::GetInternalPropertyValueFrom(*hs, "RfDirect"), 0.8);
+
+    // The stiffnesses are the user's only in the standard method; writing one from there keeps
+    // the method, and the indices are the user's only with the alternatives.
+    SetUser(*hs, "ModulusMethod", mxsirmFromSoilIntrinsics);
+    EXPECT_THROW(SetUser(*hs, "E50Ref", 20000.0), EMaterialXTools);
+    EXPECT_THROW(SetUser(*hs, "PowerM", 0.7), EMaterialXTools);
+    EXPECT_THROW(SetUser(*hs, "CC", 0.1), EMaterialXTools);
+    SetUser(*hs, "ModulusMethod", mxsirmStandard);
+    SetUser(*hs, "EURRef", 75000.0);
+    EXPECT_EQ(TMaterialXTools::GetUserOrdinalFrom(*hs, "ModulusMethod"), mxsirmStandard);
+    EXPECT_DOUBLE_EQ(TMaterialXTools::GetInternalPropertyValueFrom(*hs, "EurRefDirect"), 75000.0);
+    // G and K of the unloading stiffness with nu_ur 0.25.
+    EXPECT_DOUBLE_EQ(UserValue(*hs, "GRef"), 75000.0 / 2.5);
+    EXPECT_DOUBLE_EQ(UserValue(*hs, "KRef"), 75000.0 / 1.5);
+    SetUser(*hs, "pRef", 50e3);
+    EXPECT_DOUBLE_EQ(TMaterialXTools::GetInternalPropertyValueFrom(*hs, "HSPRef"), 50e3);
+    // The interface thickness and the void ratio limits act only with the dilatancy cut-off.
+    TMaterialXTools::SetInternalPropertyValueFrom(*hs, "DeltaInterDirect", 0.02);
+    EXPECT_EQ(UserValue(*hs, "DeltaInter"), 0.0);
+    EXPECT_THROW(SetUser(*hs, "DeltaInter", 0.03), EMaterialXTools);
+    SetUser(*hs, "DilatancyCutOff", 1);
+    EXPECT_DOUBLE_EQ(UserValue(*hs, "DeltaInter"), 0.02);
+}
+
+TEST(SoilModels, InitialK0OfTheOtherModels) {
+    // Jaky's 1 - sin(phi) of each model's own friction angle, 0.5 where a model has none or the
+    // drainage has no effective strength.
+    auto concrete = MakeSoil(mxsmmConcrete);
+    SetUser(*concrete, "phiMax", 30.0);
+    EXPECT_NEAR(UserValue(*concrete, "K0Primary"), 0.5, 1e-12);
+    SetUser(*concrete, "phiMax", 40.0);
+    EXPECT_NEAR(UserValue(*concrete, "K0Primary"), 1 - std::sin(40 * Pi / 180), 1e-12);
+    auto ubc = MakeSoil(mxsmmUBC3DPLM);
+    SetUser(*ubc, "phiP", 35.0);
+    EXPECT_NEAR(UserValue(*ubc, "K0Primary"), 1 - std::sin(35 * Pi / 180), 1e-12);
+    auto mc = MakeSoil(mxsmmMohrCoulomb);
+    EXPECT_EQ(UserValue(*mc, "K0Primary"), 0.5); // phi 0
+    SetUser(*mc, "phi", 40.0);
+    SetUser(*mc, "DrainageType", mxsdtUndrainedB);
+    EXPECT_EQ(UserValue(*mc, "K0Primary"), 0.5);
+    SetUser(*mc, "DrainageType", mxsdtNonPorous);
+    EXPECT_NEAR(UserValue(*mc, "K0Primary"), 1 - std::sin(40 * Pi / 180), 1e-12);
+
+    // Soft Soil unloads from its K0nc along the elastic line with nu_ur 0.15.
+    auto ss = MakeSoil(mxsmmSoftSoil);
+    SetUser(*ss, "phi", 30.0);
+    SetUser(*ss, "OCR", 2.0);
+    EXPECT_NEAR(UserValue(*ss, "K0Primary"), 0.5 * 2 - 0.15 / 0.85, 1e-12);
+    EXPECT_NEAR(UserValue(*ss, "K0Secondary"), 0.5 * 2 - 0.15 / 0.85, 1e-12);
+
+    // Models without a friction angle: 0.5, or 0.5 sqrt(OCR) with the enhanced preconsolidation.
+    for (TMXSoil_MaterialModel model :
+         {mxsmmLinearElastic, mxsmmHoekBrown, mxsmmJointedRock, mxsmmUserDefined}) {
+        auto material = MakeSoil(model);
+        SetUser(*material, "OCR", 4.0);
+        EXPECT_EQ(UserValue(*material, "K0Primary"), 0.5) << model;
+        TRuntimeSettings::Set("ENABLE_ENHANCED_POP", true);
+        EXPECT_EQ(UserValue(*material, "K0Primary"), 1.0) << model;
+        TRuntimeSettings::Set("ENABLE_ENHANCED_POP", false);
+    }
+}
+
+TEST(SoilModels, UndrainedBehaviourByTheSkemptonBAndTheSolidsStiffness) {
+    auto mc = MakeSoil(mxsmmMohrCoulomb);
+    SetUser(*mc, "nu", 0.3);
+    SetUser(*mc, "GRef", 4000e3);
+    SetUser(*mc, "DrainageType", mxsdtUndrainedA);
+    // By nu_u the solids are taken as stiff as they have always been taken.
+    EXPECT_EQ(UserValue(*mc, "Ks"), 3.8e7);
+    // B is the user's only in its own method; nu_u follows it:
+    // nu_u = (3 nu + alpha B (1 - 2 nu)) / (3 - alpha B (1 - 2 nu)) (Skempton 1954, Wang 2000).
+    EXPECT_THROW(SetUser(*mc, "SkemptonB", 0.9), EMaterialXTools);
+    SetUser(*mc, "UndrainedNuDefinitionMethod", mxsundSkemptonBBased);
+    SetUser(*mc, "SkemptonB", 0.9);
+    EXPECT_DOUBLE_EQ(UserValue(*mc, "SkemptonB"), 0.9);
+    EXPECT_NEAR(UserValue(*mc, "nuUEquivalent"), (0.9 + 0.9 * 0.4) / (3 - 0.9 * 0.4), 1e-12);
+    EXPECT_THROW(SetUser(*mc, "nuUEquivalent", 0.45), EMaterialXTools);
+    // Biot: the solids' modulus from the skeleton's, K / (1 - alpha).
+    SetUser(*mc, "ExcessPorePressureDetermination", mxsubBiotEffectiveStress);
+    const double k = 2 * 4000e3 * 1.3 / (3 * 0.4);
+    SetUser(*mc, "alphaBiot", 0.5);
+    EXPECT_NEAR(UserValue(*mc, "Ks"), k / 0.5, 1e-3);
+    SetUser(*mc, "alphaBiot", 1.0); // incompressible solids: a very large modulus, no error
+    EXPECT_NEAR(UserValue(*mc, "Ks") / (k / 1e-12), 1.0, 1e-12);
+}
+
+TEST(SoilModels, TheAssumedSaturationWritesTheWaterContent) {
+    // Wn = S e rho_w / rho_s: the water content of the pores filled to S (S as a fraction).
+    auto mc = MakeSoil(mxsmmMohrCoulomb);
+    SetUser(*mc, "eInit", 0.8);
+    const double rhoW = UserValue(*mc, "rhoPoreFluid");
+    SetUser(*mc, "SaturationAssumed", 0.5);
+    EXPECT_NEAR(UserValue(*mc, "Wn"), 0.5 * 0.8 * rhoW / 2600.0, 1e-12);
+    EXPECT_DOUBLE_EQ(TMaterialXTools::GetInternalPropertyValueFrom(*mc, "SaturationAssumedDirect"),
+                     0.5);
+    // Without solids' density the water content stays.
+    SetUser(*mc, "rhoS", 0.0);
+    SetUser(*mc, "SaturationAssumed", 0.9);
+    EXPECT_NEAR(UserValue(*mc, "Wn"), 0.5 * 0.8 * rhoW / 2600.0, 1e-12);
+}
