@@ -140,6 +140,20 @@ int TMaterialXTools::GetInternalOrdinalFrom(const TKovMaterialX& material,
     return int(NumberOf(InternalOrRaise(material, name)));
 }
 
+void TMaterialXTools::SetPropertyFromArray(TKovIntrinsicProperty& property,
+                                           const std::vector<double>& values) {
+    auto* table = dynamic_cast<TIPTable*>(&property);
+    if (!table)
+        throw EMaterialXTools(Format("Property \"%s\" cannot set from an array of this kind "
+                                     "because the type kind is not supported (%s).",
+                                     property.Name(), property.ClassType().Name()));
+    if (values.size() % static_cast<size_t>(table->ColCount()) != 0)
+        throw EMaterialXTools(
+            Format("Invalid table, number of values not a multiple of the column count \"%d\"",
+                   table->ColCount()));
+    table->SetValues(values);
+}
+
 std::vector<double>
 TMaterialXTools::GetUserPropertyValuesFrom(const TKovMaterialX& material,
                                            const std::vector<std::string>& names) {

@@ -244,6 +244,23 @@ TEST(MaterialDeclarations, AStoredTableHasItsDefaultRowsAndIsReadAndChangedByRow
             "Unable to find the internal intrinsic property Nowhere for specified material")));
     EXPECT_EQ(curve.GetValues(), before);
 
+    // Whole tables are written as numbers row by row, and only whole rows.
+    TMaterialXTools::SetPropertyFromArray(curve, {0.0, 5.0, 0.02, 30.0});
+    EXPECT_EQ(UserValue(*material, "SecondStress"), 30.0);
+    EXPECT_THAT(
+        [&] {
+            TMaterialXTools::SetPropertyFromArray(curve, {1.0, 2.0, 3.0});
+        },
+        ThrowsMessage<std::exception>(
+            StrEq("Invalid table, number of values not a multiple of the column count \"2\"")));
+    auto sand = MakeSoil(mxsmmMohrCoulomb);
+    EXPECT_THAT(
+        [&] { TMaterialXTools::SetPropertyFromArray(*sand->FindInternalProperty("eInit"), {1.0}); },
+        ThrowsMessage<std::exception>(
+            StrEq("Property \"eInit\" cannot set from an array of this kind because the type kind "
+                  "is not supported (TIPDoubleWithUnit).")));
+    TMaterialXTools::SetPropertyFromArray(curve, before);
+
     // A copy has the rows and the columns.
     auto copy = TMaterialXFactory::CreateCopy(nullptr, *material);
     const auto& copied = dynamic_cast<const TIPTable&>(*copy->FindInternalProperty("Curve"));
