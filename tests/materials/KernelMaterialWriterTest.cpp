@@ -280,3 +280,165 @@ TEST(KernelMaterialWriter, EachModelPutsItsValuesInItsPlaces) {
                 << "place " << place;
     }
 }
+
+namespace {
+
+// One place of the real record: the user value at `place`, as a sine where `sine`.
+struct TPlace {
+    int Place;
+    const char* Name;
+    bool Sine = false;
+};
+
+const std::vector<TPlace>& CommonPlaces() {
+    static const std::vector<TPlace> places{{8, "gammaUnsat"},
+                                            {9, "gammaSat"},
+                                            {10, "PermHorizontalPrimary"},
+                                            {11, "PermVertical"},
+                                            {13, "PermHorizontalSecondary"},
+                                            {19, "nInit"},
+                                            {24, "RayleighAlpha"},
+                                            {25, "RayleighBeta"},
+                                            {26, "cK"},
+                                            {100, "K0Primary"},
+                                            {101, "K0Secondary"},
+                                            {102, "OCR"},
+                                            {103, "POP"},
+                                            {105, "GroundwaterPsiK"},
+                                            {106, "GroundwaterPsiS"},
+                                            {109, "GwPsiUnsat"},
+                                            {110, "SaturationSaturated"},
+                                            {111, "SaturationResidual"},
+                                            {112, "GenuchtenGa"},
+                                            {113, "GenuchtenGn"},
+                                            {114, "GenuchtenGl"},
+                                            {181, "ThCs"},
+                                            {182, "ThLambdaS"},
+                                            {183, "rhoS"},
+                                            {184, "ThAlphaSX"},
+                                            {185, "ThAlphaSY"},
+                                            {186, "ThAlphaSZ"},
+                                            {187, "Dv"},
+                                            {188, "fTv"},
+                                            {189, "Rthermal"},
+                                            {190, "ClayFraction"},
+                                            {191, "SiltFraction"},
+                                            {192, "SandFraction"}};
+    return places;
+}
+
+} // namespace
+
+TEST(KernelMaterialWriter, EveryPlaceOfEveryModelCarriesItsOwnValue) {
+    // Each stored number gets a value of its own, so that two places swapped, a place taken by
+    // the wrong name or a value in the wrong unit shows.
+    const std::vector<TPlace> elastic{{0, "GRef"}, {1, "nu"}};
+    const std::vector<TPlace> failure{{2, "phi", true}, {3, "cRef"}, {4, "psi", true}};
+    const std::vector<TPlace> interfaces{{12, "Rinter"}, {90, "RinterResidual"}};
+    const std::vector<TPlace> undrained{{27, "nuUEquivalent"}, {98, "alphaBiot"}, {99, "Kw"}};
+    const std::vector<TPlace> hs{{0, "GRef"},     {1, "HSNuUr"},  {32, "DeltaInter"},
+                                 {33, "PowerM"},  {34, "HSPRef"}, {36, "RF"},
+                                 {37, "EOedRef"}, {38, "HSK0nc"}, {39, "E50Ref"}};
+    const std::vector<TPlace> softCommon{{31, "lambdaModifiedkappaModifiedRatio"},
+                                         {34, "SSSOPRef"},
+                                         {37, "kappaModified"},
+                                         {38, "lambdaModified"}};
+    const std::vector<TPlace> soft{{1, "SSNuUr"}, {30, "SSM"}, {36, "SSK0nc"}};
+    const std::vector<TPlace> interfaceStrength{
+        {2, "PhiInter", true}, {3, "CInter"}, {4, "PsiInter", true}};
+    const std::vector<TPlace> so{{1, "SONuUr"}, {30, "SOMCsl"}, {36, "SOK0nc"}};
+    const std::vector<TPlace> mcc{
+        {1, "MCCNuUr"}, {30, "MCCMCsl"}, {31, "lambdakappaRatio"}, {36, "MCCK0nc"}};
+    const std::vector<TPlace> hb{
+        {30, "AbsSigmaCI"}, {31, "mi"}, {32, "GSI"}, {35, "Disturbance"}, {36, "psiMax"},
+        {37, "sigmaPsi"},   {44, "mb"}, {45, "s"},   {46, "alpha"},       {48, "TensileStrength"}};
+    const std::vector<TPlace> jr{{0, "GT"},         {1, "nuNT"}, {2, "phi1", true}, {3, "c1"},
+                                 {4, "psi1", true}, {31, "EN"},  {32, "nuTS"},      {33, "GNT"},
+                                 {34, "alpha11"},   {36, "c2"},  {37, "phi2"},      {38, "psi2"},
+                                 {39, "alpha12"},   {41, "c3"},  {42, "phi3"},      {43, "psi3"},
+                                 {44, "alpha13"}};
+    const std::vector<TPlace> ngi{
+        {0, "NGIGref"},        {1, "NGINuU"},
+        {27, "NGINuU"},        {3, "sUARef"},
+        {6, "sUAInc"},         {17, "VerticalInclination"},
+        {18, "VerticalRef"},   {30, "GURsUARatio"},
+        {31, "sUCTxsUARatio"}, {35, "sUDSSsUARatio"},
+        {36, "sUPsUARatio"},   {37, "tau0sUARatio"},
+        {38, "eps1FCTx"},      {39, "gammaFDSS"},
+        {40, "eps1FETx"},      {43, "AdvancedParameterDivFailureStrainTriaxBiax"}};
+    std::vector<TPlace> ubc, concrete{{1, "ConcreteNu"}};
+    int place = 30;
+    for (const char* name :
+         {"N160", "KBeModified", "KGeModified", "KGpModified", "me", "ne", "UBCSNP", "phiCv",
+          "phiP", "c", "sigT", "FDens", "FEPost", "UBCPRef", "UBCRF"})
+        ubc.push_back({place++, name});
+    place = 30;
+    for (const char* name : {"E28",      "fC28",           "fC0N",       "fCFN",
+                             "fCUN",     "GC28",           "phiMax",     "ConcretePsi",
+                             "gammatFC", "fT28",           "fTUN",       "GT28",
+                             "gammaFT",  "tHyd",           "E1E28Ratio", "StrengthFunction",
+                             "epsPCP1H", "epsPCP8H",       "epsPCP24H",  "aDuct",
+                             "epsCPP",   "epsInfiniteShr", "tShr50",     "phiCr",
+                             "tCr50"})
+        concrete.push_back({place++, name});
+
+    auto join = [](std::initializer_list<std::vector<TPlace>> parts) {
+        std::vector<TPlace> all = CommonPlaces();
+        for (const auto& part : parts)
+            all.insert(all.end(), part.begin(), part.end());
+        return all;
+    };
+    const std::vector<std::pair<TMXSoil_MaterialModel, std::vector<TPlace>>> models{
+        {mxsmmLinearElastic, join({elastic, interfaces, undrained})},
+        {mxsmmMohrCoulomb, join({elastic, failure, interfaces, undrained})},
+        {mxsmmHardeningSoil, join({failure, interfaces, undrained, hs})},
+        {mxsmmHardeningSoilSmall,
+         join({failure, interfaces, undrained, hs, {{48, "G0Ref"}, {49, "gamma07"}}})},
+        {mxsmmSoftSoil, join({failure, interfaces, undrained, softCommon, soft})},
+        {mxsmmSoftSoilCreep, join({failure, interfaces, undrained, softCommon, soft})},
+        {mxsmmJointedRock, join({interfaces, undrained, jr})},
+        {mxsmmModifiedCamClay, join({undrained, interfaceStrength, mcc})},
+        {mxsmmNGIADP, join({interfaces, ngi})},
+        {mxsmmHoekBrown, join({elastic, interfaces, hb})},
+        {mxsmmSOInviscid, join({undrained, softCommon, interfaceStrength, so})},
+        {mxsmmSOViscid,
+         join({undrained, softCommon, interfaceStrength, so, {{40, "alphaStar"}, {41, "v0Dot"}}})},
+        {mxsmmConcrete, join({interfaces, concrete})},
+        {mxsmmUBC3DPLM, join({interfaces, undrained, ubc})},
+        {mxsmmUDCAMSimplified, join({interfaces, ngi})}};
+    for (const auto& [model, places] : models) {
+        SCOPED_TRACE(MaterialModelCaption(model));
+        auto material = MakeSoil(model);
+        ScrambleStoredNumbers(*material);
+        for (const char* method : {"IndexMethod", "ModulusMethod"})
+            if (material->FindUserProperty(method))
+                SetUser(*material, method, mxsirmStandard);
+        if (material->FindUserProperty("lambdaModified")) {
+            // A Soft Soil cap needs lambda* well above kappa*.
+            SetUser(*material, "lambdaModified", 0.1);
+            SetUser(*material, "kappaModified", 0.02);
+        }
+        if (model == mxsmmHardeningSoil || model == mxsmmHardeningSoilSmall) {
+            // A cap exists only for a soil whose oedometer stiffness is below the elastic one.
+            SetUser(*material, "phi", 30.0);
+            SetUser(*material, "E50Ref", 30e6);
+            SetUser(*material, "EOedRef", 30e6);
+            SetUser(*material, "EURRef", 90e6);
+        }
+        const TRecordingLineWriter file = Write(*material);
+        const TSystemOfUnits& units = file.StorageSystemOfUnits();
+        for (const TPlace& entry : places) {
+            const TKovIntrinsicProperty* property = material->FindUserProperty(entry.Name);
+            ASSERT_NE(property, nullptr) << entry.Name;
+            const double value = UserValue(*material, entry.Name);
+            double expected = value;
+            if (entry.Sine)
+                expected = std::sin(value * 3.14159265358979323846 / 180.0);
+            else if (const auto* number = dynamic_cast<const TIPDoubleWithUnit*>(property))
+                expected = units.ToPresentation(number->QuantityType(), value);
+            EXPECT_NEAR(file.Place(entry.Place), expected,
+                        1e-9 * std::max(1.0, std::fabs(expected)))
+                << "place " << entry.Place << " " << entry.Name;
+        }
+    }
+}
