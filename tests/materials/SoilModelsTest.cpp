@@ -559,3 +559,85 @@ TEST(SoilModels, TheAssumedSaturationWritesTheWaterContent) {
     SetUser(*mc, "SaturationAssumed", 0.9);
     EXPECT_NEAR(UserValue(*mc, "Wn"), 0.5 * 0.8 * rhoW / 2600.0, 1e-12);
 }
+
+TEST(SoilModels, WhatTheOtherModelsShowAndLetBeWritten) {
+    auto published = [](const TKovMaterialX& m, const char* name) {
+        return m.FindUserProperty(name)->IsPublished();
+    };
+    auto readOnly = [](const TKovMaterialX& m, const char* name) {
+        return m.FindUserProperty(name)->ReadOnly();
+    };
+
+    // The concrete: shrinkage and creep show when included; the early strength classes take the
+    // user's ratios, CEB-FIP computes them.
+    auto concrete = MakeSoil(mxsmmConcrete);
+    EXPECT_FALSE(published(*concrete, "epsInfiniteShr"));
+    EXPECT_FALSE(published(*concrete, "tCr50"));
+    SetUser(*concrete, "IncludeShrinkage", 1);
+    EXPECT_TRUE(published(*concrete, "epsInfiniteShr"));
+    EXPECT_TRUE(published(*concrete, "tShr50"));
+    EXPECT_FALSE(published(*concrete, "phiCr"));
+    SetUser(*concrete, "IncludeCreep", 1);
+    EXPECT_TRUE(published(*concrete, "phiCr"));
+    SetUser(*concrete, "TimeDependentMechanicalProperties", 1);
+    EXPECT_TRUE(readOnly(*concrete, "fC1fC28Ratio"));
+    EXPECT_THROW(SetUser(*concrete, "fC1fC28Ratio", 0.4), EMaterialXTools);
+    SetUser(*concrete, "StrengthFunction", mxssfClassJ2);
+    SetUser(*concrete, "fC1fC28Ratio", 0.4);
+    SetUser(*concrete, "E1E28Ratio", 0.6);
+    EXPECT_EQ(UserValue(*concrete, "fC1fC28Ratio"), 0.4);
+    EXPECT_EQ(UserValue(*concrete, "E1E28Ratio"), 0.6);
+    SetUser(*concrete, "StrengthFunction", mxssfCEBFIP);
+    EXPECT_NEAR(UserValue(*concrete, "fC1fC28Ratio"), std::exp(0.25 * (1 - std::sqrt(28.0))),
+                1e-15);
+    // Only drained and non-porous: a concrete has no undrained behaviour of its own.
+    auto& drainage = static_cast<TIPEnumeration&>(*concrete->FindUserProperty("DrainageType"));
+    EXPECT_TRUE(drainage.IsDisabled(mxsdtUndrainedA));
+    EXPECT_FALSE(drainage.IsDisabled(mxsdtNonPorous));
+
+    // Hoek-Brown: the tensile strength is the user's only with the cut-off; the dilatancy can come
+    // from the soil intrinsics; a rock mass without mb has no tensile strength to show.
+    auto hb = MakeSoil(mxsmmHoekBrown);
+    EXPECT_TRUE(readOnly(*hb, "TensileStrength"));
+    SetUser(*hb, "TensionCutOff", 1);
+    SetUser(*hb, "TensileStrength", 100e3);
+    EXPECT_EQ(TMaterialXTools::GetInternalPropertyValueFrom(*hb, "HBTensileStrengthDirect"), 100e3);
+    SetUser(*hb, "PeakPsi", 12.0);
+    SetUser(*hb, "psiMaxMethod", mxsfsimFromSoilIntrinsics);
+    EXPECT_EQ(UserValue(*hb, "psiMax"), 12.0);
+    SetUser(*hb, "psiMax", 5.0);
+    EXPECT_EQ(TMaterialXTools::GetUserOrdinalFrom(*hb, "psiMaxMethod"), mxsfsimDirect);
+    EXPECT_EQ(UserValue(*hb, "psiMax"), 5.0);
+    SetUser(*hb, "AbsSigmaCI", 50e6);
+    const auto before = AllUserValues(*hb);
+    EXPECT_THAT([&] { UserValue(*hb, "SigmaT"); },
+                ThrowsMessage<ESoilMaterialXDerivedParametersConstructor>(
+                    StrEq("Cannot get σ_t# because of a division by zero."))); // mi 0: mb 0
+    EXPECT_EQ(AllUserValues(*hb), before);
+
+    // Jointed Rock: the third plane takes part with three planes only, and a plane's friction
+    // angle can come from the soil intrinsics.
+    auto rock = MakeSoil(mxsmmJointedRock);
+    SetUser(*rock, "NumberOfPlanes", mxsjrp2Plane);
+    EXPECT_FALSE(published(*rock, "phi3"));
+    SetUser(*rock, "NumberOfPlanes", mxsjrp3Plane);
+    EXPECT_TRUE(published(*rock, "phi3"));
+    EXPECT_TRUE(published(*rock, "TensileStrength3"));
+    SetUser(*rock, "PeakPhi", 28.0);
+    SetUser(*rock, "JRPhi2Method", mxsfsimFromSoilIntrinsics);
+    EXPECT_EQ(UserValue(*rock, "phi2"), 28.0);
+    EXPECT_EQ(UserValue(*rock, "phi1"), 0.0);
+
+    // NGI-ADP: the reference level under the name of the dimension (this binary is 3D); UDCAM-S
+    // writes the same stored values under its own names.
+    auto ngi = MakeSoil(mxsmmNGIADP);
+    EXPECT_FALSE(published(*ngi, "NGIYRef"));
+    EXPECT_TRUE(published(*ngi, "NGIZRef"));
+    SetUser(*ngi, "NGIZRef", -3.0);
+    EXPECT_EQ(UserValue(*ngi, "VerticalRef"), -3.0);
+    auto udcam = MakeSoil(mxsmmUDCAMSimplified);
+    SetUser(*udcam, "tauCRef", 35e3);
+    SetUser(*udcam, "GMaxtauCRatio", 800.0);
+    EXPECT_EQ(UserValue(*udcam, "sUARef"), 35e3);
+    EXPECT_EQ(UserValue(*udcam, "NGIGref"), 800.0 * 35e3);
+}
