@@ -330,6 +330,22 @@ const std::vector<TPlace>& CommonPlaces() {
 } // namespace
 
 TEST(KernelMaterialWriter, EveryPlaceOfEveryModelCarriesItsOwnValue) {
+    // The kernel's numbers of the models.
+    const std::map<TMXSoil_MaterialModel, int> KernelNumbers{{mxsmmLinearElastic, 1},
+                                                             {mxsmmMohrCoulomb, 2},
+                                                             {mxsmmSoftSoil, 4},
+                                                             {mxsmmModifiedCamClay, 5},
+                                                             {mxsmmHardeningSoil, 6},
+                                                             {mxsmmSoftSoilCreep, 8},
+                                                             {mxsmmConcrete, 33},
+                                                             {mxsmmNGIADP, 12},
+                                                             {mxsmmHoekBrown, 15},
+                                                             {mxsmmJointedRock, 18},
+                                                             {mxsmmHardeningSoilSmall, 19},
+                                                             {mxsmmSOInviscid, 31},
+                                                             {mxsmmSOViscid, 32},
+                                                             {mxsmmUBC3DPLM, 34},
+                                                             {mxsmmUDCAMSimplified, 35}};
     // Each stored number gets a value of its own, so that two places swapped, a place taken by
     // the wrong name or a value in the wrong unit shows.
     const std::vector<TPlace> elastic{{0, "GRef"}, {1, "nu"}};
@@ -427,6 +443,8 @@ TEST(KernelMaterialWriter, EveryPlaceOfEveryModelCarriesItsOwnValue) {
         }
         const TRecordingLineWriter file = Write(*material);
         const TSystemOfUnits& units = file.StorageSystemOfUnits();
+        EXPECT_EQ(file.Lines[1], std::to_string(KernelNumbers.at(model)) + "\t=soil model type " +
+                                     MaterialModelCaption(model));
         for (const TPlace& entry : places) {
             const TKovIntrinsicProperty* property = material->FindUserProperty(entry.Name);
             ASSERT_NE(property, nullptr) << entry.Name;
