@@ -641,3 +641,52 @@ TEST(SoilModels, WhatTheOtherModelsShowAndLetBeWritten) {
     EXPECT_EQ(UserValue(*udcam, "sUARef"), 35e3);
     EXPECT_EQ(UserValue(*udcam, "NGIGref"), 800.0 * 35e3);
 }
+
+TEST(SoilModels, SoftSoilFamilyDefaultsAndCreepIndices) {
+    // Soft Soil's K0nc is Jaky's under the defaults and the user's without them.
+    auto ss = MakeSoil(mxsmmSoftSoil);
+    SetUser(*ss, "phi", 25.0);
+    EXPECT_NEAR(UserValue(*ss, "K0NC"), 1 - std::sin(25 * Pi / 180), 1e-12);
+    EXPECT_THROW(SetUser(*ss, "SSK0nc", 0.6), EMaterialXTools);
+    SetUser(*ss, "UseDefaults", 0);
+    EXPECT_EQ(UserValue(*ss, "SSK0nc"), 1.0);
+    SetUser(*ss, "K0NC", 0.6);
+    EXPECT_EQ(TMaterialXTools::GetInternalPropertyValueFrom(*ss, "SSK0ncDirect"), 0.6);
+    SetUser(*ss, "nuUR", 0.2);
+    EXPECT_EQ(TMaterialXTools::GetInternalPropertyValueFrom(*ss, "SSNuUr"), 0.2);
+
+    // The creep indices from C_alpha in the alternatives: mu* = alpha* = C_alpha / (ln10 (1 + e))
+    // (Vermeer and Neher 1999).
+    for (TMXSoil_MaterialModel model : {mxsmmSoftSoilCreep, mxsmmSOViscid}) {
+        SCOPED_TRACE(MaterialModelCaption(model));
+        auto creep = MakeSoil(model);
+        const char* index = model == mxsmmSoftSoilCreep ? "muModified" : "alphaStar";
+        SetUser(*creep, "eInit", 1.0);
+        SetUser(*creep, "IndexMethod", mxsirmStandard);
+        SetUser(*creep, "lambdaModified", 0.1);
+        SetUser(*creep, "kappaModified", 0.02);
+        SetUser(*creep, index, 0.004);
+        SetUser(*creep, "UseAlternatives", 1);
+        EXPECT_NEAR(UserValue(*creep, "CAlpha"), Ln10 * 0.004 * 2, 1e-12);
+        SetUser(*creep, "CAlpha", 0.023);
+        EXPECT_NEAR(UserValue(*creep, index), 0.023 / (Ln10 * 2), 1e-12);
+        EXPECT_NEAR(UserValue(*creep, "lambdaModified"), 0.1, 1e-12);
+        // Back to the starred values: what the indices gave is kept.
+        SetUser(*creep, "UseAlternatives", 0);
+        EXPECT_NEAR(UserValue(*creep, index), 0.023 / (Ln10 * 2), 1e-12);
+        EXPECT_FALSE(creep->FindUserProperty(index)->ReadOnly());
+    }
+
+    // Sekiguchi-Ohta's K0nc from M keeps above 0.001 however steep the critical state line;
+    // Modified Cam-Clay's M can come from the peak friction angle, 6 sin phi / (3 - sin phi).
+    auto so = MakeSoil(mxsmmSOInviscid);
+    SetUser(*so, "SOMCsl", 6.0);
+    EXPECT_EQ(UserValue(*so, "SOK0nc"), 0.001);
+    auto mcc = MakeSoil(mxsmmModifiedCamClay);
+    SetUser(*mcc, "PeakPhi", 25.0);
+    SetUser(*mcc, "MCCMCslMethod", mxsfsimFromSoilIntrinsics);
+    const double s = std::sin(25 * Pi / 180);
+    EXPECT_NEAR(UserValue(*mcc, "M"), 6 * s / (3 - s), 1e-12);
+    // Jaky's K0nc is recovered from that M.
+    EXPECT_NEAR(UserValue(*mcc, "MCCK0nc"), 1 - s, 1e-12);
+}
