@@ -415,3 +415,57 @@ TEST(MaterialFramework, ListsCachesAndConstructionParameters) {
     EXPECT_EQ(copy->ConstructionParameters()->ValueProperties().size(),
               parameters->ValueProperties().size());
 }
+
+TEST(MaterialFramework, ParametersThatFailLeaveTheMaterialAsItWas) {
+    // A command's values are all or nothing: a bad one late in the list takes back the model and
+    // the values applied before it.
+    for (bool withManager : {false, true}) {
+        TKovObjectManager manager;
+        auto material = MakeSoil(mxsmmHardeningSoil, withManager ? &manager : nullptr);
+        SetUser(*material, "E50Ref", 30000.0);
+        manager.ClearRevertStacks();
+        const auto before = AllUserValues(*material);
+        EXPECT_THAT(
+            [&] {
+                TMaterialXMaterialCommandHandler::PopulateParameterArray(
+                    *material, {TVarRec(std::string("E50Ref")), TVarRec(20000.0),
+                                TVarRec(std::string("HSNuUr")), TVarRec(0.7)});
+            },
+            ThrowsMessage<EMaterialXValueOutOfRange>(StrEq("HSNuUr must be between 0 and 0.499")));
+        EXPECT_EQ(AllUserValues(*material), before);
+        EXPECT_THAT(
+            [&] {
+                TMaterialXMaterialCommandHandler::PopulateParameterArray(
+                    *material, {TVarRec(std::string("SoilModel")),
+                                TVarRec(int32_t(mxsmmMohrCoulomb)), TVarRec(std::string("phi")),
+                                TVarRec(33.0), TVarRec(std::string("Nonsense")), TVarRec(1.0)});
+            },
+            ThrowsMessage<EMaterialXTools>(StrEq(
+                "Unable to find the user intrinsic property Nonsense for specified material")));
+        EXPECT_EQ(material->GetSoilModel(), mxsmmHardeningSoil);
+        EXPECT_EQ(AllUserValues(*material), before);
+        // Whichever of two values comes first in the order of application.
+        for (bool badFirst : {false, true}) {
+            std::vector<TVarRec> parameters{TVarRec(std::string("E50Ref")), TVarRec(20000.0),
+                                            TVarRec(std::string("EURRef")), TVarRec(-1.0)};
+            if (badFirst)
+                std::swap(parameters[1], parameters[3]);
+            EXPECT_THROW(
+                TMaterialXMaterialCommandHandler::PopulateParameterArray(*material, parameters),
+                EMaterialXValueOutOfRange);
+            EXPECT_EQ(AllUserValues(*material), before);
+        }
+        if (withManager) {
+            EXPECT_EQ(manager.UndoCount(), 0);
+            // Values that all take are one step back.
+            TMaterialXMaterialCommandHandler::PopulateParameterArray(
+                *material, {TVarRec(std::string("SoilModel")), TVarRec(int32_t(mxsmmMohrCoulomb)),
+                            TVarRec(std::string("phi")), TVarRec(33.0)});
+            EXPECT_EQ(material->GetSoilModel(), mxsmmMohrCoulomb);
+            EXPECT_DOUBLE_EQ(UserValue(*material, "phi"), 33.0);
+            EXPECT_EQ(manager.UndoCount(), 1);
+            manager.Undo();
+            EXPECT_EQ(AllUserValues(*material), before);
+        }
+    }
+}
