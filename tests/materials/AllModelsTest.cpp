@@ -1,8 +1,11 @@
-// Every soil model: made, switched to every other model and back, copied, written.
+// Every soil model: made, switched to every other model and back, copied, written, and held to
+// the ranges of its values.
 
 #include "MaterialTestSupport.h"
 
 #include "materials/SoilUserDefinedModels.h"
+
+#include <cmath>
 
 using namespace tw;
 using namespace tw::testing;
@@ -115,4 +118,30 @@ TEST(AllSoilModels, CopyAndWriteEveryModel) {
                   0u);
     }
     TUserDLLs::UnregisterLibrary("udsm_hps64.dll");
+}
+
+TEST(AllSoilModels, AValueOutOfItsRangeIsRefusedAndChangesNothing) {
+    // Every writable number of every model, written just outside its range as a user would:
+    // refused with its range in the message, and the material stays as it was.
+    for (TMXSoil_MaterialModel model : Models()) {
+        auto material = MakeSoil(model);
+        Typical(*material, model);
+        const auto before = AllUserValues(*material);
+        int refused = 0;
+        for (TKovIntrinsicProperty* property : material->UserProperties()) {
+            const auto* number = dynamic_cast<const TIPDouble*>(property);
+            if (!number || property->ReadOnly())
+                continue;
+            for (double outside : {number->MinValue() - 1.0, number->MaxValue() + 1.0}) {
+                if (!std::isfinite(outside) || std::fabs(outside) > 1e300)
+                    continue; // no number lies beyond the largest double
+                EXPECT_THROW(SetUser(*material, property->Name(), outside),
+                             EMaterialXValueOutOfRange)
+                    << property->Name() << " of " << MaterialModelCaption(model);
+                ++refused;
+            }
+        }
+        EXPECT_GT(refused, 10) << MaterialModelCaption(model);
+        EXPECT_EQ(AllUserValues(*material), before) << MaterialModelCaption(model);
+    }
 }
