@@ -145,3 +145,32 @@ TEST(AllSoilModels, AValueOutOfItsRangeIsRefusedAndChangesNothing) {
         EXPECT_EQ(AllUserValues(*material), before) << MaterialModelCaption(model);
     }
 }
+
+TEST(AllSoilModels, EveryWriteEitherTakesOrRaisesItsOwnTextAndChangesNothing) {
+    // Every writable number of every model, written with a value inside its range: it takes, or
+    // its setter refuses it with a material error (a division by zero, say), and then the
+    // material is as it was before the write. No other failure may escape.
+    for (TMXSoil_MaterialModel model : Models()) {
+        auto material = MakeSoil(model);
+        Typical(*material, model);
+        std::vector<std::string> names;
+        for (TKovIntrinsicProperty* property : material->UserProperties())
+            if (dynamic_cast<const TIPDouble*>(property) && !property->ReadOnly())
+                names.push_back(property->Name());
+        for (const std::string& name : names) {
+            TKovIntrinsicProperty* property = material->FindUserProperty(name);
+            if (!property || property->ReadOnly())
+                continue; // an earlier write changed what this model shows
+            const auto* number = static_cast<const TIPDouble*>(property);
+            const double min = number->MinValue(), max = number->MaxValue();
+            const double value = max < 1e300 ? min + (max - min) * 0.37 : std::max(min, 0.0) + 1.5;
+            const auto before = AllUserValues(*material);
+            try {
+                SetUser(*material, name, value);
+            } catch (const EMaterialXException& e) {
+                EXPECT_EQ(AllUserValues(*material), before)
+                    << name << " of " << MaterialModelCaption(model) << ": " << e.what();
+            }
+        }
+    }
+}
