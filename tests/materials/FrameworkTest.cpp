@@ -469,3 +469,52 @@ TEST(MaterialFramework, ParametersThatFailLeaveTheMaterialAsItWas) {
         }
     }
 }
+
+TEST(MaterialFramework, ValuesTravelAsCommandsInTheUnitsShown) {
+    auto material = MakeSoil(mxsmmHardeningSoil);
+    SetUser(*material, "E50Ref", 40000e3);
+    SetUser(*material, "DrainageType", mxsdtUndrainedA);
+    const TMaterialXValues values = TMaterialXValuesConverter::ConvertMaterial(*material);
+    // Numbers in the units a user sees (kN/m2 in a new project), enumerations by their text.
+    TSystemOfUnits units;
+    units.SetUnitsOfNewProject();
+    const std::string command =
+        TMaterialXValuesToCommandGenerator::GenerateSetPropertiesCommand("Sand", values, &units);
+    EXPECT_EQ(command.rfind("setproperties Sand \"SoilModel\" \"Hardening Soil\"", 0), 0u)
+        << command;
+    EXPECT_NE(command.find("\"E50Ref\" 40000 "), std::string::npos) << command;
+    EXPECT_NE(command.find("\"DrainageType\" \"Undrained (A)\""), std::string::npos) << command;
+    EXPECT_NE(TMaterialXValuesToCommandGenerator::GenerateCreateCommand(values).find(
+                  "\"E50Ref\" 40000000"),
+              std::string::npos); // base units without a system of units
+
+    // What one material has that another lacks: the model comes first, as a command needs it.
+    auto other = MakeSoil(mxsmmMohrCoulomb);
+    const TMaterialXValues difference =
+        TMaterialXValuesConverter::IntersectMaterials(*material, *other);
+    ASSERT_GT(difference.Values().Count(), 1);
+    EXPECT_EQ(difference.Values()[0].Name, "SoilModel");
+    EXPECT_NE(difference.Values().GetItemByName("E50Ref"), nullptr);
+    EXPECT_EQ(difference.Values().GetItemByName("eInit"), nullptr); // the same in both
+
+    // Lists of different material classes don't compare; parameters come in pairs of a name and
+    // a value.
+    const TMaterialXValues plain(TKovMaterialX::StaticClass());
+    EXPECT_THAT([&] { values.Compare(plain); },
+                ThrowsMessage<EMaterialXValues>(
+                    StrEq("Could not compare MaterialXValues of different types")));
+    EXPECT_THAT(
+        [&] {
+            TMaterialXMaterialCommandHandler::PopulateParameterArray(
+                *material, {TVarRec(std::string("E50Ref"))});
+        },
+        ThrowsMessage<EMaterialXValues>(
+            StrEq("Material parameters come in pairs of name and value")));
+    EXPECT_THAT(
+        [&] {
+            TMaterialXMaterialCommandHandler::PopulateParameterArray(*material,
+                                                                     {TVarRec(1.0), TVarRec(2.0)});
+        },
+        ThrowsMessage<EMaterialXValues>(StrEq("Parameter 1 of the material is no name")));
+    EXPECT_EQ(UserValue(*material, "E50Ref"), 40000e3);
+}
