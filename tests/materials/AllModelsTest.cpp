@@ -174,3 +174,67 @@ TEST(AllSoilModels, EveryWriteEitherTakesOrRaisesItsOwnTextAndChangesNothing) {
         }
     }
 }
+
+TEST(AllSoilModels, EveryWriteOfEveryModelIsTakenBackByUndo) {
+    // A setter that stores outside the write's undo step would leave a trace after undo.
+    for (TMXSoil_MaterialModel model : Models()) {
+        SCOPED_TRACE(MaterialModelCaption(model));
+        TKovObjectManager manager;
+        auto material = MakeSoil(model, &manager);
+        manager.ClearRevertStacks();
+        const auto fresh = AllUserValues(*material);
+        Typical(*material, model);
+        SetUser(*material, "eInit", 0.7);
+        SetUser(*material, "DrainageType", mxsdtNonPorous);
+        const int steps = manager.UndoCount();
+        ASSERT_GT(steps, 1);
+        const auto typical = AllUserValues(*material);
+        for (int i = 0; i < steps; ++i)
+            manager.Undo();
+        EXPECT_EQ(AllUserValues(*material), fresh);
+        for (int i = 0; i < steps; ++i)
+            manager.Redo();
+        EXPECT_EQ(AllUserValues(*material), typical);
+    }
+}
+
+TEST(AllSoilModels, TheKernelRecordOfEveryModelGoesBackIntoAMaterialOfThatModel) {
+    // Writing a material and reading its record into a fresh material of the model brings back
+    // every value a user may write: the reverse map undoes the sines and the units of the file.
+    // (Values the material derives, such as Jointed Rock's G_t, stay the fresh material's.)
+    for (TMXSoil_MaterialModel model : Models()) {
+        if (model == mxsmmNone || model == mxsmmUserDefined)
+            continue; // no kernel number, no library
+        SCOPED_TRACE(MaterialModelCaption(model));
+        // Stored numbers of their own, so that a place the reverse map misses shows.
+        auto material = MakeSoil(model);
+        ScrambleStoredNumbers(*material);
+        Typical(*material, model);
+        TRecordingLineWriter first;
+        KernelMaterialWriter()->WriteMaterialBlocks(first, *material);
+        std::vector<double> record;
+        for (int place = 0; place < 200; ++place)
+            record.push_back(first.Place(place));
+        auto fresh = MakeSoil(model);
+        Typical(*fresh, model); // the methods and switches a record doesn't carry
+        TMaterialXDataProviderTools::ApplyProlaysRValuesToMaterialX(*fresh, record,
+                                                                    first.StorageSystemOfUnits());
+        int compared = 0;
+        TMaterialXDataProviderTools::GetDataProviderCollectionFor(*fresh)
+            ->EnumerateDataEntriesOfType(
+                mxdpdtProlaysR, [&](TMX_DataProviderIndex place, const TMXValueFunction& function) {
+                    const bool user = function.Kind == TMXValueFunction::vfkUser ||
+                                      function.Kind == TMXValueFunction::vfkSinOfUser;
+                    const TKovIntrinsicProperty* property =
+                        user ? fresh->FindUserProperty(function.Property) : nullptr;
+                    if (!property || property->ReadOnly())
+                        return;
+                    ++compared;
+                    const double back = function(*fresh).Number();
+                    const double there = function(*material).Number();
+                    EXPECT_NEAR(back, there, 1e-9 * std::max(1.0, std::fabs(there)))
+                        << "place " << place << " " << function.Property;
+                });
+        EXPECT_GT(compared, 20);
+    }
+}
