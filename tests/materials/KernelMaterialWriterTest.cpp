@@ -165,6 +165,25 @@ TEST(KernelMaterialWriter, TheRecordGoesBackIntoAMaterial) {
     EXPECT_NEAR(UserValue(*target, "nu"), 0.3, 1e-12);
 }
 
+TEST(KernelMaterialWriter, ASwitchInTheRecordOpensTheValuesItGates) {
+    // Hoek-Brown's tensile strength is the user's only with the tension cut-off, and both travel
+    // in the record: a record that turns the cut-off on brings its strength along.
+    auto source = MakeSoil(mxsmmHoekBrown);
+    SetUser(*source, "TensionCutOff", 1);
+    SetUser(*source, "TensileStrength", 150e3);
+    const TRecordingLineWriter file = Write(*source);
+    std::vector<double> values;
+    for (int place = 0; place < 200; ++place)
+        values.push_back(file.Place(place));
+    auto target = MakeSoil(mxsmmHoekBrown);
+    ASSERT_TRUE(target->FindUserProperty("TensileStrength")->ReadOnly());
+    TMaterialXDataProviderTools::ApplyProlaysRValuesToMaterialX(*target, values,
+                                                                file.StorageSystemOfUnits());
+    EXPECT_TRUE(TMaterialXTools::GetUserBooleanFrom(*target, "TensionCutOff"));
+    EXPECT_NEAR(UserValue(*target, "TensileStrength"), 150e3, 1e-6);
+    EXPECT_FALSE(target->FindUserProperty("TensileStrength")->ReadOnly());
+}
+
 namespace {
 
 struct TPlaceCase {
