@@ -238,3 +238,26 @@ TEST(AllSoilModels, TheKernelRecordOfEveryModelGoesBackIntoAMaterialOfThatModel)
         EXPECT_GT(compared, 20);
     }
 }
+
+TEST(AllSoilModels, CopiesOfEveryModelHoldEveryValueOfTheirSource) {
+    // With a value of its own in every stored number, a copy and a static copy read the same as
+    // their source, and the copy stays derived where the source is.
+    for (TMXSoil_MaterialModel model : Models()) {
+        SCOPED_TRACE(MaterialModelCaption(model));
+        auto material = MakeSoil(model);
+        ScrambleStoredNumbers(*material);
+        Typical(*material, model);
+        SetUser(*material, "DrainageType", mxsdtNonPorous);
+        const auto values = AllUserValues(*material);
+        auto copy = TMaterialXFactory::CreateCopy(nullptr, *material);
+        EXPECT_EQ(AllUserValues(*copy), values);
+        auto frozen = TMaterialXFactory::CreateStaticCopy(nullptr, *material);
+        EXPECT_EQ(AllUserValues(*frozen), values);
+        // The static copy no longer follows its stored values; the copy does.
+        SetUser(*material, "eInit", 0.9);
+        SetUser(*copy, "eInit", 0.9);
+        EXPECT_EQ(AllUserValues(*copy), AllUserValues(*material));
+        EXPECT_EQ(AllUserValues(*frozen).at("nInit"), values.at("nInit"));
+        EXPECT_NE(AllUserValues(*material).at("nInit"), values.at("nInit"));
+    }
+}
