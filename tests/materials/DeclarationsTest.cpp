@@ -3,6 +3,7 @@
 
 #include "MaterialTestSupport.h"
 
+#include "materials/MaterialXDataProvider.h"
 #include "materials/MaterialXRegistries.h"
 
 #include <gmock/gmock.h>
@@ -260,6 +261,14 @@ TEST(MaterialDeclarations, AStoredTableHasItsDefaultRowsAndIsReadAndChangedByRow
             StrEq("Property \"eInit\" cannot set from an array of this kind because the type kind "
                   "is not supported (TIPDoubleWithUnit).")));
     TMaterialXTools::SetPropertyFromArray(curve, before);
+
+    // The kernel's value functions count a table's rows, and name a table that isn't there.
+    using P = TMaterialXDataProviderFunctions;
+    EXPECT_EQ(P::GetInternalTablePropRowCountValueFunction("Curve")(*material).Number(), 3.0);
+    EXPECT_THAT(
+        [&] { P::GetInternalTablePropRowCountValueFunction("Nowhere")(*material); },
+        ThrowsMessage<std::exception>(StrEq(
+            "Unable to find the internal intrinsic property Nowhere for specified material")));
 
     // A copy has the rows and the columns.
     auto copy = TMaterialXFactory::CreateCopy(nullptr, *material);
