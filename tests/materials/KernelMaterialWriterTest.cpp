@@ -89,6 +89,35 @@ TEST(KernelMaterialWriter, HardeningSoilCapValues) {
                 ThrowsMessage<EMaterialXDataProvider>(HasSubstr("Unable to calculate M")));
 }
 
+TEST(KernelMaterialWriter, HSSmallWritesTheCapAndVoidRatioLimitsOfHardeningSoil) {
+    // The small-strain model shares Hardening Soil's cap and places, and adds G0 and gamma0.7;
+    // the void ratio limits go to the kernel as porosities e / (1 + e).
+    auto hs = MakeSoil(mxsmmHardeningSoil);
+    auto hss = MakeSoil(mxsmmHardeningSoilSmall);
+    for (auto* material : {hs.get(), hss.get()}) {
+        SetUser(*material, "phi", 32.0);
+        SetUser(*material, "E50Ref", 25e6);
+        SetUser(*material, "EOedRef", 20e6);
+        SetUser(*material, "EURRef", 80e6);
+        SetUser(*material, "DilatancyCutOff", 1);
+        SetUser(*material, "eMin", 0.5);
+        SetUser(*material, "eMax", 1.0);
+    }
+    SetUser(*hss, "G0Ref", 120e6);
+    const TRecordingLineWriter small = Write(*hss), plain = Write(*hs);
+    EXPECT_EQ(small.Lines[1], "19\t=soil model type HS small");
+    for (int place : {0, 1, 20, 21, 30, 31, 35, 36, 37, 38, 39})
+        EXPECT_EQ(small.Place(place), plain.Place(place)) << "place " << place;
+    EXPECT_NEAR(small.Place(20), 0.5 / 1.5, 1e-14);
+    EXPECT_NEAR(small.Place(21), 0.5, 1e-14);
+    EXPECT_EQ(small.Place(48), 120000.0);
+    EXPECT_EQ(plain.Place(48), 0.0);
+    const THSCapIterResult cap = RunHSCapIter(
+        32.0, 25e6, 20e6, 0.2, 0.9, 1 - std::sin(32.0 * 3.14159265358979323846 / 180.0), 80e6, 0.5);
+    EXPECT_NEAR(small.Place(30), cap.M, 1e-12);
+    EXPECT_NEAR(small.Place(31), cap.KsKc, 1e-12);
+}
+
 TEST(KernelMaterialWriter, UserDefinedModelsWriteTheirLibrary) {
     TUserDLLs::RegisterLibrary("example64.dll", {{"Tresca", 0, {}},
                                                  {"DuncanChang",
