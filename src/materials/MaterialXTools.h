@@ -144,8 +144,13 @@ public:
 class TMaterialXIPConfigurator {
 public:
     // Applies visibility, mutability and valid enumeration values of every configuration
-    // function of the material's groups, as one update of the material.
+    // function of the material's groups, as one update of the material. An enumeration whose
+    // value is no longer valid takes the first valid one.
     static void UpdateMaterialXIPConfigurations(TKovMaterialX& material);
+
+private:
+    // One pass over the functions; true when an enumeration's value was replaced.
+    static bool ConfigureOnce(TKovMaterialX& material);
 };
 
 // A directed graph of names with a deterministic flattening.

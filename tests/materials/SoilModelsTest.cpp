@@ -690,3 +690,45 @@ TEST(SoilModels, SoftSoilFamilyDefaultsAndCreepIndices) {
     // Jaky's K0nc is recovered from that M.
     EXPECT_NEAR(UserValue(*mcc, "MCCK0nc"), 1 - s, 1e-12);
 }
+
+TEST(SoilModels, AnInterfaceFollowsTheOedometerModulusOnlyWhereThereIsOne) {
+    for (TMXSoil_MaterialModel model :
+         {mxsmmLinearElastic, mxsmmMohrCoulomb, mxsmmHardeningSoil, mxsmmHardeningSoilSmall}) {
+        auto material = MakeSoil(model);
+        SetUser(*material, "InterfacesStiffnessMethod", mxsistFromEoed);
+        EXPECT_EQ(TMaterialXTools::GetUserOrdinalFrom(*material, "InterfacesStiffnessMethod"),
+                  mxsistFromEoed);
+        // A model without one takes the stiffness otherwise, and a switch to it leaves the
+        // choice to the user again.
+        SetUser(*material, "SoilModel", mxsmmSoftSoil);
+        auto& method =
+            static_cast<TIPEnumeration&>(*material->FindUserProperty("InterfacesStiffnessMethod"));
+        EXPECT_TRUE(method.IsDisabled(mxsistFromEoed)) << MaterialModelCaption(model);
+        EXPECT_THROW(SetUser(*material, "InterfacesStiffnessMethod", mxsistFromEoed),
+                     EMaterialXValueOutOfRange);
+        SetUser(*material, "InterfacesStiffnessMethod", mxsistDirect);
+    }
+}
+
+TEST(SoilModels, AChoiceTheNewModelLacksGivesWayToItsFirstValidOne) {
+    // Mohr-Coulomb undrained (C) switched to Hardening Soil, which has no undrained (C): the
+    // material becomes drained rather than carry a drainage its model can't take to the kernel,
+    // what depends on the drainage follows, and undo brings the old pair back.
+    TKovObjectManager manager;
+    auto material = MakeSoil(mxsmmMohrCoulomb, &manager);
+    SetUser(*material, "DrainageType", mxsdtUndrainedC);
+    SetUser(*material, "InterfacesStiffnessMethod", mxsistFromEoed);
+    const auto before = AllUserValues(*material);
+    SetUser(*material, "SoilModel", mxsmmHardeningSoil);
+    EXPECT_EQ(TMaterialXTools::GetUserOrdinalFrom(*material, "DrainageType"), mxsdtDrained);
+    EXPECT_TRUE(material->FindUserProperty("CRefDrainedUndrainedA")->IsPublished());
+    EXPECT_FALSE(material->FindUserProperty("sURef")->IsPublished());
+    EXPECT_EQ(TMaterialXTools::GetUserOrdinalFrom(*material, "InterfacesStiffnessMethod"),
+              mxsistFromEoed); // Hardening Soil has an oedometer modulus
+    SetUser(*material, "SoilModel", mxsmmSoftSoil);
+    EXPECT_EQ(TMaterialXTools::GetUserOrdinalFrom(*material, "InterfacesStiffnessMethod"),
+              mxsistDerived);
+    manager.Undo();
+    manager.Undo();
+    EXPECT_EQ(AllUserValues(*material), before);
+}
