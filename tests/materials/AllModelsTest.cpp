@@ -261,3 +261,36 @@ TEST(AllSoilModels, CopiesOfEveryModelHoldEveryValueOfTheirSource) {
         EXPECT_NE(AllUserValues(*material).at("nInit"), values.at("nInit"));
     }
 }
+
+TEST(AllSoilModels, AfterEverySwitchEveryChoiceIsOneTheModelOffers) {
+    // The drainage and the interface stiffness, taken to their last valid value (for the
+    // drainage the last but non-porous, which every model takes), and switched to every other
+    // model: no choice may stay at a value the new model doesn't offer.
+    auto enumerations = [](const TKovMaterialX& material) {
+        std::vector<const TIPEnumeration*> found;
+        for (TKovIntrinsicProperty* property : material.UserProperties())
+            if (const auto* enumeration = dynamic_cast<const TIPEnumeration*>(property))
+                found.push_back(enumeration);
+        return found;
+    };
+    for (TMXSoil_MaterialModel model : Models())
+        for (TMXSoil_MaterialModel other : Models()) {
+            if (other == model)
+                continue;
+            auto material = MakeSoil(model);
+            for (const char* name : {"DrainageType", "InterfacesStiffnessMethod"}) {
+                auto& choice = static_cast<TIPEnumeration&>(*material->FindUserProperty(name));
+                for (int value = choice.Count() - 1; value >= 0; --value)
+                    if (!choice.IsDisabled(value) &&
+                        !(choice.Name() == "DrainageType" && value == mxsdtNonPorous)) {
+                        SetUser(*material, name, value);
+                        break;
+                    }
+            }
+            SetUser(*material, "SoilModel", other);
+            for (const TIPEnumeration* enumeration : enumerations(*material))
+                EXPECT_FALSE(enumeration->IsDisabled(enumeration->IntValue()))
+                    << enumeration->Name() << " from " << MaterialModelCaption(model) << " to "
+                    << MaterialModelCaption(other);
+        }
+}
