@@ -212,9 +212,7 @@ TEST(AllSoilModels, TheKernelRecordOfEveryModelGoesBackIntoAMaterialOfThatModel)
         Typical(*material, model);
         TRecordingLineWriter first;
         KernelMaterialWriter()->WriteMaterialBlocks(first, *material);
-        std::vector<double> record;
-        for (int place = 0; place < 200; ++place)
-            record.push_back(first.Place(place));
+        const std::vector<double> record = first.Record();
         auto fresh = MakeSoil(model);
         Typical(*fresh, model); // the methods and switches a record doesn't carry
         TMaterialXDataProviderTools::ApplyProlaysRValuesToMaterialX(*fresh, record,

@@ -182,9 +182,7 @@ TEST(KernelMaterialWriter, TheRecordGoesBackIntoAMaterial) {
     SetUser(*source, "phi", 33.0);
     SetUser(*source, "cRef", 2e3);
     const TRecordingLineWriter file = Write(*source);
-    std::vector<double> values;
-    for (int place = 0; place < 200; ++place)
-        values.push_back(file.Place(place));
+    const std::vector<double> values = file.Record();
     auto target = MakeSoil(mxsmmMohrCoulomb);
     TMaterialXDataProviderTools::ApplyProlaysRValuesToMaterialX(*target, values,
                                                                 file.StorageSystemOfUnits());
@@ -201,9 +199,7 @@ TEST(KernelMaterialWriter, ASwitchInTheRecordOpensTheValuesItGates) {
     SetUser(*source, "TensionCutOff", 1);
     SetUser(*source, "TensileStrength", 150e3);
     const TRecordingLineWriter file = Write(*source);
-    std::vector<double> values;
-    for (int place = 0; place < 200; ++place)
-        values.push_back(file.Place(place));
+    const std::vector<double> values = file.Record();
     auto target = MakeSoil(mxsmmHoekBrown);
     ASSERT_TRUE(target->FindUserProperty("TensileStrength")->ReadOnly());
     TMaterialXDataProviderTools::ApplyProlaysRValuesToMaterialX(*target, values,

@@ -115,6 +115,14 @@ public:
     void WriteBlankLine() override { Lines.push_back(""); }
     const TSystemOfUnits& StorageSystemOfUnits() const override { return FUnits; }
 
+    // The 200 values of [soilparameters], by place.
+    std::vector<double> Record() const {
+        std::vector<double> values;
+        for (int place = 0; place < 200; ++place)
+            values.push_back(Place(place));
+        return values;
+    }
+
     // The value at a place of [soilparameters].
     double Place(int place) const {
         for (size_t i = 0; i < Lines.size(); ++i)
