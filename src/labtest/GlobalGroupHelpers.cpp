@@ -106,7 +106,8 @@ void PutTable(const std::vector<std::string>& header,
     output.SetJSONObject(std::move(json));
 }
 
-void TabulateResults(const TQBResults& results, const std::vector<std::string>& names,
+// Every `step`-th row from the first, and the last.
+void TabulateResults(const TQBResults& results, const std::vector<std::string>& names, int step,
                      TCommandOutput& output, bool predict) {
     std::vector<TQBResultType> types;
     for (const auto& name : names) {
@@ -130,16 +131,19 @@ void TabulateResults(const TQBResults& results, const std::vector<std::string>& 
         header.push_back(unit.empty() ? std::string(info.PropertyName)
                                       : Format("%s [%s]", info.PropertyName, unit));
     }
-    std::vector<std::vector<std::string>> rows(results.RowCount());
-    std::vector<std::vector<double>> numbers(results.RowCount());
-    for (int row = 0; row < results.RowCount(); ++row) {
-        rows[row].push_back(std::to_string(row));
-        numbers[row].push_back(row);
+    std::vector<std::vector<std::string>> rows;
+    std::vector<std::vector<double>> numbers;
+    const int last = results.RowCount() - 1;
+    for (int row = 0; row <= last; row = row < last && row + step > last ? last : row + step) {
+        rows.push_back({std::to_string(row)});
+        numbers.push_back({static_cast<double>(row)});
         for (TQBResultType type : types) {
             const double value = results.GetPresentationValueByType(row, type, units);
-            rows[row].push_back(Cell(value));
-            numbers[row].push_back(value);
+            rows.back().push_back(Cell(value));
+            numbers.back().push_back(value);
         }
+        if (row == last)
+            break;
     }
     PutTable(header, rows, numbers, output);
 }
@@ -204,16 +208,33 @@ void TOAGroupInfoGetter::ComInfo(TKovObject*, const TCommandParameterList& param
 }
 
 TOATabulateHelper::TOATabulateHelper() : TOAGroupHelper(TTabulateHelper::StaticClass()) {
-    AddCommand(TabulateCommand, {{TComParOrIPKovObject::Class(), TComParOrIPTextSequence::Class()}},
+    auto& tabulate = AddCommand(TabulateCommand,
+                                {{TComParOrIPKovObject::Class(), TComParOrIPTextSequence::Class()}},
+                                &TOATabulateHelper::ComTabulate);
+    AddPattern(tabulate,
+               {{TComParOrIPKovObject::Class(), TComParOrIPTextSequence::Class(),
+                 TComParInteger::Class()}},
                &TOATabulateHelper::ComTabulate);
 }
 
 void TOATabulateHelper::ComTabulate(TKovObject*, const TCommandParameterList& parameters,
                                     TCommandOutput& output, bool predict) const {
     TKovObject* target = TComParOrIPKovObject::GetObject(*parameters[0]);
-    const std::vector<std::string> names = TextsOf(parameters, 1);
+    int step = 1;
+    TCommandParameterList texts(parameters);
+    if (const auto* every = dynamic_cast<const TComParInteger*>(parameters.Last())) {
+        step = every->Value();
+        texts.Delete(texts.Count() - 1);
+        if (step < 1) {
+            output.InitializeAsError(
+                cecExecutionFailed,
+                Format(Translate("The row step must be a positive number, not %d"), step));
+            return;
+        }
+    }
+    const std::vector<std::string> names = TextsOf(texts, 1);
     if (const auto* results = dynamic_cast<const TQBResults*>(target))
-        return TabulateResults(*results, names, output, predict);
+        return TabulateResults(*results, names, step, output, predict);
     if (const auto* list = dynamic_cast<const TKovObjectList*>(target))
         return TabulateItems(*list, names, output, predict);
     output.InitializeAsError(

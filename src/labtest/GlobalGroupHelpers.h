@@ -4,8 +4,10 @@
 // them) finds its way here:
 //
 //   info (Triaxial_1 Oedometer_1)                      the info of each (TGroupInfoGetter)
-//   tabulate Triaxial_1.Results "Epsyy" "SigyyE"       a table of result columns or of the
-//   tabulate Triaxial_1.Phases "Steps" "Duration"        properties of a list's items
+//   tabulate Triaxial_1.Results "Epsyy" "SigyyE"       a table of result columns (in the
+//   tabulate Triaxial_1.Results ("Epsyy" "SigyyE") 10    project's units; every 10th row and
+//   tabulate Triaxial_1.Phases "Steps" "Duration"        the last) or of the properties of a
+//                                                        list's items (TTabulateHelper)
 //   listify "Shearing" Triaxial_1 DSS_1                a new group of objects (TListifier)
 //   setmetadata (Triaxial_1 DSS_1) "source" "lab 3"    metadata on each (TGroupMetadataSetter)
 //   set (Triaxial_1.CellPressure DSS_1.AbsSigyyinit) 50   one value into each property
