@@ -17,15 +17,17 @@ TW_KOV_CLASS_IMPL(TListifier, TKovObject, nullptr)
 TW_KOV_CLASS_IMPL(TGroupMetadataSetter, TKovObject, nullptr)
 TW_KOV_CLASS_IMPL(TSimpleValueGroupSetter, TKovObject, nullptr)
 
-TListifier::~TListifier() {
-    // The last made goes first: a group may hold an earlier one.
-    while (!FGroups.empty())
-        FGroups.pop_back();
+TListifier::TListifier(TKovObjectManager* manager) : TKovObject(manager) {
+    TRevertLock lock(manager);
+    FGroups = Make<TKovObjectList>(manager, true);
 }
 
+TListifier::~TListifier() = default;
+
 TKovGroup& TListifier::AddGroup(std::unique_ptr<TKovGroup> group) {
-    FGroups.push_back(std::move(group));
-    return *FGroups.back();
+    TKovGroup& added = *group;
+    FGroups->Add(group.release());
+    return added;
 }
 
 namespace {

@@ -36,17 +36,18 @@ public:
     using TKovObject::TKovObject;
 };
 
-// Owns the groups it makes: they live as long as the project's helpers, and undo only takes them
-// out of the model.
+// Keeps the groups it makes in an owning list of the model, so that undo takes a group out of
+// the list (and its undo step holds it) and redo puts it back.
 class TListifier : public TKovObject {
     TW_KOV_CLASS(TListifier, TKovObject)
 public:
-    using TKovObject::TKovObject;
+    explicit TListifier(TKovObjectManager* manager);
     ~TListifier() override;
+    // Takes the group into the list, as a step of the open snapshot.
     TKovGroup& AddGroup(std::unique_ptr<TKovGroup> group);
 
 private:
-    std::vector<std::unique_ptr<TKovGroup>> FGroups;
+    std::unique_ptr<TKovObjectList> FGroups;
 };
 
 class TGroupMetadataSetter : public TKovObject {

@@ -117,6 +117,10 @@ TKovObject* TOAMXPropertyCollection::FindMember(TKovObject& object, const std::s
     auto& collection = static_cast<TMXPropertyCollection&>(object);
     if (TKovObject* property = TOAKovObservableObject::FindMember(object, name))
         return property;
+    // The parameters' names of the framework, aliases included.
+    const int position = TMaterialXTools::FindPositionOfIntrinsicPropertyOrAlias(collection, name);
+    if (position >= 0)
+        return collection.IntrinsicProperties()[position];
     return CollectionByName(collection.SubCollections(), name);
 }
 

@@ -35,7 +35,7 @@ TOAQBResults::TOAQBResults() : TOAKovObservableObject(TQBResults::StaticClass())
     AddCommand(SecantCommand, pattern, &TOAQBResults::ComSecant);
 }
 
-TKovValuesWithUnit* TOAQBResults::ColumnValues(const TQBResults& results, const std::string& name) {
+TKovValues* TOAQBResults::ColumnValues(const TQBResults& results, const std::string& name) {
     TQBResultType type;
     if (!ColumnOf(results, name, type))
         return nullptr;
@@ -54,14 +54,14 @@ TKovValuesWithUnit* TOAQBResults::ColumnValues(const TQBResults& results, const 
     TRevertLock lock(manager);
     const std::string arrayName = Format("%s_%s", results.Name(), info.PropertyName);
     for (int i = 0; i < list->Count(); ++i)
-        if (auto* existing = dynamic_cast<TKovValuesWithUnit*>(&(*list)[i]);
-            existing && existing->Name() == arrayName) {
-            if (existing->Values() != values)
-                existing->SetValues(std::move(values));
-            return existing;
+        if (TKovValues& existing = (*list)[i]; existing.Name() == arrayName) {
+            if (existing.Values() != values)
+                existing.SetValues(std::move(values));
+            return &existing;
         }
-    TKovValuesWithUnit& created =
-        list->CreateValuesWithUnit(info.HasQuantity ? info.Quantity : qtDummy, std::move(values));
+    TKovValues& created = info.HasQuantity
+                              ? list->CreateValuesWithUnit(info.Quantity, std::move(values))
+                              : list->CreateValues(std::move(values));
     created.SetName(manager ? manager->ObjectRegistry().GetUniqueName(arrayName) : arrayName);
     return &created;
 }

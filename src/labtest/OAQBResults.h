@@ -12,18 +12,18 @@
 
 namespace tw {
 
-class TKovValuesWithUnit;
+class TKovValues;
 class TQBResults;
 
 class TOAQBResults : public TOAKovObservableObject {
 public:
     TOAQBResults();
 
-    // A column by its property name: a value array in the manager's list, in base units, named
-    // after the test and the column and refreshed on every look-up; nullptr for a column that is
-    // not set in any row.
+    // A column by its property name: a value array in the manager's list, in base units (with
+    // the column's quantity; strains without one), named after the results and the column and
+    // refreshed on every look-up; nullptr for a column that is not set in any row.
     TKovObject* FindMember(TKovObject& object, const std::string& name) const override;
-    static TKovValuesWithUnit* ColumnValues(const TQBResults& results, const std::string& name);
+    static TKovValues* ColumnValues(const TQBResults& results, const std::string& name);
 
 protected:
     void AddInfo(const TKovObject& object, TCommandOutput& output) const override;
