@@ -2,6 +2,7 @@
 
 #include "labtest/GlobalGroupHelpers.h"
 #include "labtest/OAKovMaterialX.h"
+#include "labtest/OAQBAdvancedOption.h"
 #include "labtest/OAQBProject.h"
 #include "labtest/OAQBResults.h"
 #include "labtest/OAQBTestBase.h"
@@ -27,6 +28,7 @@ void RegisterLabTestCommands() {
         registry.RegisterAccessor(std::make_unique<TOAQBMaterialTools>());
         registry.RegisterAccessor(std::make_unique<TOAKovMaterialX>());
         registry.RegisterAccessor(std::make_unique<TOAMXPropertyCollection>());
+        registry.RegisterAccessor(std::make_unique<TOAQBAdvancedOption>());
         RegisterGlobalGroupHelperAccessors(registry);
         // The helpers in the order in which a command that names no target asks them.
         TGlobalHelperRegistry::Register(

@@ -3,6 +3,7 @@
 
 #include "LabCommandsSupport.h"
 
+#include "labtest/OAQBAdvancedOption.h"
 #include "labtest/OAQBProject.h"
 #include "labtest/QBProjectCommands.h"
 #include "labtest/QBResultsTools.h"
@@ -363,4 +364,23 @@ TEST(ResultsTools, TangentAndSecantOfResultColumnsInTheirUnits) {
     EXPECT_TRUE(std::isnan(SecantOfResults(results, rtEpsYY, rtSigYY, 0, 0, kN).Value));
     TQBResults empty(nullptr);
     EXPECT_EQ(TangentOfResults(empty, rtEpsYY, rtSigYY, 0, 0, kN).Point, -1);
+}
+
+TEST_F(LabCommands, TheAdvancedOptionsSwitchEveryTestThatCanHaveTheCondition) {
+    TQBProjectOptions options(*Project);
+    EXPECT_EQ(options.Thermal(), nullptr); // a 3D project
+    EXPECT_EQ(Ok("set Suction True"), "Suction: True");
+    EXPECT_TRUE(Project->TriaxialTest()->IsSuctionEnabled());
+    EXPECT_TRUE(Project->OedometerTest()->IsSuctionEnabled());
+    EXPECT_EQ(Ok("echo Suction"), "Suction: True");
+    Ok("undo");
+    EXPECT_FALSE(Project->TriaxialTest()->IsSuctionEnabled());
+    EXPECT_EQ(RunFailing("set Suction 2").ErrorText,
+              "Invalid parameters. Make sure that the specified parameters match the ones that "
+              "are expected.");
+    EXPECT_EQ(RunFailing("rename Suction \"Wet\"").ErrorText,
+              "Command \"rename\" is not available for object Suction");
+    // A material without pores has no suction.
+    Ok("set Material.DrainageType \"Non-porous\"");
+    EXPECT_EQ(RunFailing("set Suction True").ErrorText, "Cannot set read-only option Suction");
 }
