@@ -8,6 +8,10 @@
 //   2  a phase's stress increment, reached by an indexer;
 //   3  for comparison, a parameter of the material, whose change updates the material's
 //      configuration and puts every test out of sync.
+// And predicting a line as the command line editor does while the user types: parsed, matched
+// and checked, nothing run or recorded:
+//   0  `set` on the cell pressure; 1  `calculate`, which a prediction ends after its checks;
+//   2  a line that names an unknown object.
 
 #include "labtest/QBProject.h"
 #include "materials/MaterialXFactory.h"
@@ -59,6 +63,23 @@ void BM_InterpretSet(benchmark::State& state) {
     state.counters["undo_steps"] = bench.Manager.UndoCount();
 }
 BENCHMARK(BM_InterpretSet)->Arg(0)->Arg(1)->Arg(2)->Arg(3);
+
+void BM_PredictLine(benchmark::State& state) {
+    TBenchProject bench;
+    static const char* const lines[3] = {"set Triaxial_1.CellPressure 150", "calculate Triaxial_1",
+                                         "set Triaxial_9.CellPressure 150"};
+    const char* line = lines[state.range(0)];
+    const bool expected = state.range(0) != 2;
+    TKovInterpreter& interpreter = bench.Project->Commands().Interpreter();
+    for (auto _ : state) {
+        if (interpreter.PredictExecuteMaySucceed(line) != expected)
+            state.SkipWithError("unexpected prediction");
+    }
+    state.SetItemsProcessed(state.iterations());
+    if (bench.Manager.UndoCount() != 0)
+        state.SkipWithError("a prediction made an undo step");
+}
+BENCHMARK(BM_PredictLine)->Arg(0)->Arg(1)->Arg(2);
 
 } // namespace
 } // namespace tw
