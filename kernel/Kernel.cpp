@@ -1,6 +1,7 @@
 #include "Kernel.h"
 
-#include "MohrCoulomb.h"
+#include "Cavity.h"
+#include "Models.h"
 
 #include <cmath>
 #include <filesystem>
@@ -13,13 +14,6 @@
 namespace tw::kernel {
 
 namespace {
-
-[[noreturn]] void FailParameter(const TKernelInput& input, int placeIndex,
-                                const std::string& reason) {
-    throw EKernelInput(input.FileName, input.ParameterLine(placeIndex),
-                       "place " + std::to_string(placeIndex) + ": " + reason + ", found " +
-                           FormatNumber(input.Parameters[placeIndex]));
-}
 
 double DeviatoricStress(const Vec6& s) {
     const double a = s(0) - s(1);
@@ -38,15 +32,21 @@ std::string ModelText(const TKernelInput& input) {
 
 } // namespace
 
+void FailParameter(const TKernelInput& input, int placeIndex, const std::string& reason) {
+    throw EKernelInput(input.FileName, input.ParameterLine(placeIndex),
+                       "place " + std::to_string(placeIndex) + ": " + reason + ", found " +
+                           FormatNumber(input.Parameters[placeIndex]));
+}
+
 void CheckSupported(const TKernelInput& input) {
-    if (input.ModelNumber != LinearElasticModel && input.ModelNumber != MohrCoulombModel)
+    if (!IsSupportedModel(input.ModelNumber))
         throw EKernelNotSupported(input.FileName, input.ModelLine,
                                   "soil model type " + ModelText(input) +
-                                      " is not supported by this kernel; it computes Linear "
-                                      "Elastic (1) and Mohr-Coulomb (2)");
-    if (input.TestType == TTestType::Pressuremeter)
-        throw EKernelNotSupported(input.FileName, input.TestTypeLine,
-                                  "the pressuremeter test is not supported by this kernel");
+                                      " is not supported by this kernel; it computes " +
+                                      SupportedModels());
+    if (input.TestType == TTestType::Pressuremeter && !(input.InnerRadius > 0.0))
+        throw EKernelInput(input.FileName, input.InnerRadiusLine,
+                           "the pressuremeter test needs an inner radius above 0");
     if (input.Unsaturated)
         throw EKernelNotSupported(input.FileName, input.UnsaturatedLine,
                                   "suction (unsaturated) is not supported by this kernel");
@@ -55,49 +55,7 @@ void CheckSupported(const TKernelInput& input) {
                                   "thermal calculation is not supported by this kernel");
 }
 
-std::unique_ptr<TSoilModel> CreateSoilModel(const TKernelInput& input,
-                                            std::vector<std::string>& warnings) {
-    const auto& p = input.Parameters;
-    const double g = p[place::ShearModulus];
-    const double nu = p[place::PoissonRatio];
-    if (!(g > 0.0))
-        FailParameter(input, place::ShearModulus, "the shear modulus must be above 0");
-    if (!(nu > -1.0 && nu < 0.5))
-        FailParameter(input, place::PoissonRatio,
-                      "Poisson's ratio must lie above -1 and below 0.5");
-    if (input.ModelNumber == LinearElasticModel)
-        return std::make_unique<TLinearElastic>(g, nu);
-
-    TMohrCoulombParameters mc;
-    mc.G = g;
-    mc.Nu = nu;
-    mc.SinPhi = p[place::SinPhi];
-    mc.Cohesion = p[place::Cohesion];
-    mc.SinPsi = p[place::SinPsi];
-    mc.TensileStrength = p[place::TensileStrength];
-    if (!(mc.SinPhi >= 0.0 && mc.SinPhi < 1.0))
-        FailParameter(input, place::SinPhi,
-                      "the sine of the friction angle must lie from 0 to below 1");
-    if (!(mc.Cohesion >= 0.0))
-        FailParameter(input, place::Cohesion, "the cohesion must not be negative");
-    if (!(mc.SinPsi > -1.0 && mc.SinPsi < 1.0))
-        FailParameter(input, place::SinPsi,
-                      "the sine of the dilatancy angle must lie above -1 and below 1");
-    const double cutOff = p[place::TensionCutOff];
-    if (cutOff != 0.0 && cutOff != 1.0)
-        FailParameter(input, place::TensionCutOff, "the tension cut-off must be 1 (on) or 0 (off)");
-    mc.TensionCutOff = cutOff == 1.0;
-    if (!(mc.TensileStrength >= 0.0))
-        FailParameter(input, place::TensileStrength, "the tensile strength must not be negative");
-    if (mc.SinPhi == 0.0 && mc.Cohesion == 0.0)
-        warnings.push_back("friction angle and cohesion are both zero: the soil has no strength");
-    if (mc.SinPsi > mc.SinPhi)
-        warnings.push_back("the dilatancy angle exceeds the friction angle");
-    return std::make_unique<TMohrCoulomb>(mc);
-}
-
-TPoreFluid CreatePoreFluid(const TKernelInput& input, const TSoilModel& model,
-                           std::vector<std::string>& warnings) {
+TPoreFluid CreatePoreFluid(const TKernelInput& input, std::vector<std::string>& warnings) {
     TPoreFluid fluid;
     const bool effectiveStress = input.Drainage == TDrainage::Drained ||
                                  input.Drainage == TDrainage::UndrainedA ||
@@ -105,6 +63,20 @@ TPoreFluid CreatePoreFluid(const TKernelInput& input, const TSoilModel& model,
     if (!input.Undrained || !effectiveStress)
         return fluid;
     const auto& p = input.Parameters;
+    // The skeleton's bulk modulus, where the fluid's stiffness needs it: from places 0 and 1
+    // (for stress-dependent models the reference values the material writes there).
+    auto skeletonModulus = [&]() {
+        const double g = p[place::ShearModulus];
+        const double nu = p[place::PoissonRatio];
+        if (!(g > 0.0))
+            FailParameter(input, place::ShearModulus,
+                          "the pore fluid's stiffness takes the skeleton's from the shear "
+                          "modulus, which must be above 0");
+        if (!(nu > -1.0 && nu < 0.5))
+            FailParameter(input, place::PoissonRatio,
+                          "Poisson's ratio must lie above -1 and below 0.5");
+        return BulkModulus(g, nu);
+    };
     double alpha = p[place::BiotAlpha];
     if (alpha == 0.0) {
         // A place without value is written as 0; no coupling at all would make the undrained
@@ -114,14 +86,12 @@ TPoreFluid CreatePoreFluid(const TKernelInput& input, const TSoilModel& model,
     }
     if (!(alpha > 0.0 && alpha <= 1.0))
         FailParameter(input, place::BiotAlpha, "Biot's alpha must lie above 0 and at most 1");
-    const double g = model.ShearModulus();
-    const double nu = model.PoissonRatio();
-    const double skeleton = BulkModulus(g, nu);
     const double water = p[place::WaterBulkModulus];
     if (water < 0.0)
         FailParameter(input, place::WaterBulkModulus,
                       "the bulk modulus of the pore fluid must not be negative");
     double modulus = 0.0;
+    int source = place::WaterBulkModulus;
     if (water > 0.0) {
         // Biot: 1/M = n/K_w + (alpha - n)/K_s, with the grains' modulus K_s = K'/(1 - alpha).
         const double n = p[place::Porosity];
@@ -129,7 +99,8 @@ TPoreFluid CreatePoreFluid(const TKernelInput& input, const TSoilModel& model,
             FailParameter(input, place::Porosity,
                           "with the bulk modulus of the pore fluid at place 99 the porosity must "
                           "lie above 0 and below 1");
-        const double compliance = n / water + (alpha - n) * (1.0 - alpha) / skeleton;
+        const double compliance =
+            n / water + (alpha < 1.0 ? (alpha - n) * (1.0 - alpha) / skeletonModulus() : 0.0);
         if (!(compliance > 0.0))
             FailParameter(input, place::BiotAlpha,
                           "Biot's alpha is below the porosity so far that the pore fluid would "
@@ -138,33 +109,72 @@ TPoreFluid CreatePoreFluid(const TKernelInput& input, const TSoilModel& model,
     } else {
         // No pore fluid modulus: take the stiffness the undrained Poisson's ratio implies,
         // alpha^2 M = K_u - K'.
+        const double skeleton = skeletonModulus();
+        const double nu = p[place::PoissonRatio];
         const double nuU = p[place::UndrainedPoissonRatio];
         if (!(nuU > nu && nuU < 0.5))
             FailParameter(input, place::UndrainedPoissonRatio,
                           "place 99 holds no bulk modulus of the pore fluid, so the undrained "
                           "Poisson's ratio must lie above Poisson's ratio (" +
                               FormatNumber(nu) + ") and below 0.5");
-        modulus = (BulkModulus(g, nuU) - skeleton) / (alpha * alpha);
+        modulus = (BulkModulus(p[place::ShearModulus], nuU) - skeleton) / (alpha * alpha);
+        source = place::UndrainedPoissonRatio;
     }
     fluid.Active = true;
     fluid.Alpha = alpha;
     fluid.Modulus = modulus;
+    // A fluid whose stiffness overflows or vanishes into nothing can only give numbers that are
+    // not finite: refuse it where it comes from.
+    if (!std::isfinite(modulus) || !std::isfinite(fluid.PressurePerStrain()) ||
+        !(fluid.BulkStiffness() > 0.0))
+        FailParameter(
+            input, alpha < 1e-100 ? place::BiotAlpha : source,
+            "the pore fluid's stiffness alpha^2 M = " + FormatNumber(fluid.BulkStiffness(), 6) +
+                " is not a finite positive number");
     return fluid;
 }
 
-TComputedTest ComputeTest(const TKernelInput& input) {
+namespace {
+
+// A row of the stress point: the strains and effective stresses, the pore pressure, and the
+// constant columns.
+struct TRowBuilder {
+    double Saturation;
+    double Temperature;
+    TResultRow operator()(const TStressPointState& state) const {
+        TResultRow r{};
+        r[rcTime] = state.Time;
+        for (int i = 0; i < 6; ++i) {
+            r[rcEpsXX + i] = state.Strain(i);
+            r[rcSigXX + i] = state.Stress(i);
+        }
+        r[rcPExcess] = state.PExcess;
+        r[rcPw] = state.PExcess;
+        r[rcSaturationEffective] = Saturation;
+        r[rcSaturation] = Saturation;
+        r[rcTemperature] = Temperature;
+        r[rcSaturationUnfrozenWater] = Saturation;
+        return r;
+    }
+};
+
+} // namespace
+
+TComputedTest ComputeTest(const TKernelInput& input, const TRowSink& sink,
+                          const TComputeLimits& limits) {
     CheckSupported(input);
     TComputedTest result;
     auto& warnings = result.Warnings;
     warnings = input.Warnings;
     const auto model = CreateSoilModel(input, warnings);
-    const TPoreFluid fluid = CreatePoreFluid(input, *model, warnings);
+    model->LimitSubsteps(limits.MaxSubsteps);
+    const TPoreFluid fluid = CreatePoreFluid(input, warnings);
     result.PorePressure = fluid.Active;
 
-    const double strength = std::abs(input.Parameters[place::Cohesion]) +
-                            std::abs(input.Parameters[place::TensileStrength]);
+    if (const char* fault = model->InitialStateFault(input.InitialStress))
+        throw EKernelInput(input.FileName, input.InitialStressLine, fault);
     const double yield = model->YieldValue(input.InitialStress);
-    if (yield > 1e-9 * (input.InitialStress.cwiseAbs().maxCoeff() + strength))
+    if (yield > 1e-9 * (input.InitialStress.cwiseAbs().maxCoeff() + model->StrengthScale()))
         throw EKernelInput(input.FileName, input.InitialStressLine,
                            "the initial stresses lie outside the yield surface of the material "
                            "(yield function " +
@@ -173,7 +183,8 @@ TComputedTest ComputeTest(const TKernelInput& input) {
     TIterationControl control;
     control.Tolerance = input.Tolerance;
     control.Relaxation = input.Relaxation;
-    control.MaxIterations = std::min(input.MaxIterations, MaxIterationsCap);
+    control.MaxIterations = std::min({input.MaxIterations, MaxIterationsCap, limits.MaxIterations});
+    control.MaxSplits = limits.MaxSplits;
     if (input.MaxIterations > MaxIterationsCap)
         warnings.push_back("maxiter " + std::to_string(input.MaxIterations) + " is cut to " +
                            std::to_string(MaxIterationsCap));
@@ -183,34 +194,54 @@ TComputedTest ComputeTest(const TKernelInput& input) {
 
     // Without suction the pores are full: saturation 1, all water unfrozen; a non-porous
     // material has no pore water at all.
-    const double saturation = input.Drainage == TDrainage::NonPorous ? 0.0 : 1.0;
-    auto row = [&](const TStressPointState& state) {
-        TResultRow r{};
-        r[rcTime] = state.Time;
-        for (int i = 0; i < 6; ++i) {
-            r[rcEpsXX + i] = state.Strain(i);
-            r[rcSigXX + i] = state.Stress(i);
-        }
-        r[rcPExcess] = state.PExcess;
-        r[rcPw] = state.PExcess;
-        r[rcSaturationEffective] = saturation;
-        r[rcSaturation] = saturation;
-        r[rcTemperature] = input.InitialTemperature;
-        r[rcSaturationUnfrozenWater] = saturation;
-        return r;
+    const TRowBuilder row{input.Drainage == TDrainage::NonPorous ? 0.0 : 1.0,
+                          input.InitialTemperature};
+    auto emit = [&](const TResultRow& r) {
+        ++result.RowCount;
+        result.PeakDeviatoricStress =
+            std::max(result.PeakDeviatoricStress, DeviatoricStress(Vec6(&r[rcSigXX])));
+        result.LastRow = r;
+        if (sink)
+            sink(r);
+        else
+            result.Rows.push_back(r);
     };
 
+    if (!sink)
+        result.Rows.reserve(static_cast<size_t>(input.TotalSteps) + 1);
+    if (input.TestType == TTestType::Pressuremeter) {
+        for (const auto& phase : input.Phases) {
+            Vec6 others = phase.StrainIncrements;
+            others(0) = 0.0;
+            if (others.any() || phase.StressIncrements.any())
+                warnings.push_back(phase.Name +
+                                   ": the pressuremeter applies only the xx strain increment, the "
+                                   "displacement of the cavity wall; the other increments are not "
+                                   "applied");
+        }
+        TCavityTest cavity(*model, fluid, control, input.InnerRadius, limits.CavityElements);
+        auto wallRow = [&](const TCavityTest::TWall& wall) {
+            TStressPointState state;
+            state.Time = wall.Time;
+            state.Strain(0) = state.Strain(2) = wall.Displacement / input.InnerRadius;
+            state.Stress = wall.Stress;
+            state.PExcess = wall.PExcess;
+            return row(state);
+        };
+        emit(wallRow(cavity.Start(input.InitialStress)));
+        result.Outcome =
+            cavity.Run(input.Phases, [&](const TCavityTest::TWall& wall) { emit(wallRow(wall)); });
+        return result;
+    }
     TStressPointState state;
     state.Stress = input.InitialStress;
-    result.Rows.reserve(static_cast<size_t>(input.TotalSteps) + 1);
-    result.Rows.push_back(row(state));
+    model->Initialise(state);
+    emit(row(state));
     TElementTest test(*model, fluid, control);
-    result.Outcome = test.Run(state, input.Phases,
-                              [&](const TStressPointState& s) { result.Rows.push_back(row(s)); });
+    result.Outcome =
+        test.Run(state, input.Phases, [&](const TStressPointState& s) { emit(row(s)); });
     return result;
 }
-
-namespace {
 
 std::vector<std::string> KernelInfo(const TKernelInput& input, const TKernelOptions& options,
                                     const TComputedTest& test) {
@@ -235,24 +266,23 @@ std::vector<std::string> KernelInfo(const TKernelInput& input, const TKernelOpti
         messages.push_back(outcome.Message);
     info.push_back(std::to_string(messages.size()) + "\t=number of messages");
     info.insert(info.end(), messages.begin(), messages.end());
+    // Labels come from the input file: keep carriage returns and broken bytes out of the lab's
+    // reader. (The value and its tab stay: they are the kernel's own.)
+    for (auto& line : info)
+        line = CleanLine(line);
     return info;
 }
 
+namespace {
+
 void PrintSummary(const TKernelInput& input, const std::string& resultName,
                   const TComputedTest& test, std::ostream& out) {
-    double peak = 0.0;
-    for (const auto& r : test.Rows) {
-        Vec6 stress;
-        for (int i = 0; i < 6; ++i)
-            stress(i) = r[rcSigXX + i];
-        peak = std::max(peak, DeviatoricStress(stress));
-    }
-    const auto& last = test.Rows.back();
+    const auto& last = test.LastRow;
     const double volumetric = last[rcEpsXX] + last[rcEpsXX + 1] + last[rcEpsXX + 2];
-    out << resultName << ": " << test.Rows.size() << " rows, "
+    out << resultName << ": " << test.RowCount << " rows, "
         << (test.Outcome.Completed ? "completed" : "stopped") << "\n"
-        << "  peak deviatoric stress q = " << FormatNumber(peak, 6) << " " << input.PressureUnit()
-        << "\n"
+        << "  peak deviatoric stress q = " << FormatNumber(test.PeakDeviatoricStress, 6) << " "
+        << input.PressureUnit() << "\n"
         << "  final volumetric strain  = " << FormatNumber(volumetric, 6) << "\n";
     if (test.PorePressure)
         out << "  final excess pore pressure = " << FormatNumber(last[rcPExcess], 6) << " "
@@ -273,11 +303,13 @@ int RunKernel(const std::string& inputFileName, const TKernelOptions& options, s
             throw EKernelInput(inputFileName, 0, "is a folder, not an input file");
 
         const TKernelInput input = ReadKernelInput(inputFileName);
-        const TComputedTest test = ComputeTest(input);
+        TResultWriter writer(resultName);
+        const TComputedTest test =
+            ComputeTest(input, [&](const TResultRow& row) { writer.AddRow(row); });
         for (const auto& warning : test.Warnings)
-            err << program << "warning: " << warning << "\n";
+            err << program << "warning: " << CleanLine(warning) << "\n";
         try {
-            WriteResultFile(resultName, KernelInfo(input, options, test), test.Rows);
+            writer.Finish(KernelInfo(input, options, test));
         } catch (const std::exception& e) {
             err << program << e.what() << "\n";
             return ecFailure;
@@ -285,15 +317,16 @@ int RunKernel(const std::string& inputFileName, const TKernelOptions& options, s
         if (options.Summary)
             PrintSummary(input, resultName, test, out);
         if (!test.Outcome.Completed) {
-            err << program << inputFileName << ": stopped: " << test.Outcome.Message << "\n";
+            err << program << inputFileName << ": stopped: " << CleanLine(test.Outcome.Message)
+                << "\n";
             return ecStopped;
         }
         return ecSuccess;
     } catch (const EKernelNotSupported& e) {
-        err << program << e.what() << "\n";
+        err << program << CleanLine(e.what()) << "\n";
         return ecNotSupported;
     } catch (const EKernelInput& e) {
-        err << program << e.what() << "\n";
+        err << program << CleanLine(e.what()) << "\n";
         return ecBadInput;
     } catch (const std::exception& e) {
         err << program << "internal error: " << e.what() << "\n";

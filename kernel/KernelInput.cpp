@@ -361,6 +361,10 @@ void ReadPhase(TLineCursor& file, TKernelInput& input, int index) {
     phase.Duration = file.ReadDouble("phase duration for " + n);
     if (phase.Duration < 0.0)
         file.Fail("\"phase duration for " + n + "\" is negative");
+    // The time of the rows is the sum of the durations: it must stay a finite number.
+    input.TotalDuration += phase.Duration;
+    if (!std::isfinite(input.TotalDuration))
+        file.Fail("the phase durations up to " + n + " add up beyond the largest number");
     phase.StrainIncrements = file.ReadDoubles6("strain increments for " + n);
     phase.StressIncrements = file.ReadDoubles6("stress increments for " + n);
     const auto conditions = file.ReadInts6("boundary conditions");
@@ -404,6 +408,7 @@ void ReadTestParameters(TLineCursor& file, TKernelInput& input) {
     input.PreconsolidationStress = file.ReadDouble("isotropic preconsolidation stress");
     input.MobilisedShearStrength = file.ReadDouble("mob. rel. shear strength");
     input.InnerRadius = file.ReadDouble("inner radius");
+    input.InnerRadiusLine = file.LineNumber();
     if (input.InnerRadius < 0.0)
         file.Fail("\"inner radius\" is negative");
     input.ControlType = file.ReadChoice("test control type", 0, 1);

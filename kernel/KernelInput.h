@@ -109,6 +109,7 @@ struct TKernelInput {
     double PreconsolidationStress = 0.0;
     double MobilisedShearStrength = -1.0;
     double InnerRadius = 0.0;
+    int InnerRadiusLine = 0;
     int ControlType = 0;
     Vec6 InitialStress = Vec6::Zero(); // effective, pressure unit
     int InitialStressLine = 0;
@@ -116,6 +117,7 @@ struct TKernelInput {
     double InitialTemperature = 0.0;
     std::vector<TPhaseInput> Phases;
     long long TotalSteps = 0;
+    double TotalDuration = 0.0;
 
     std::string PressureUnit() const { return ForceUnit + "/" + LengthUnit + "2"; }
 };

@@ -179,6 +179,16 @@ double TMohrCoulomb::YieldValue(const Vec6& stress) const {
     return MaxYield(Vec3(ascending(2), ascending(1), ascending(0)));
 }
 
+bool TMohrCoulomb::Integrate(const TModelPoint& start, const Vec6& strainIncrement, double,
+                             TModelPoint& end, Mat6* tangent, const char** fault) const {
+    end.History = start.History;
+    if (Update(start.Stress, strainIncrement, end.Stress, tangent))
+        return true;
+    if (fault)
+        *fault = "the stress return found no admissible stress";
+    return false;
+}
+
 bool TMohrCoulomb::Update(const Vec6& stress, const Vec6& strainIncrement, Vec6& newStress,
                           Mat6* tangent) const {
     const Vec6 trial = stress + FElastic * strainIncrement;
@@ -186,11 +196,10 @@ bool TMohrCoulomb::Update(const Vec6& stress, const Vec6& strainIncrement, Vec6&
         return false;
     Mat3 s;
     s << trial(0), trial(3), trial(5), trial(3), trial(1), trial(4), trial(5), trial(4), trial(2);
-    const Eigen::SelfAdjointEigenSolver<Mat3> eigen(s);
-    if (eigen.info() != Eigen::Success)
-        return false;
-    // Eigen sorts ascending; the return works from the most tensile value down.
-    const Vec3 ascending = eigen.eigenvalues();
+    Vec3 ascending;
+    Mat3 vectors;
+    SymmetricEigen(s, ascending, vectors);
+    // Ascending; the return works from the most tensile value down.
     const Vec3 x(ascending(2), ascending(1), ascending(0));
     if (MaxYield(x) <= RegionTolerance * std::max(x.cwiseAbs().maxCoeff(), FStrengthScale)) {
         newStress = trial;
@@ -202,9 +211,9 @@ bool TMohrCoulomb::Update(const Vec6& stress, const Vec6& strainIncrement, Vec6&
     if (!ReturnPrincipal(x, back))
         return false;
     Mat3 q;
-    q.col(0) = eigen.eigenvectors().col(2);
-    q.col(1) = eigen.eigenvectors().col(1);
-    q.col(2) = eigen.eigenvectors().col(0);
+    q.col(0) = vectors.col(2);
+    q.col(1) = vectors.col(1);
+    q.col(2) = vectors.col(0);
     // The correction is added to the trial stress rather than the stress rebuilt from its
     // principal values, so that rounding in the directions touches only the correction.
     const Mat6 a = Transformation(q);

@@ -24,12 +24,17 @@ class TMohrCoulomb final : public TSoilModel {
 public:
     explicit TMohrCoulomb(const TMohrCoulombParameters& parameters);
 
+    // The stress update itself: the model has no internal variables and no time.
     bool Update(const Vec6& stress, const Vec6& strainIncrement, Vec6& newStress,
-                Mat6* tangent) const override;
+                Mat6* tangent) const;
+    const Mat6& Elastic() const { return FElastic; }
+
+    bool Integrate(const TModelPoint& start, const Vec6& strainIncrement, double timeIncrement,
+                   TModelPoint& end, Mat6* tangent, const char** fault) const override;
     double YieldValue(const Vec6& stress) const override;
-    const Mat6& Elastic() const override { return FElastic; }
+    double StrengthScale() const override { return FStrengthScale; }
+    Mat6 ElasticTangent(const TModelPoint&) const override { return FElastic; }
     double ShearModulus() const override { return FParameters.G; }
-    double PoissonRatio() const override { return FParameters.Nu; }
 
     // The return of a trial stress given by its principal values sorted from the most tensile
     // (x(0)) to the most compressive (x(2)). On success, stress holds the returned principal

@@ -1,6 +1,104 @@
 #include "SoilModel.h"
 
+#include <Eigen/Eigenvalues>
+
+#include <cmath>
+
 namespace tw::kernel {
+
+namespace {
+
+// The order of three values, ascending.
+std::array<int, 3> Ascending(const Vec3& d) {
+    std::array<int, 3> order = {0, 1, 2};
+    if (d(order[0]) > d(order[1]))
+        std::swap(order[0], order[1]);
+    if (d(order[1]) > d(order[2]))
+        std::swap(order[1], order[2]);
+    if (d(order[0]) > d(order[1]))
+        std::swap(order[0], order[1]);
+    return order;
+}
+
+} // namespace
+
+void SymmetricEigen(const Mat3& matrix, Vec3& values, Mat3& vectors) {
+    // Without shear (triaxial, oedometer and isotropic states) the axes are the directions.
+    if (matrix(0, 1) == 0.0 && matrix(0, 2) == 0.0 && matrix(1, 2) == 0.0) {
+        const Vec3 d = matrix.diagonal();
+        const auto order = Ascending(d);
+        vectors.setZero();
+        for (int i = 0; i < 3; ++i) {
+            values(i) = d(order[i]);
+            vectors(order[i], i) = 1.0;
+        }
+        return;
+    }
+    Eigen::SelfAdjointEigenSolver<Mat3> direct;
+    direct.computeDirect(matrix);
+    Mat3 q = direct.eigenvectors();
+    if (!q.allFinite()) {
+        const Eigen::SelfAdjointEigenSolver<Mat3> iterative(matrix);
+        values = iterative.eigenvalues();
+        vectors = iterative.eigenvectors();
+        return;
+    }
+    // Well apart, the closed form's eigenvalues and vectors are exact to rounding.
+    const Vec3& e = direct.eigenvalues();
+    const double scale = matrix.cwiseAbs().maxCoeff();
+    if (std::min(e(1) - e(0), e(2) - e(1)) > 1e-3 * scale) {
+        values = e;
+        vectors = q;
+        return;
+    }
+    // Where eigenvalues nearly meet, the closed form's vectors need not be orthogonal: make
+    // them so. In their basis the matrix is nearly diagonal, and cyclic Jacobi rotations take
+    // off the rest, quadratically.
+    q.col(0).normalize();
+    q.col(1) -= q.col(0).dot(q.col(1)) * q.col(0);
+    q.col(1).normalize();
+    q.col(2) = q.col(0).cross(q.col(1));
+    Mat3 a = q.transpose() * matrix * q;
+    for (int sweep = 0; sweep < 4; ++sweep) {
+        const double off = std::abs(a(0, 1)) + std::abs(a(0, 2)) + std::abs(a(1, 2));
+        if (!(off > 1e-15 * scale))
+            break;
+        for (int p = 0; p < 2; ++p)
+            for (int r = p + 1; r < 3; ++r) {
+                const double apr = a(p, r);
+                if (apr == 0.0)
+                    continue;
+                const double theta = (a(r, r) - a(p, p)) / (2.0 * apr);
+                const double t = (theta >= 0.0 ? 1.0 : -1.0) /
+                                 (std::abs(theta) + std::sqrt(theta * theta + 1.0));
+                const double c = 1.0 / std::sqrt(t * t + 1.0);
+                const double s = t * c;
+                // a <- J^T a J with J the rotation in the plane (p, r).
+                for (int k = 0; k < 3; ++k) {
+                    const double akp = a(k, p), akr = a(k, r);
+                    a(k, p) = c * akp - s * akr;
+                    a(k, r) = s * akp + c * akr;
+                }
+                for (int k = 0; k < 3; ++k) {
+                    const double apk = a(p, k), ark = a(r, k);
+                    a(p, k) = c * apk - s * ark;
+                    a(r, k) = s * apk + c * ark;
+                }
+                for (int k = 0; k < 3; ++k) {
+                    const double qkp = q(k, p), qkr = q(k, r);
+                    q(k, p) = c * qkp - s * qkr;
+                    q(k, r) = s * qkp + c * qkr;
+                }
+            }
+    }
+    // Ascending, as the iterative solver gives them.
+    const Vec3 d = a.diagonal();
+    const auto order = Ascending(d);
+    for (int i = 0; i < 3; ++i) {
+        values(i) = d(order[i]);
+        vectors.col(i) = q.col(order[i]);
+    }
+}
 
 Mat6 ElasticStiffness(double g, double nu) {
     const double k = BulkModulus(g, nu);
@@ -14,12 +112,12 @@ Mat6 ElasticStiffness(double g, double nu) {
     return d;
 }
 
-TLinearElastic::TLinearElastic(double g, double nu)
-    : FG(g), FNu(nu), FElastic(ElasticStiffness(g, nu)) {}
+TLinearElastic::TLinearElastic(double g, double nu) : FG(g), FElastic(ElasticStiffness(g, nu)) {}
 
-bool TLinearElastic::Update(const Vec6& stress, const Vec6& strainIncrement, Vec6& newStress,
-                            Mat6* tangent) const {
-    newStress = stress + FElastic * strainIncrement;
+bool TLinearElastic::Integrate(const TModelPoint& start, const Vec6& strainIncrement, double,
+                               TModelPoint& end, Mat6* tangent, const char**) const {
+    end.Stress = start.Stress + FElastic * strainIncrement;
+    end.History = start.History;
     if (tangent)
         *tangent = FElastic;
     return true;

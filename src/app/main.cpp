@@ -1,9 +1,11 @@
-// The headless Tarnwick program. Its job for now: a new project on a Mohr-Coulomb medium dense
-// sand, whose triaxial and oedometer tests run through the calculation kernel beside this
-// program, and a short summary of their curves in the project's units.
+// The headless Tarnwick program: `tarnwick FILE` starts as the host starts the lab, on the input
+// file it hands over (the material, the units, the thermal expansions); without one it refuses.
+// Its job for now: the triaxial and oedometer tests of the new project run through the
+// calculation kernel beside this program, and a short summary of their curves in the project's
+// units. Read problems of the input file go to standard error, most severe first.
 
+#include "app/Startup.h"
 #include "labtest/QBProject.h"
-#include "materials/MaterialXFactory.h"
 #include "materials/MaterialXTools.h"
 #include "objects/ObjectManager.h"
 #include "services/CommandLine.h"
@@ -17,25 +19,6 @@
 using namespace tw;
 
 namespace {
-
-// A medium dense sand as a user types it, in kN/m2 and kN/m3 (the program holds pascal).
-std::unique_ptr<TKovSoilMaterialX> MediumDenseSand() {
-    auto sand = TMaterialXFactory::CreateSoilMaterialX(nullptr, "Medium dense sand",
-                                                       mxsmmMohrCoulomb, nullptr);
-    auto set = [&](const char* name, double value) {
-        TMaterialXTools::SetUserPropertyValueFrom(*sand, name, value);
-    };
-    set("GammaInputMethod", mxsgimDirect);
-    set("gammaUnsat", 17e3);
-    set("gammaSat", 20e3);
-    set("eInit", 0.6);
-    set("nu", 0.3);
-    set("ERef", 30000e3);
-    set("cRef", 1e3);
-    set("phi", 32.0);
-    set("psi", 2.0);
-    return sand;
-}
 
 // An oedometer test from 10 kPa vertical at K0 = 1 - sin(phi): loading to 400 kPa in 100 steps,
 // unloading to 100 kPa in 50.
@@ -131,16 +114,24 @@ int main(int argc, char** argv) {
     TCommandLine::SetProgram(TCommandLine(argc, argv));
     try {
         TKovObjectManager manager;
-        manager.LockRevert();
-        auto project = Make<TQBProject>(&manager, MediumDenseSand(), tm3D);
-        manager.UnlockRevert();
-        manager.ClearRevertStacks();
+        TStartupOutcome start = StartUp(TCommandLine::Program(), manager);
+        for (const std::string& line : ReadFeedbackLines(start.ReadErrors))
+            std::cerr << line << "\n";
+        if (!start.Started()) {
+            std::cerr << start.Title << ": " << start.Message << std::endl;
+            return 2;
+        }
+        if (!start.KernelMessage.empty())
+            std::cerr << start.KernelMessage << "\n";
+        std::unique_ptr<TQBProject> project = std::move(start.Project);
         const TKovSoilMaterialX& sand = *project->MainMaterialX();
         const TSystemOfUnits& units = project->SystemOfUnits();
         auto value = [&](const char* name) {
-            return FloatToStr(
-                TMaterialXTools::GetPropertyPresentationValue(*sand.FindUserProperty(name), units),
-                6);
+            const TKovIntrinsicProperty* property = sand.FindUserProperty(name);
+            return property
+                       ? FloatToStr(TMaterialXTools::GetPropertyPresentationValue(*property, units),
+                                    6)
+                       : std::string("-");
         };
         const std::string kPa = units.PresentationUnitText(qtPressure);
         std::cout << "Tarnwick: a laboratory for soil models\n\n"
@@ -150,7 +141,9 @@ int main(int argc, char** argv) {
                             DrainageTypeCaptions()[sand.DrainageType()], value("ERef"), kPa,
                             value("nu"), value("cRef"), kPa, value("phi"), value("psi"));
 
-        const double k0 = 1 - std::sin(32.0 * std::numbers::pi / 180.0);
+        // Jaky's K0 of a normally consolidated soil, 1 - sin phi'.
+        const double k0 = 1 - std::sin(TMaterialXTools::GetUserPropertyValueFrom(sand, "phi") *
+                                       std::numbers::pi / 180.0);
         SetUpOedometer(*project->OedometerTest(), k0);
         int failures = 0;
         for (TQBTestType type : {ttTriaxial, ttOedometer})

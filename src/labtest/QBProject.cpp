@@ -278,7 +278,13 @@ void TQBProject::DeleteMaterial(ITestMaterial* material) {
 }
 
 void TQBProject::AddLoadedTest(std::unique_ptr<TQBTestBase> test) {
-    test->SetTitle(ComposeTitle(*test));
+    const std::string identification = test->MaterialIdentification();
+    AddLoadedTest(std::move(test), identification);
+}
+
+void TQBProject::AddLoadedTest(std::unique_ptr<TQBTestBase> test,
+                               const std::string& identification) {
+    test->SetTitle(ComposeTitle(*test, identification));
     FLoadedTests->Add(test.release());
 }
 
@@ -287,7 +293,10 @@ double TQBProject::PressureInProjectUnits(double pascal) const {
 }
 
 std::string TQBProject::ComposeTitle(const TQBTestBase& test) const {
-    const std::string id = test.MaterialIdentification();
+    return ComposeTitle(test, test.MaterialIdentification());
+}
+
+std::string TQBProject::ComposeTitle(const TQBTestBase& test, const std::string& id) const {
     switch (test.TestType()) {
     case ttTriaxial: {
         const auto& triaxial = static_cast<const TQBTestTriaxial&>(test);

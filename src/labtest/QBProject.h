@@ -20,6 +20,8 @@ namespace tw {
 
 TW_DECLARE_EXCEPTION(EQBProjectException, EKovException)
 
+class THPReadErrorList;
+
 class TQBProject : public TKovObservableObject {
     TW_KOV_CLASS(TQBProject, TKovObservableObject)
 public:
@@ -109,10 +111,29 @@ public:
     }
     void DeleteMaterialX(TKovMaterialX* material);
 
-    // Adds a test loaded from a file for comparison; the title is composed here.
+    // Adds a test loaded from a file for comparison; the title is composed here, with the
+    // material's identification or the one given.
     void AddLoadedTest(std::unique_ptr<TQBTestBase> test);
+    void AddLoadedTest(std::unique_ptr<TQBTestBase> test, const std::string& identification);
     // The title of a loaded test, from its type and its material's identification.
     std::string ComposeTitle(const TQBTestBase& test) const;
+    std::string ComposeTitle(const TQBTestBase& test, const std::string& identification) const;
+
+    // The project's files (QBProjectFiles.cpp). A read raises, leaving the project as it was,
+    // for a file that cannot be read; the message names the file. Problems that don't stop it go
+    // into `errors`.
+    // A test file (".twt.kovml"): the test joins the loaded tests with a static copy of the
+    // material it was calculated with and the behaviour it had. Answers the test.
+    TQBTestBase& ReadTestResultsXML(const std::string& fileName,
+                                    THPReadErrorList* errors = nullptr);
+    // Writes the main test of a type with its results and a copy of the material, through a
+    // temporary file beside the target.
+    void WriteTestResultsXML(const std::string& fileName, TQBTestType testType);
+    // The whole project (".qbo.xml"): units, main and loaded tests; not the material, which
+    // comes from the host. ReadQBO replaces the project's tests and units by the file's; a file
+    // without "UnitSystemVersion" holds its numbers in its own units and is converted.
+    bool WriteQBO(const std::string& fileName);
+    bool ReadQBO(const std::string& fileName, THPReadErrorList* errors = nullptr);
     // The project's own presentation units; the "UnitLength", "UnitForce" and "UnitTime"
     // properties follow them, and they follow the properties.
     TSystemOfUnits& SystemOfUnits() const { return *FSystemOfUnits; }

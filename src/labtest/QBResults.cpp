@@ -274,6 +274,35 @@ void TQBResults::CopyFrom(const TQBResults& source) {
     NotifyObservers();
 }
 
+void TQBResults::ReplaceRows(int rowCount, TColumns&& columns) {
+    const auto rows = static_cast<size_t>(std::max(rowCount, 0));
+    for (int i = 0; i < QBResultTypeCount; ++i)
+        if (columns.Values[i].size() != rows || columns.IsSet[i].size() != rows)
+            throw EQBResultsException(Format("Column %s holds %d values for %d rows",
+                                             ResultTypeInfos[i].PropertyName,
+                                             columns.Values[i].size(), rowCount));
+    if (columns.Selected.size() != rows)
+        throw EQBResultsException(
+            Format("The choice holds %d rows for %d rows", columns.Selected.size(), rowCount));
+    FValues = std::move(columns.Values);
+    FIsSet = std::move(columns.IsSet);
+    FIsSelectedRow = std::move(columns.Selected);
+    FRowCount = static_cast<int>(rows);
+    NotifyObservers();
+}
+
+TQBResults::TColumns TQBResults::TakeRows() {
+    TColumns columns{std::move(FValues), std::move(FIsSet), std::move(FIsSelectedRow)};
+    for (int i = 0; i < QBResultTypeCount; ++i) {
+        FValues[i].clear();
+        FIsSet[i].clear();
+    }
+    FIsSelectedRow.clear();
+    FRowCount = 0;
+    NotifyObservers();
+    return columns;
+}
+
 void TQBResults::AssignEssentialState(const TKovObject& source) {
     TKovObservableObject::AssignEssentialState(source);
     if (const auto* other = dynamic_cast<const TQBResults*>(&source)) {

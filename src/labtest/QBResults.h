@@ -161,6 +161,22 @@ public:
     // A whole column, one value per row (0 where not set).
     std::span<const double> Column(TQBResultType type) const { return FValues[type]; }
 
+    // Whole columns for the readers and writers of stored results: the flags of a column and
+    // the rows' choices, one byte a row (1: set, chosen).
+    std::span<const uint8_t> IsSetColumn(TQBResultType type) const { return FIsSet[type]; }
+    std::span<const uint8_t> SelectedRows() const { return FIsSelectedRow; }
+    struct TColumns {
+        std::array<std::vector<double>, QBResultTypeCount> Values;
+        std::array<std::vector<uint8_t>, QBResultTypeCount> IsSet;
+        std::vector<uint8_t> Selected;
+    };
+    // Replaces every row by `rowCount` rows taken over from `columns`, each vector of that
+    // length; raises EQBResultsException, changing nothing, for one of another length. One
+    // notification.
+    void ReplaceRows(int rowCount, TColumns&& columns);
+    // Hands every row over, leaving none; one notification.
+    TColumns TakeRows();
+
     // The rows a user has chosen.
     void SetIsSelectedRow(int row, bool selected);
     bool GetIsSelectedRow(int row) const;

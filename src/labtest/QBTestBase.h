@@ -43,6 +43,7 @@ public:
     ITestMaterial* Material() const;
     using TGetMaterial = std::function<ITestMaterial*()>;
     void SetOnGetMaterial(TGetMaterial onGetMaterial);
+    const TGetMaterial& OnGetMaterial() const { return FOnGetMaterial; }
     // Takes ownership of a material of its own (loaded and cloned tests).
     void SetOwnedMaterial(std::unique_ptr<ITestMaterial> material);
     bool OwnsMaterial() const { return FOwnedMaterial != nullptr; }

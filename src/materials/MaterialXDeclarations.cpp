@@ -166,6 +166,24 @@ TIPDoubleWithUnit_DerivedExternalDeclaration& TMXParametersConstructor::DeclareD
                                            FlagsFor(flags, bool(setter)), caption, min, max);
 }
 
+TIPDoubleWithUnit_DerivedExternalDeclaration_ProxiedAttributes&
+TMXParametersConstructor::DeclareDerivedDoubleWithProxiedAttributes(
+    const std::string& name, TKovIntrinsicPropertyConfig flags, const std::string& proxySource,
+    TDoubleGetter getter, TDoubleSetter setter, const std::string& caption) {
+    using D = TIPDoubleWithUnit_DerivedExternalDeclaration_ProxiedAttributes;
+    auto declaration = std::make_unique<D>(
+        TIPDoubleWithUnit::StaticClass(), name,
+        TIPDoubleWithUnit_DerivedExternal_ProxiedAttributes::StaticClass(),
+        [](TKovObservableObject* owner,
+           const TKovIntrinsicPropertyDeclaration* d) -> TKovIntrinsicProperty* {
+            return new TIPDoubleWithUnit_DerivedExternal_ProxiedAttributes(owner, d);
+        },
+        FlagsFor(flags, bool(setter)), caption);
+    declaration->SetAccessors(Accessors<double>(std::move(getter), setter));
+    declaration->ProxySource = proxySource;
+    return static_cast<D&>(List().Add(std::move(declaration)));
+}
+
 TIPDouble_DerivedExternalDeclaration& TMXParametersConstructor::DeclareDerivedDoubleWithoutUnit(
     const std::string& name, TKovIntrinsicPropertyConfig flags, double min, double max,
     TDoubleGetter getter, TDoubleSetter setter, const std::string& caption) {
@@ -578,6 +596,49 @@ TMXIPConfigurationFunctions::GetEnumerationSetMutabilityGetter(const std::string
     return [name, values = std::move(values)](const TKovMaterialX& m) {
         return WritableIf(Contains(values, UserOrdinalOr(m, name, -1)));
     };
+}
+
+// ---------------------------------------------------------------------------------------------
+// Proxied attributes
+
+bool TIPDoubleWithUnit_DerivedExternalDeclaration_ProxiedAttributes::IsIdentical(
+    const TKovIntrinsicPropertyDeclaration& other) const {
+    return TIPDoubleWithUnit_DerivedExternalDeclaration::IsIdentical(other) &&
+           ProxySource ==
+               static_cast<const TIPDoubleWithUnit_DerivedExternalDeclaration_ProxiedAttributes&>(
+                   other)
+                   .ProxySource;
+}
+
+TW_KOV_CLASS_IMPL(TIPDoubleWithUnit_DerivedExternal_ProxiedAttributes,
+                  TIPDoubleWithUnit_DerivedExternal, nullptr)
+
+const TIPDouble* TIPDoubleWithUnit_DerivedExternal_ProxiedAttributes::ProxySource() const {
+    const auto* declaration =
+        dynamic_cast<const TIPDoubleWithUnit_DerivedExternalDeclaration_ProxiedAttributes*>(
+            Declaration());
+    const TKovMaterialX* material = MaterialOfProperty(*this);
+    if (!declaration || !material)
+        return nullptr;
+    const TKovIntrinsicProperty* source =
+        TMaterialXTools::GetInternalPropertyFrom(*material, declaration->ProxySource);
+    if (!source)
+        source = TMaterialXTools::GetUserPropertyFrom(*material, declaration->ProxySource);
+    const auto* number = dynamic_cast<const TIPDouble*>(source);
+    if (!number || number == this)
+        throw EIntrinsicPropertyException(
+            Format("Cannot find proxy source for \"%s\"", declaration->ProxySource));
+    return number;
+}
+
+const TLimits<double>* TIPDoubleWithUnit_DerivedExternal_ProxiedAttributes::NumberLimits() const {
+    const TIPDouble* source = ProxySource();
+    return source ? source->NumberLimits() : TIPDoubleWithUnit_DerivedExternal::NumberLimits();
+}
+
+TQuantityType TIPDoubleWithUnit_DerivedExternal_ProxiedAttributes::QuantityType() const {
+    const auto* source = dynamic_cast<const TIPDoubleWithUnit*>(ProxySource());
+    return source ? source->QuantityType() : TIPDoubleWithUnit_DerivedExternal::QuantityType();
 }
 
 } // namespace tw

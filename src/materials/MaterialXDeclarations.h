@@ -41,6 +41,41 @@ enum TMXParameterRelationType { mxprtGet, mxprtSet, mxprtConfig };
 // any material.
 TKovMaterialX* MaterialOfProperty(const TKovIntrinsicProperty& property);
 
+// A derived number whose limits and unit are those of another property of its material, found by
+// name when they are asked for: a value shown beside the stored one it stands for, that follows
+// whatever limits and unit that one has at the time.
+class TIPDoubleWithUnit_DerivedExternalDeclaration_ProxiedAttributes
+    : public TIPDoubleWithUnit_DerivedExternalDeclaration {
+public:
+    using TIPDoubleWithUnit_DerivedExternalDeclaration::
+        TIPDoubleWithUnit_DerivedExternalDeclaration;
+    const char* DeclarationTypeName() const override {
+        return "DeclarationDoubleWithUnitProxiedAttributes";
+    }
+    std::unique_ptr<TKovIntrinsicPropertyDeclaration> Clone() const override {
+        return std::make_unique<TIPDoubleWithUnit_DerivedExternalDeclaration_ProxiedAttributes>(
+            *this);
+    }
+    bool IsIdentical(const TKovIntrinsicPropertyDeclaration& other) const override;
+    // The name of the property whose limits and unit this one takes (stored or user).
+    std::string ProxySource;
+};
+
+class TIPDoubleWithUnit_DerivedExternal_ProxiedAttributes
+    : public TIPDoubleWithUnit_DerivedExternal {
+    TW_KOV_CLASS(TIPDoubleWithUnit_DerivedExternal_ProxiedAttributes,
+                 TIPDoubleWithUnit_DerivedExternal)
+public:
+    using TIPDoubleWithUnit_DerivedExternal::TIPDoubleWithUnit_DerivedExternal;
+    // Those of the source, which must exist in the material: raises "Cannot find proxy source for
+    // \"%s\"" otherwise. Without a material (a multi-select twin) the declaration's own.
+    const TLimits<double>* NumberLimits() const override;
+    TQuantityType QuantityType() const override;
+
+private:
+    const TIPDouble* ProxySource() const;
+};
+
 // ---------------------------------------------------------------------------------------------
 // Associated parameter group: used as a class, one instance per group, never per material.
 
@@ -156,6 +191,12 @@ public:
                                    const std::vector<std::string>& values, TIntegerGetter getter,
                                    TIntegerSetter setter, const std::string& caption);
 
+    // A derived number with the limits and unit of the property `proxySource` of its material.
+    TIPDoubleWithUnit_DerivedExternalDeclaration_ProxiedAttributes&
+    DeclareDerivedDoubleWithProxiedAttributes(const std::string& name,
+                                              TKovIntrinsicPropertyConfig flags,
+                                              const std::string& proxySource, TDoubleGetter getter,
+                                              TDoubleSetter setter, const std::string& caption);
     // A derived property with the name, kind, bounds and caption of the stored one of the
     // reference constructor, reading and writing it. Enumerations refuse this.
     TKovIntrinsicPropertyDeclaration& AddInterfaceTo(const std::string& name,

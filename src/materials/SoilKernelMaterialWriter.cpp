@@ -181,8 +181,11 @@ std::shared_ptr<const TMaterialXDataProvider> ModifiedCamClay() {
                                                        {38, modified("lambda")}});
 }
 
+// Place 14 carries Hoek-Brown's tension cut-off switch as it carries Mohr-Coulomb's: our kernel
+// reads it there for both, with the tensile strength at place 48.
 std::shared_ptr<const TMaterialXDataProvider> HoekBrown() {
-    return Provider("TMaterialXDataProviderSoil_HB", {{30, User("AbsSigmaCI")},
+    return Provider("TMaterialXDataProviderSoil_HB", {{14, User("TensionCutOff")},
+                                                      {30, User("AbsSigmaCI")},
                                                       {31, User("mi")},
                                                       {32, User("GSI")},
                                                       {35, User("Disturbance")},

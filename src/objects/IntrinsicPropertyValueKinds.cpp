@@ -43,18 +43,22 @@ int32_t TIPInteger::MaxValue() const {
 
 TW_KOV_CLASS_IMPL(TIPDouble, TIPDoubleKind, nullptr)
 
+const TLimits<double>* TIPDouble::NumberLimits() const {
+    return FDeclaration ? FDeclaration->DoubleLimits() : nullptr;
+}
+
 double TIPDouble::Limit(double value) const {
-    const TLimits<double>* limits = FDeclaration ? FDeclaration->DoubleLimits() : nullptr;
+    const TLimits<double>* limits = NumberLimits();
     return limits ? limits->Apply(value) : value;
 }
 
 double TIPDouble::MinValue() const {
-    const TLimits<double>* limits = FDeclaration ? FDeclaration->DoubleLimits() : nullptr;
+    const TLimits<double>* limits = NumberLimits();
     return limits ? limits->Min : 0;
 }
 
 double TIPDouble::MaxValue() const {
-    const TLimits<double>* limits = FDeclaration ? FDeclaration->DoubleLimits() : nullptr;
+    const TLimits<double>* limits = NumberLimits();
     return limits ? limits->Max : 0;
 }
 

@@ -198,6 +198,9 @@ public:
     double MaxValue() const;
     double Limit(double value) const;
     std::string ValueAsText() const override;
+    // The limits of the value: the declaration's, unless a kind takes them from elsewhere (a
+    // material's proxied attributes); nullptr for none.
+    virtual const TLimits<double>* NumberLimits() const;
 
 protected:
     bool Accept(double& value) const {
@@ -219,7 +222,8 @@ class TIPDoubleWithUnit : public TIPDouble {
 public:
     using TIPDouble::TIPDouble;
     std::string GetObjectTypeName() const override { return "NumberWithUnit"; }
-    TQuantityType QuantityType() const;
+    // The declaration's, unless a kind takes it from elsewhere.
+    virtual TQuantityType QuantityType() const;
     // The value in the presentation unit of `presenter`; the stored value without one.
     double GetPresentationValue(const IQuantityPresenter* presenter) const;
     // Writes a value given in the presentation unit of `presenter`.

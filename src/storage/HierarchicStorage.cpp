@@ -95,15 +95,22 @@ bool THierarchicStorage::HasNamedValue(const std::string& name) const {
 
 uint64_t THierarchicStorage::GetValueAsBlobSize() const {
     const std::string size = GetNamedValue(UncompressedSizeName);
-    if (!size.empty()) {
-        int64_t value;
-        if (!StorageStringToInt64(size, value) || value < 0)
-            throw EStorageCorruptFile(
-                Format("Invalid %s \"%s\" in %s", UncompressedSizeName, size, Name()));
-        return static_cast<uint64_t>(value);
-    }
     std::string scratch;
-    return GetValueAsRawBlob(scratch).size();
+    const uint64_t raw = GetValueAsRawBlob(scratch).size();
+    if (size.empty())
+        return raw;
+    int64_t value;
+    if (!StorageStringToInt64(size, value) || value < 0)
+        throw EStorageCorruptFile(
+            Format("Invalid %s \"%s\" in %s", UncompressedSizeName, size, Name()));
+    // Readers allocate what this answers: a claim that the stored bytes cannot hold is refused
+    // here, before anybody trusts it.
+    const auto claimed = static_cast<uint64_t>(value);
+    if (GetNamedValue(CompressionTypeName).empty() ? claimed != raw
+                                                   : claimed / MaxDeflateRatio > raw + 64)
+        throw EStorageCorruptFile(
+            Format("The blob of %s claims %d bytes from %d stored", Name(), claimed, raw));
+    return claimed;
 }
 
 void THierarchicStorage::GetValueAsBlobBuffer(void* buffer, uint64_t size) const {
@@ -132,11 +139,6 @@ void THierarchicStorage::GetValueAsBlobBuffer(void* buffer, uint64_t size) const
 
 std::vector<uint8_t> THierarchicStorage::GetValueAsBlobBuffer() const {
     const uint64_t size = GetValueAsBlobSize();
-    std::string scratch;
-    if (!GetNamedValue(CompressionTypeName).empty() &&
-        size / MaxDeflateRatio > GetValueAsRawBlob(scratch).size() + 64)
-        throw EStorageCorruptFile(Format("The blob of %s claims %d bytes from %d compressed",
-                                         Name(), size, GetValueAsRawBlob(scratch).size()));
     std::vector<uint8_t> buffer(static_cast<size_t>(size));
     GetValueAsBlobBuffer(buffer.data(), size);
     return buffer;

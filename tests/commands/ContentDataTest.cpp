@@ -1,12 +1,15 @@
 #include "commands/ContentData.h"
 #include "commands/CommandOutput.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <cmath>
 #include <limits>
 
 using namespace tw;
+using ::testing::StartsWith;
+using ::testing::ThrowsMessage;
 
 TEST(ContentData, JsonRoundTripKeepsTypesAndTheWordsForNonNumbers) {
     TCDObject root;
@@ -43,13 +46,9 @@ TEST(ContentData, JsonRoundTripKeepsTypesAndTheWordsForNonNumbers) {
     // Key order is no part of the content.
     EXPECT_EQ(json.ContentDataToString(object), text);
 
-    try {
-        object.GetItem("missing");
-        FAIL();
-    } catch (const EContentDataException& e) {
-        EXPECT_EQ(std::string(e.what()).rfind("Key named missing is not present in object {", 0),
-                  0u);
-    }
+    EXPECT_THAT([&] { object.GetItem("missing"); },
+                ThrowsMessage<EContentDataException>(
+                    StartsWith("Key named missing is not present in object {")));
     EXPECT_THROW(object.GetInteger("text"), EContentDataException);
     EXPECT_THROW(json.CreateContentDataFromString("{\"a\": [1, 2"), EContentDataException);
     EXPECT_THROW(json.CreateContentDataFromString(std::string(100000, '[')), EContentDataException);

@@ -3,12 +3,15 @@
 #include "commands/KovTaskController.h"
 #include "services/RuntimeSettings.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <thread>
 
 using namespace tw;
 using namespace tw::testing;
+using ::testing::StrEq;
+using ::testing::ThrowsMessage;
 
 namespace {
 constexpr const char* UnknownObject =
@@ -212,12 +215,9 @@ TEST_F(InterpreterFixture, TargetsAndDefaultObjects) {
     EXPECT_EQ(Thing.Count().Value(), 12);
     EXPECT_EQ(Run("set $n.Count 1").ErrorText, "Identifier expected, but Integer found");
     TInterpreterEnvironment copy;
-    try {
-        copy.Assign(Interpreter->Environment());
-        FAIL();
-    } catch (const ECommandError& e) {
-        EXPECT_STREQ(e.what(), "Prediction failed because user variables are present!");
-    }
+    EXPECT_THAT([&] { copy.Assign(Interpreter->Environment()); },
+                ThrowsMessage<ECommandError>(
+                    StrEq("Prediction failed because user variables are present!")));
 }
 
 TEST_F(InterpreterFixture, HistoriesLastOutputAndPrediction) {

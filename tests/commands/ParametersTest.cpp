@@ -5,10 +5,13 @@
 #include "commands/KovTokenizer.h"
 #include "commands/MultiObjectCommands.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 using namespace tw;
 using namespace tw::testing;
+using ::testing::StrEq;
+using ::testing::ThrowsMessage;
 
 namespace {
 
@@ -62,12 +65,9 @@ TEST(Patterns, OneCommandWithTwoPatternsChoosesByMatching) {
     EXPECT_EQ(command.GetSupportedPattern(1).AsText(), "<Text>");
 
     // A pattern asked to run on parameters it doesn't match is a program fault.
-    try {
-        command.GetSupportedPattern(1).Execute(nullptr, Params({Int(1)}), output);
-        FAIL();
-    } catch (const ECommandError& e) {
-        EXPECT_STREQ(e.what(), "Command Pattern Execute called for an unsupported parameter set!");
-    }
+    EXPECT_THAT([&] { command.GetSupportedPattern(1).Execute(nullptr, Params({Int(1)}), output); },
+                ThrowsMessage<ECommandError>(
+                    StrEq("Command Pattern Execute called for an unsupported parameter set!")));
 }
 
 TEST(Patterns, ANumberBesideAnIntegerIsAmbiguousForAnInteger) {
@@ -89,13 +89,13 @@ TEST(Patterns, CommandListNamesCacheAndClashes) {
     TEasyCommandList list;
     auto nothing = [](TKovObject*, const TCommandParameterList&, TCommandOutput&) {};
     list.AddExternal({"setmetadata", "", "smd"}, {}, nothing);
-    try {
-        list.AddExternal({"smd", "", ""}, {}, nothing);
-        FAIL();
-    } catch (const ECommandError& e) {
-        EXPECT_STREQ(e.what(), "Adding command \"smd\" to command list leads to clash with "
-                               "already existing \"setmetadata\"");
-    }
+    EXPECT_THAT(
+        [&] {
+            list.AddExternal({"smd", "", ""}, {}, nothing);
+        },
+        ThrowsMessage<ECommandError>(
+            StrEq("Adding command \"smd\" to command list leads to clash with "
+                  "already existing \"setmetadata\"")));
     TCommandErrorCode code;
     EXPECT_EQ(list.GetByName("nosuch", code), nullptr);
     EXPECT_EQ(code, cecZeroCommandMatches);
@@ -151,13 +151,9 @@ TEST(Parameters, SequencesTakeWhatTheyCanAndRestoreWhatTheyCannot) {
     EXPECT_TRUE(bounded.Matches(Params({Txt("a"), Int(1), Txt("b")}), position));
     EXPECT_EQ(position, 2); // the half element is given back
 
-    try {
-        TComParSequence({{TComParInteger::Class()}}, 3, true, 2);
-        FAIL();
-    } catch (const ECommandError& e) {
-        EXPECT_STREQ(e.what(),
-                     "Peculiar maximum value (2) for TComParSequence. Minimum value is 3");
-    }
+    EXPECT_THAT([&] { TComParSequence({{TComParInteger::Class()}}, 3, true, 2); },
+                ThrowsMessage<ECommandError>(
+                    StrEq("Peculiar maximum value (2) for TComParSequence. Minimum value is 3")));
     EXPECT_THROW(TComParSequence({}, 1), ECommandError);
 }
 
@@ -218,18 +214,12 @@ TEST(Parameters, CompoundsGreedyAndEnumerations) {
     EXPECT_TRUE(kinds.Matches(Params({Txt("gamma_ray")}), position));
     EXPECT_EQ(kinds.TextToEnumIndex("BETA"), 1);
     EXPECT_EQ(kinds.TextToEnumIndex("Delta"), -1);
-    try {
-        kinds.EnumIndexToText(2);
-        FAIL();
-    } catch (const ECommandError& e) {
-        EXPECT_STREQ(e.what(), "TComParEnumeration cannot give an enum value 2 (max 1)");
-    }
-    try {
-        kinds.EnumIndexToText(-1);
-        FAIL();
-    } catch (const ECommandError& e) {
-        EXPECT_STREQ(e.what(), "TComParEnumeration cannot give an enum value -1 (min 0)");
-    }
+    EXPECT_THAT([&] { kinds.EnumIndexToText(2); },
+                ThrowsMessage<ECommandError>(
+                    StrEq("TComParEnumeration cannot give an enum value 2 (max 1)")));
+    EXPECT_THAT([&] { kinds.EnumIndexToText(-1); },
+                ThrowsMessage<ECommandError>(
+                    StrEq("TComParEnumeration cannot give an enum value -1 (min 0)")));
 
     // Key-value pairs in line, as one set, and a pair as a set of its own in line.
     const auto& pairs = *TComParKeyValuePairSequence::Class();
@@ -266,12 +256,8 @@ TEST(Parameters, ValuesOrPropertiesAndNumbersWithUnits) {
     EXPECT_TRUE(number.Matches(list, position));
     EXPECT_EQ(TComParOrIPNumber::GetValue(*list[2]), 3.0);
     EXPECT_EQ(TComParArrayOfNumbers::GetValue(*list[1]), (std::vector<double>{1, 2, 3}));
-    try {
-        TComParArrayOfNumbers::GetValue(*Txt("1 x"));
-        FAIL();
-    } catch (const ECommandError& e) {
-        EXPECT_STREQ(e.what(), "Cannot convert \"1 x\" to array");
-    }
+    EXPECT_THAT([&] { TComParArrayOfNumbers::GetValue(*Txt("1 x")); },
+                ThrowsMessage<ECommandError>(StrEq("Cannot convert \"1 x\" to array")));
 
     // A plain number is in the presentation unit (kN/m²), a property in its base unit (Pa).
     using TPressure = TComParOrIPDoubleWithUnit<TQuantityTypeClass_Pressure>;

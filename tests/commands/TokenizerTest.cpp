@@ -1,9 +1,12 @@
 #include "commands/KovTokenExpressions.h"
 #include "commands/KovTokenizer.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 using namespace tw;
+using ::testing::StrEq;
+using ::testing::ThrowsMessage;
 
 namespace {
 
@@ -173,12 +176,9 @@ TEST(Tokenizer, TokenDataEqualityCopyAndAssign) {
     TTokenDataText target("old");
     TTokenData::Assign(target, TTokenDataText("new"));
     EXPECT_EQ(target.GetValue(), "new");
-    try {
-        TTokenData::Assign(target, TTokenDataInteger(1));
-        FAIL();
-    } catch (const EKovTokenizerException& e) {
-        EXPECT_STREQ(e.what(), "Cannot assign to a Text from a Integer");
-    }
+    EXPECT_THAT(
+        [&] { TTokenData::Assign(target, TTokenDataInteger(1)); },
+        ThrowsMessage<EKovTokenizerException>(StrEq("Cannot assign to a Text from a Integer")));
     TTokenDataOperandBracket bracket("[", btSquare, bsOpen);
     EXPECT_EQ(bracket.BracketTypeInText(), "square");
     EXPECT_EQ(bracket.BracketStateInText(), "open");

@@ -333,16 +333,21 @@ TEST(ElementTest, RefusesWhatItCannotComputeAndNamesTheLine) {
     const int firstPlace = LineOf(lines, "[soilparameters]") + 1;
 
     TKernelFile f = base;
-    f.Model = 6;
-    f.ModelCaption = "Hardening Soil";
+    f.Model = 12;
+    f.ModelCaption = "NGI-ADP";
     EXPECT_TRUE(notSupported(f));
-    EXPECT_EQ(reason(f), std::make_pair(LineOf(lines, "=soil model type"),
-                                        std::string("soil model type 6 (Hardening Soil) is not "
-                                                    "supported by this kernel; it computes Linear "
-                                                    "Elastic (1) and Mohr-Coulomb (2)")));
+    EXPECT_EQ(reason(f).first, LineOf(lines, "=soil model type"));
+    EXPECT_EQ(reason(f).second.rfind("soil model type 12 (NGI-ADP) is not supported by this "
+                                     "kernel; it computes Linear Elastic (1), Mohr-Coulomb (2)",
+                                     0),
+              0u)
+        << reason(f).second;
     f = base;
+    // A pressuremeter needs the cavity's radius.
     f.TestType = 6;
-    EXPECT_TRUE(notSupported(f));
+    EXPECT_EQ(reason(f), std::make_pair(LineOf(lines, "=inner radius"),
+                                        std::string("the pressuremeter test needs an inner "
+                                                    "radius above 0")));
     f = base;
     f.Unsaturated = 1;
     EXPECT_TRUE(notSupported(f));
@@ -357,7 +362,7 @@ TEST(ElementTest, RefusesWhatItCannotComputeAndNamesTheLine) {
         const char* Reason;
     };
     const TCase places[] = {
-        {0, 0, "place 0: the shear modulus must be above 0, found 0"},
+        {0, 0, "place 0: the shear modulus must be above 0 and its stiffness finite, found 0"},
         {1, 0.5, "place 1: Poisson's ratio must lie above -1 and below 0.5, found 0.5"},
         {2, 1, "place 2: the sine of the friction angle must lie from 0 to below 1, found 1"},
         {3, -1, "place 3: the cohesion must not be negative, found -1"},

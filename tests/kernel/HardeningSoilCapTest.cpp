@@ -4,10 +4,14 @@
 
 #include "materials/HardeningSoilCap.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <cmath>
 #include <string>
+
+using ::testing::StrEq;
+using ::testing::ThrowsMessage;
 
 namespace {
 
@@ -80,12 +84,10 @@ TEST(HardeningSoilCap, RefusesWhatHasNoCap) {
     const auto frictionless = tw::RunHSCapIter(0, 20000, 20000, 0.2, 0.9, 0.5, 60000, 0.5);
     EXPECT_EQ(frictionless.M, 1.0);
     EXPECT_EQ(frictionless.KsKc, 1.0);
-    try {
-        tw::RunHSCapIter(30, 20000, 0, 0.2, 0.9, 0.5, 60000, 0.5);
-        FAIL() << "no oedometer stiffness";
-    } catch (const std::domain_error& e) {
-        EXPECT_STREQ(e.what(), "Unable to calculate EOed due to division by 0 error.");
-    }
+    EXPECT_THAT([] { tw::RunHSCapIter(30, 20000, 0, 0.2, 0.9, 0.5, 60000, 0.5); },
+                ThrowsMessage<std::domain_error>(
+                    StrEq("Unable to calculate EOed due to division by 0 error.")))
+        << "no oedometer stiffness";
     // An oedometer stiffness above the elastic one, and a K0nc beyond failure, have no cap.
     EXPECT_THROW(tw::RunHSCapIter(30, 20000, 1e6, 0.2, 0.9, 0.5, 60000, 0.5), std::domain_error);
     EXPECT_THROW(tw::RunHSCapIter(30, 20000, 20000, 0.2, 0.9, 0.2, 60000, 0.5), std::domain_error);

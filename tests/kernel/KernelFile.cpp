@@ -1,6 +1,7 @@
 #include "KernelFile.h"
 
 #include "ResultFile.h"
+#include "materials/HardeningSoilCap.h"
 
 #include <cmath>
 
@@ -44,6 +45,67 @@ TKernelFile& TKernelFile::MohrCoulomb(double g, double nu, double c, double phi,
     Parameters[4] = SinDeg(psi);
     Parameters[14] = tensionCutOff ? 1.0 : 0.0;
     Parameters[15] = tensileStrength;
+    return *this;
+}
+
+TKernelFile& TKernelFile::HardeningSoil(const THardeningSoilMaterial& m) {
+    const bool small = m.G0 > 0;
+    Model = small ? 19 : 6;
+    ModelCaption = small ? "HS small" : "Hardening Soil";
+    const double k0nc = m.K0nc > 0 ? m.K0nc : 1 - SinDeg(m.Phi);
+    const auto cap = tw::RunHSCapIter(m.Phi, m.E50, m.EOed, m.NuUr, m.Rf, k0nc, m.Eur, m.PowerM);
+    Parameters[0] = m.Eur / (2 * (1 + m.NuUr));
+    Parameters[1] = m.NuUr;
+    Parameters[2] = SinDeg(m.Phi);
+    Parameters[3] = m.Cohesion;
+    Parameters[4] = SinDeg(m.Psi);
+    Parameters[14] = m.TensionCutOff ? 1 : 0;
+    Parameters[19] = m.InitialPorosity;
+    Parameters[21] = m.MaxPorosity;
+    Parameters[30] = cap.M;
+    Parameters[31] = cap.KsKc;
+    Parameters[33] = m.PowerM;
+    Parameters[34] = m.PRef;
+    Parameters[35] = cap.G50Ref;
+    Parameters[36] = m.Rf;
+    Parameters[37] = m.EOed;
+    Parameters[38] = k0nc;
+    Parameters[39] = m.E50;
+    Parameters[48] = m.G0;
+    Parameters[49] = m.Gamma07;
+    return *this;
+}
+
+TKernelFile& TKernelFile::CamClay(int model, double lambdaStar, double kappaStar, double m,
+                                  double nuUr, double k0nc, double muStar, double tau) {
+    Model = model;
+    ModelCaption = model == 5 ? "Modified Cam-Clay" : model == 4 ? "Soft Soil" : "Soft Soil Creep";
+    Parameters[1] = nuUr;
+    Parameters[30] = m;
+    Parameters[31] = lambdaStar / kappaStar;
+    Parameters[36] = k0nc;
+    Parameters[37] = kappaStar;
+    Parameters[38] = lambdaStar;
+    Parameters[40] = muStar;
+    Parameters[41] = tau;
+    return *this;
+}
+
+TKernelFile& TKernelFile::HoekBrown(double g, double nu, double sigmaCi, double mb, double s,
+                                    double a, double psiMax, double sigmaPsi, bool tensionCutOff,
+                                    double tensileStrength) {
+    Model = 15;
+    ModelCaption = "Hoek-Brown";
+    Parameters[0] = g;
+    Parameters[1] = nu;
+    Parameters[14] = tensionCutOff ? 1 : 0;
+    Parameters[30] = sigmaCi;
+    Parameters[36] = psiMax;
+    Parameters[37] = sigmaPsi;
+    Parameters[44] = mb;
+    Parameters[45] = s;
+    Parameters[46] = a;
+    Parameters[48] = tensileStrength;
     return *this;
 }
 
@@ -105,9 +167,9 @@ std::vector<std::string> TKernelFile::Lines() const {
     l.push_back(Number(Relax) + "\t=relax");
     l.push_back(std::to_string(MaxIter) + "\t=maxiter");
     l.push_back("0\t=arclength off");
-    l.push_back("0\t=isotropic preconsolidation stress");
+    l.push_back(Number(Preconsolidation) + "\t=isotropic preconsolidation stress");
     l.push_back("-1\t=mob. rel. shear strength");
-    l.push_back("0\t=inner radius");
+    l.push_back(Number(InnerRadius) + "\t=inner radius");
     l.push_back("0\t=test control type");
     l.push_back(List(InitialStress, "initial stresses"));
     if (Version >= 9) {

@@ -1,12 +1,17 @@
 #include "KernelInput.h"
 #include "KernelFile.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <functional>
 
 using namespace tw::kernel;
 using namespace tw::kernel::testing;
+using ::testing::AllOf;
+using ::testing::Property;
+using ::testing::StrEq;
+using ::testing::Throws;
 
 namespace {
 
@@ -230,13 +235,12 @@ TEST(KernelInput, FaultsOfTheWholeFile) {
     EXPECT_EQ(fault->Reason(),
               "the file ends where \"stress increments for phase 2, cycle 1\" was expected");
 
-    try {
-        ReadKernelInput("/nonexistent/folder/tokernel.qbc");
-        FAIL() << "a missing file must raise";
-    } catch (const EKernelInput& e) {
-        EXPECT_EQ(e.Line(), 0);
-        EXPECT_EQ(e.Reason(), "cannot open the input file: No such file or directory");
-    }
+    EXPECT_THAT([] { ReadKernelInput("/nonexistent/folder/tokernel.qbc"); },
+                Throws<EKernelInput>(AllOf(
+                    Property(&EKernelInput::Line, 0),
+                    Property(&EKernelInput::Reason,
+                             StrEq("cannot open the input file: No such file or directory")))))
+        << "a missing file must raise";
 }
 
 TEST(KernelInput, RefusesTestsOfMoreStepsThanItComputes) {

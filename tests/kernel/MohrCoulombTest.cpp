@@ -60,10 +60,11 @@ Mat6 NumericTangent(const TSoilModel& model, const Vec6& stress, const Vec6& inc
         Vec6 minus = increment;
         plus(j) += h;
         minus(j) -= h;
-        Vec6 sPlus, sMinus;
-        EXPECT_TRUE(model.Update(stress, plus, sPlus, nullptr));
-        EXPECT_TRUE(model.Update(stress, minus, sMinus, nullptr));
-        tangent.col(j) = (sPlus - sMinus) / (2.0 * h);
+        TModelPoint start, sPlus, sMinus;
+        start.Stress = stress;
+        EXPECT_TRUE(model.Integrate(start, plus, 0.0, sPlus, nullptr));
+        EXPECT_TRUE(model.Integrate(start, minus, 0.0, sMinus, nullptr));
+        tangent.col(j) = (sPlus.Stress - sMinus.Stress) / (2.0 * h);
     }
     return tangent;
 }

@@ -137,9 +137,9 @@ TEST_F(WiringFixture, ARunSendsTheMaterialToOurKernel) {
     EXPECT_GT(results.GetValueByType(100, rtEpsV) - results.GetValueByType(99, rtEpsV), 0.0);
     EXPECT_TRUE(Project->TriaxialTest()->MaterialInSyncWithTest());
 
-    // A model our kernel doesn't have: the run ends with the message and no results.
-    Set(Material(), "SoilModel", mxsmmHardeningSoil);
-    Set(Material(), "E50Ref", 30000e3);
+    // A model our kernel doesn't compute (the jointed rock model is written, then refused): the
+    // run ends with the message and no results.
+    Set(Material(), "SoilModel", mxsmmJointedRock);
     EXPECT_FALSE(Project->DoTest(ttTriaxial));
     EXPECT_EQ(Project->TriaxialTest()->Results().RowCount(), 0);
 }

@@ -5,6 +5,8 @@
 
 #include "materials/MaterialXRegistries.h"
 
+#include <gmock/gmock.h>
+
 #include <thread>
 
 using namespace tw;
@@ -25,6 +27,8 @@ TW_KOV_CLASS_IMPL(TTestMaterialX, TKovMaterialX, nullptr)
 
 namespace {
 
+using ::testing::StrEq;
+using ::testing::ThrowsMessage;
 using TStep = TMXGenericParametersConstructor::TInitializer;
 
 // The collections of the test material: a box under each top collection.
@@ -100,15 +104,6 @@ std::unique_ptr<TKovMaterialX> MakeTest(const TMXAssociatedParameterGroup& root)
                                                      TTestMaterialX::StaticClass(), root, nullptr);
 }
 
-std::string MessageOf(const std::function<void()>& action) {
-    try {
-        action();
-    } catch (const std::exception& e) {
-        return e.what();
-    }
-    return "<nothing raised>";
-}
-
 } // namespace
 
 TEST(MaterialDeclarations, ASmallModelOfItsOwn) {
@@ -150,12 +145,9 @@ TEST(MaterialDeclarations, ASmallModelOfItsOwn) {
     EXPECT_EQ(box->CollectionClass().FurtherName(), "Test_Derived_Box");
     EXPECT_FALSE(TMaterialXTools::IsDerivedPropertyCollectionEmpty(*box));
     // A value the user writes is held to its range; the property alone would clamp it.
-    try {
-        SetUser(*material, "Length", 150.0);
-        FAIL();
-    } catch (const EMaterialXValueOutOfRange& e) {
-        EXPECT_STREQ(e.what(), "Length must be between 0 and 100");
-    }
+    EXPECT_THAT(
+        [&] { SetUser(*material, "Length", 150.0); },
+        ThrowsMessage<EMaterialXValueOutOfRange>(StrEq("Length must be between 0 and 100")));
     EXPECT_DOUBLE_EQ(UserValue(*material, "Length"), 5.0);
 
     // A copy of the box's user values as plain properties, under another collection.
@@ -163,6 +155,38 @@ TEST(MaterialDeclarations, ASmallModelOfItsOwn) {
         TMaterialXFactory::MergeDerivedCollectionCopy(box, material->GlobalMXPropertyCollection());
     EXPECT_FALSE(copy.FindGroupProperty("Twice")->IsDerived());
     EXPECT_DOUBLE_EQ(static_cast<TIPDouble*>(copy.FindGroupProperty("Twice"))->Value(), 10.0);
+}
+
+TEST(MaterialDeclarations, AProxiedNumberTakesTheLimitsAndUnitOfItsSourceWhenAsked) {
+    auto persistent = [](TMXParametersConstructor& c) {
+        c.DeclareDouble("Depth", 0, 0.0, 50.0, qtLength, "D");
+    };
+    auto shown = [](const std::string& source) {
+        return [source](TMXParametersConstructor& c) {
+            c.AddInterfaceTo("Depth");
+            c.DeclareDerivedDoubleWithProxiedAttributes(
+                "Shown", 0, source, TMXParametersConstructor::GetInternalParameterGetter("Depth"),
+                TMXParametersConstructor::GetInternalParameterSetter("Depth"), "Shown depth");
+        };
+    };
+    auto material = MakeTest(
+        Root(7, "Proxy", persistent, shown("Depth"),
+             {{"Depth", TMXAssociatedParameterGroupOrganizer::CreateDefaultValue(TVarRec(1.0))}},
+             {"Depth", "Shown"}));
+    auto& proxied = dynamic_cast<TIPDoubleWithUnit&>(*material->FindUserProperty("Shown"));
+    EXPECT_EQ(proxied.QuantityType(), qtLength);
+    EXPECT_EQ(proxied.MinValue(), 0.0);
+    EXPECT_EQ(proxied.MaxValue(), 50.0);
+    proxied.SetValue(80.0); // held to the source's limits, and written through to it
+    EXPECT_DOUBLE_EQ(TMaterialXTools::GetInternalPropertyValueFrom(*material, "Depth"), 50.0);
+
+    // A source that isn't there is a fault of the declaration: it shows when the material is made.
+    const auto& lost =
+        Root(8, "LostProxy", persistent, shown("Nowhere"),
+             {{"Depth", TMXAssociatedParameterGroupOrganizer::CreateDefaultValue(TVarRec(1.0))}},
+             {"Depth", "Shown"});
+    EXPECT_THAT([&] { MakeTest(lost); }, ThrowsMessage<EIntrinsicPropertyException>(
+                                             StrEq("Cannot find proxy source for \"Nowhere\"")));
 }
 
 TEST(MaterialDeclarations, FaultsOfDeclarationsSayWhatIsWrong) {
@@ -173,50 +197,64 @@ TEST(MaterialDeclarations, FaultsOfDeclarationsSayWhatIsWrong) {
                                            [](TMXParametersConstructor& c) {
                                                c.DeclareEnumeration("Kind", 0, {"A", "B"}, "K");
                                            });
-    EXPECT_EQ(MessageOf([&] { stored.GetIPDeclarationFor("Nothing"); }),
-              "\"TTest_Stored\" is not equipped to create property \"Nothing\"");
-    EXPECT_EQ(MessageOf([&] { stored.DeclareDouble("Late", 0, 0, 1, qtDummy, "Late"); }),
-              "Cannot add declarations to a non-existing list");
+    EXPECT_THAT([&] { stored.GetIPDeclarationFor("Nothing"); },
+                ThrowsMessage<std::exception>(
+                    StrEq("\"TTest_Stored\" is not equipped to create property \"Nothing\"")));
+    EXPECT_THAT(
+        [&] { stored.DeclareDouble("Late", 0, 0, 1, qtDummy, "Late"); },
+        ThrowsMessage<std::exception>(StrEq("Cannot add declarations to a non-existing list")));
     TMXGenericParametersConstructor enumeration(
         "TTest_Interface", group, mxpctDerived, &stored,
         [](TMXParametersConstructor& c) { c.AddInterfaceTo("Kind"); });
-    EXPECT_EQ(MessageOf([&] { enumeration.Declarations(); }),
-              "Derived enum property Kind must be registered as typed using "
-              "AddInterfaceToTypedEnumeration or AddDerivedTypedEnumeration");
+    EXPECT_THAT([&] { enumeration.Declarations(); },
+                ThrowsMessage<std::exception>(
+                    StrEq("Derived enum property Kind must be registered as typed using "
+                          "AddInterfaceToTypedEnumeration or AddDerivedTypedEnumeration")));
     TMXGenericParametersConstructor copy(
         "TTest_Copy", group, mxpctDerived, &stored,
         [](TMXParametersConstructor& c) { c.AddDerivedCopy("Missing", "Other", "Other"); });
-    EXPECT_EQ(MessageOf([&] { copy.Declarations(); }),
-              "Tried to add a copy of a derived property to \"TTest_Copy\", but the declaration "
-              "list does not contain it.");
+    EXPECT_THAT(
+        [&] { copy.Declarations(); },
+        ThrowsMessage<std::exception>(StrEq(
+            "Tried to add a copy of a derived property to \"TTest_Copy\", but the declaration "
+            "list does not contain it.")));
 
-    EXPECT_EQ(MessageOf([&] {
-                  TMaterialXRegistries::GetParametersConstructor(TTestMaterialX::StaticClass(),
-                                                                 group, mxpctPersistent);
-              }),
-              "Cannot find parameter constructor for material of class \"TTestMaterialX\", "
-              "parameter group \"TTest_APG_Faults\"");
-    EXPECT_EQ(MessageOf([&] {
-                  TMaterialXRegistries::GetParametersOrganizer(TTestMaterialX::StaticClass(), group,
-                                                               mxpctDerived);
-              }),
-              "Cannot find parameter organizer for material of class \"TTestMaterialX\", "
-              "parameter group \"TTest_APG_Faults\"");
-    EXPECT_EQ(MessageOf([&] { TMaterialXRegistries::GetAssociatedParameterGroupClassOf(stored); }),
-              "APG for constructor \"TTest_Stored\" could not be found.");
+    EXPECT_THAT(
+        [&] {
+            TMaterialXRegistries::GetParametersConstructor(TTestMaterialX::StaticClass(), group,
+                                                           mxpctPersistent);
+        },
+        ThrowsMessage<std::exception>(
+            StrEq("Cannot find parameter constructor for material of class \"TTestMaterialX\", "
+                  "parameter group \"TTest_APG_Faults\"")));
+    EXPECT_THAT(
+        [&] {
+            TMaterialXRegistries::GetParametersOrganizer(TTestMaterialX::StaticClass(), group,
+                                                         mxpctDerived);
+        },
+        ThrowsMessage<std::exception>(
+            StrEq("Cannot find parameter organizer for material of class \"TTestMaterialX\", "
+                  "parameter group \"TTest_APG_Faults\"")));
+    EXPECT_THAT([&] { TMaterialXRegistries::GetAssociatedParameterGroupClassOf(stored); },
+                ThrowsMessage<std::exception>(
+                    StrEq("APG for constructor \"TTest_Stored\" could not be found.")));
 
     const TMXPropertyCollectionClass orphan("TMXPropertyCollection_Orphan", nullptr, "Orphan");
-    EXPECT_EQ(MessageOf([&] { orphan.ConstructorType(); }),
-              "Cannot find constructor type for property collection of class "
-              "\"TMXPropertyCollection_Orphan\"");
-    EXPECT_EQ(MessageOf([] { TMaterialXFactory::MergeDerivedCollectionCopy(nullptr, nullptr); }),
-              "Cannot make a copy of unassigned reference collection!");
+    EXPECT_THAT([&] { orphan.ConstructorType(); },
+                ThrowsMessage<std::exception>(
+                    StrEq("Cannot find constructor type for property collection of class "
+                          "\"TMXPropertyCollection_Orphan\"")));
+    EXPECT_THAT([] { TMaterialXFactory::MergeDerivedCollectionCopy(nullptr, nullptr); },
+                ThrowsMessage<std::exception>(
+                    StrEq("Cannot make a copy of unassigned reference collection!")));
 
     TKovMaterialX bare(nullptr);
-    EXPECT_EQ(MessageOf([&] { bare.GetMaterialXTypeName(); }),
-              "Implement GetMaterialXTypeName for TKovMaterialX");
-    EXPECT_EQ(MessageOf([&] { bare.GetMaterialGroupName(); }),
-              "Implement DoGetMaterialGroupName for TKovMaterialX");
+    EXPECT_THAT(
+        [&] { bare.GetMaterialXTypeName(); },
+        ThrowsMessage<std::exception>(StrEq("Implement GetMaterialXTypeName for TKovMaterialX")));
+    EXPECT_THAT(
+        [&] { bare.GetMaterialGroupName(); },
+        ThrowsMessage<std::exception>(StrEq("Implement DoGetMaterialGroupName for TKovMaterialX")));
 }
 
 TEST(MaterialDeclarations, FaultsOfModelsSayWhatIsWrong) {
@@ -231,16 +269,19 @@ TEST(MaterialDeclarations, FaultsOfModelsSayWhatIsWrong) {
         },
         nullptr,
         {{"Computed", TMXAssociatedParameterGroupOrganizer::CreateDefaultValue(TVarRec(1.0))}}, {});
-    EXPECT_EQ(MessageOf([&] { MakeTest(derivedDefault); }),
-              "Default initialization procedures are not allowed for derived properties");
+    EXPECT_THAT([&] { MakeTest(derivedDefault); },
+                ThrowsMessage<std::exception>(StrEq(
+                    "Default initialization procedures are not allowed for derived properties")));
 
     const auto& textDefault = Root(
         3, "TextDefault", [](TMXParametersConstructor& c) { c.DeclareText("Note", 0, "Note"); },
         nullptr, {{"Note", TMXAssociatedParameterGroupOrganizer::CreateDefaultValue(TVarRec(1.0))}},
         {});
-    EXPECT_EQ(MessageOf([&] { MakeTest(textDefault); }),
-              "Unable to set the default value for the parameter for intrinsic property Note of "
-              "type TIPText!");
+    EXPECT_THAT(
+        [&] { MakeTest(textDefault); },
+        ThrowsMessage<std::exception>(StrEq(
+            "Unable to set the default value for the parameter for intrinsic property Note of "
+            "type TIPText!")));
 
     const auto& rules = Root(
         4, "Rules",
@@ -250,31 +291,37 @@ TEST(MaterialDeclarations, FaultsOfModelsSayWhatIsWrong) {
     auto numbers = std::make_unique<TMXIPConfigurationGroup>("TTest_Rules", rules);
     numbers->AddValidEnums("Size", [](const TKovMaterialX&) { return std::vector<int>{0}; });
     TMaterialXRegistries::RegisterMXIPConfigurationFunctions(rules, std::move(numbers));
-    EXPECT_EQ(MessageOf([&] { MakeTest(rules); }),
-              "Cannot retrieve valid enumeration values for Size, because it is not a "
-              "TIPEnumeration.");
+    EXPECT_THAT([&] { MakeTest(rules); },
+                ThrowsMessage<std::exception>(
+                    StrEq("Cannot retrieve valid enumeration values for Size, because it is not a "
+                          "TIPEnumeration.")));
     auto twice = std::make_unique<TMXIPConfigurationGroup>("TTest_Twice", rules);
     twice->AddVisibility("Size",
                          TMXIPConfigurationFunctions::GetConstantVisibilityGetter(mxvHidden));
     twice->AddVisibility("Size",
                          TMXIPConfigurationFunctions::GetConstantVisibilityGetter(mxvVisible));
     TMaterialXRegistries::RegisterMXIPConfigurationFunctions(rules, std::move(twice));
-    EXPECT_EQ(MessageOf([&] { MakeTest(rules); }),
-              "Cannot register visibility function for Size. Duplicate entries are not allowed in "
-              "MaterialX IP Configuration Registry");
+    EXPECT_THAT(
+        [&] { MakeTest(rules); },
+        ThrowsMessage<std::exception>(StrEq(
+            "Cannot register visibility function for Size. Duplicate entries are not allowed in "
+            "MaterialX IP Configuration Registry")));
 
     auto sand = MakeSoil(mxsmmMohrCoulomb);
-    EXPECT_EQ(MessageOf([&] {
-                  TMaterialXTools::GetPropertyPresentationValue(
-                      *sand->FindUserProperty("DrainageType"), TSystemOfUnits());
-              }),
-              "Property \"DrainageType\" is not of type Double.");
-    EXPECT_EQ(MessageOf([&] {
-                  TMaterialXTools::SetPropertyFromVarRec(
-                      *sand->FindUserProperty("phi"), TVarRec(static_cast<TKovObject*>(nullptr)));
-              }),
-              "Property \"phi\" cannot set from a general TValue because the type kind is not "
-              "supported (4).");
+    EXPECT_THAT(
+        [&] {
+            TMaterialXTools::GetPropertyPresentationValue(*sand->FindUserProperty("DrainageType"),
+                                                          TSystemOfUnits());
+        },
+        ThrowsMessage<std::exception>(StrEq("Property \"DrainageType\" is not of type Double.")));
+    EXPECT_THAT(
+        [&] {
+            TMaterialXTools::SetPropertyFromVarRec(*sand->FindUserProperty("phi"),
+                                                   TVarRec(static_cast<TKovObject*>(nullptr)));
+        },
+        ThrowsMessage<std::exception>(
+            StrEq("Property \"phi\" cannot set from a general TValue because the type kind is not "
+                  "supported (4).")));
 }
 
 TEST(MaterialDeclarations, MaterialsAreReadFromOtherThreads) {

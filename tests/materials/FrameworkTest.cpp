@@ -6,8 +6,12 @@
 #include "materials/MaterialXValues.h"
 #include "materials/SoilMaterialXGroups.h"
 
+#include <gmock/gmock.h>
+
 using namespace tw;
 using namespace tw::testing;
+using ::testing::StrEq;
+using ::testing::ThrowsMessage;
 
 namespace {
 
@@ -146,36 +150,24 @@ TEST(MaterialFramework, AGroupIsEnabledOnlyInADimension) {
 
 TEST(MaterialFramework, RegistriesRefuseBadDeclarations) {
     const auto& group = soil::Group("HardeningSoil");
-    try {
-        TMaterialXRegistries::RegisterAPGParameterGetRelation(group, "E50Ref", {"e50ref"});
-        FAIL();
-    } catch (const EMaterialXRegistries& e) {
-        EXPECT_STREQ(e.what(), "Cannot add self relation for parameter \"E50Ref\". Self relation "
-                               "is not allowed.");
-    }
-    try {
-        TMaterialXRegistries::RegisterAPGParameterGetRelation(group, "E50Ref", {"HSPRef"});
-        FAIL();
-    } catch (const EMaterialXRegistries& e) {
-        EXPECT_STREQ(e.what(), "Cannot add relation between parameters \"E50Ref\" and \"HSPRef\", "
-                               "is already defined.");
-    }
+    EXPECT_THAT(
+        [&] { TMaterialXRegistries::RegisterAPGParameterGetRelation(group, "E50Ref", {"e50ref"}); },
+        ThrowsMessage<EMaterialXRegistries>(
+            StrEq("Cannot add self relation for parameter \"E50Ref\". Self relation "
+                  "is not allowed.")));
+    EXPECT_THAT(
+        [&] { TMaterialXRegistries::RegisterAPGParameterGetRelation(group, "E50Ref", {"HSPRef"}); },
+        ThrowsMessage<EMaterialXRegistries>(
+            StrEq("Cannot add relation between parameters \"E50Ref\" and \"HSPRef\", "
+                  "is already defined.")));
     TMaterialXRegistries::RegisterAlias("TestMaster", "TestAlias");
     EXPECT_THROW(TMaterialXRegistries::RegisterAlias("TestAlias", "Other"), EMaterialXRegistries);
     EXPECT_THROW(TMaterialXRegistries::RegisterAlias("Other", "TestMaster"), EMaterialXRegistries);
-    try {
-        TMaterialXRegistries::RegisterAlias("AnotherMaster", "TestAlias");
-        FAIL();
-    } catch (const EMaterialXRegistries& e) {
-        EXPECT_STREQ(e.what(), "NYI: Master/alias group merging");
-    }
-    try {
-        TMaterialXRegistries::GetRootAPGFor(TKovSoilMaterialX::StaticClass(), 42);
-        FAIL();
-    } catch (const EMaterialXRegistries& e) {
-        EXPECT_STREQ(e.what(),
-                     "Cannot find the registered root associated parameter group for \"42\"");
-    }
+    EXPECT_THAT([&] { TMaterialXRegistries::RegisterAlias("AnotherMaster", "TestAlias"); },
+                ThrowsMessage<EMaterialXRegistries>(StrEq("NYI: Master/alias group merging")));
+    EXPECT_THAT([&] { TMaterialXRegistries::GetRootAPGFor(TKovSoilMaterialX::StaticClass(), 42); },
+                ThrowsMessage<EMaterialXRegistries>(StrEq(
+                    "Cannot find the registered root associated parameter group for \"42\"")));
     // Name look-ups follow aliases: "nuUR" is the master of the models' own names.
     auto ss = MakeSoil(mxsmmSoftSoil);
     SetUser(*ss, "SSNuUr", 0.21);
@@ -189,13 +181,14 @@ TEST(MaterialFramework, PopulatingACollectionHonoursTheConflictMode) {
     TKovIntrinsicProperty* eInit = material->FindInternalProperty("eInit");
     auto& collection = static_cast<TMXPropertyCollection&>(*eInit->Owner());
     SetUser(*material, "eInit", 0.8);
-    try {
-        functions.PopulatePropertyCollection(collection, TMaterialXFactoryFunctions::ncrRaiseError);
-        FAIL();
-    } catch (const EMaterialXFactoryFunctions& e) {
-        EXPECT_STREQ(e.what(), "Cannot create property named \"eInit\" in \"VoidRatio\", because "
-                               "it already exists!");
-    }
+    EXPECT_THAT(
+        [&] {
+            functions.PopulatePropertyCollection(collection,
+                                                 TMaterialXFactoryFunctions::ncrRaiseError);
+        },
+        ThrowsMessage<EMaterialXFactoryFunctions>(
+            StrEq("Cannot create property named \"eInit\" in \"VoidRatio\", because "
+                  "it already exists!")));
     functions.PopulatePropertyCollection(collection, TMaterialXFactoryFunctions::ncrIgnore);
     EXPECT_DOUBLE_EQ(UserValue(*material, "eInit"), 0.8);
     functions.PopulatePropertyCollection(collection, TMaterialXFactoryFunctions::ncrOverwriteAll);
@@ -242,12 +235,9 @@ TEST(MaterialFramework, NameGraphFlattensInLayersAndRefusesCycles) {
         chain.AddEdge(Format("n%03d", i - 1), Format("n%03d", i));
     EXPECT_EQ(chain.Flattened().size(), 250u);
     chain.AddEdge("n249", "n250");
-    try {
-        chain.Flattened();
-        FAIL();
-    } catch (const EMaterialXIPDependencyEvaluatorException& e) {
-        EXPECT_STREQ(e.what(), "Cycle detected in MaterialX dependencies.");
-    }
+    EXPECT_THAT([&] { chain.Flattened(); },
+                ThrowsMessage<EMaterialXIPDependencyEvaluatorException>(
+                    StrEq("Cycle detected in MaterialX dependencies.")));
 }
 
 TEST(MaterialFramework, DependencyOrderPutsReadersAfterWhatTheyReadAndIsCached) {
@@ -340,12 +330,9 @@ TEST(MaterialFramework, BadInputIsRefusedAndChangesNothing) {
         SetUser(*material, "E50Ref", 30000.0);
         const auto before = AllUserValues(*material);
 
-        try {
-            SetUser(*material, "HSNuUr", 0.7);
-            FAIL();
-        } catch (const EMaterialXValueOutOfRange& e) {
-            EXPECT_STREQ(e.what(), "HSNuUr must be between 0 and 0.499");
-        }
+        EXPECT_THAT(
+            [&] { SetUser(*material, "HSNuUr", 0.7); },
+            ThrowsMessage<EMaterialXValueOutOfRange>(StrEq("HSNuUr must be between 0 and 0.499")));
         EXPECT_THROW(SetUser(*material, "SoilModel", 16), EMaterialXValueOutOfRange);
         // A switch that fails inside (a model value without root) leaves the model as it was.
         auto& model = static_cast<TIPEnumeration&>(*material->FindInternalProperty("SoilModel"));
@@ -362,12 +349,9 @@ TEST(MaterialFramework, BadInputIsRefusedAndChangesNothing) {
         SetUser(*hs, "UseAlternatives", 1);
         SetUser(*hs, "HSCc", 0.0);
         const auto before = AllUserValues(*hs);
-        try {
-            SetUser(*hs, "UseAlternatives", 0);
-            FAIL();
-        } catch (const ESoilMaterialXDerivedParametersConstructor& e) {
-            EXPECT_STREQ(e.what(), "Cannot get E_oed#^ref# because of a division by zero.");
-        }
+        EXPECT_THAT([&] { SetUser(*hs, "UseAlternatives", 0); },
+                    ThrowsMessage<ESoilMaterialXDerivedParametersConstructor>(
+                        StrEq("Cannot get E_oed#^ref# because of a division by zero.")));
         EXPECT_EQ(AllUserValues(*hs), before);
     }
 
@@ -375,12 +359,9 @@ TEST(MaterialFramework, BadInputIsRefusedAndChangesNothing) {
     auto soft = MakeSoil(mxsmmSoftSoil);
     SetUser(*soft, "lambdaModified", 0.1);
     const auto before = AllUserValues(*soft);
-    try {
-        UserValue(*soft, "SSM");
-        FAIL();
-    } catch (const ESoilMaterialXDerivedParametersConstructor& e) {
-        EXPECT_STREQ(e.what(), "Cannot get M because of a division by zero.");
-    }
+    EXPECT_THAT([&] { UserValue(*soft, "SSM"); },
+                ThrowsMessage<ESoilMaterialXDerivedParametersConstructor>(
+                    StrEq("Cannot get M because of a division by zero.")));
     EXPECT_EQ(AllUserValues(*soft), before);
 }
 

@@ -6,10 +6,15 @@
 #include "materials/HardeningSoilCap.h"
 #include "materials/SoilUserDefinedModels.h"
 
+#include <gmock/gmock.h>
+
 #include <cmath>
 
 using namespace tw;
 using namespace tw::testing;
+using ::testing::HasSubstr;
+using ::testing::StrEq;
+using ::testing::ThrowsMessage;
 
 namespace {
 
@@ -80,12 +85,8 @@ TEST(KernelMaterialWriter, HardeningSoilCapValues) {
     EXPECT_NEAR(HSCapAlphaFunction()(*hs, UserValue(*hs, "HSK0nc")), cap.M, 1e-12);
 
     SetUser(*hs, "EOedRef", 1e12); // stiffer than elastic: no cap, and the text says why
-    try {
-        Write(*hs);
-        FAIL();
-    } catch (const EMaterialXDataProvider& e) {
-        EXPECT_NE(std::string(e.what()).find("Unable to calculate M"), std::string::npos);
-    }
+    EXPECT_THAT([&] { Write(*hs); },
+                ThrowsMessage<EMaterialXDataProvider>(HasSubstr("Unable to calculate M")));
 }
 
 TEST(KernelMaterialWriter, UserDefinedModelsWriteTheirLibrary) {
@@ -121,13 +122,9 @@ TEST(KernelMaterialWriter, UserDefinedModelsWriteTheirLibrary) {
     EXPECT_EQ(ud->FindUserProperty("E_i"), nullptr);
     EXPECT_EQ(Write(*ud).Lines[1], "21\t=soil model type User-defined");
     TMaterialXTools::SetUserPropertyValueFrom(*ud, "ModelInDll", TVarRec(std::string("Unknown")));
-    try {
-        Write(*ud);
-        FAIL();
-    } catch (const EMXWriterQueryFunctionsException& e) {
-        EXPECT_STREQ(e.what(),
-                     "Cannot convert unexpected soil model \"User-defined\" to integer value.");
-    }
+    EXPECT_THAT([&] { Write(*ud); },
+                ThrowsMessage<EMXWriterQueryFunctionsException>(StrEq(
+                    "Cannot convert unexpected soil model \"User-defined\" to integer value.")));
     TUserDLLs::UnregisterLibrary("example64.dll");
 }
 
@@ -136,22 +133,16 @@ TEST(KernelMaterialWriter, AModelWithoutProviderWritesNothing) {
     const auto collection = TMaterialXDataProviderTools::GetDataProviderCollectionFor(*mc);
     TMaterialXDataProviderRegistry::UnregisterDataProviderCollection(mxsmmMohrCoulomb);
     TRecordingLineWriter file;
-    try {
-        KernelMaterialWriter()->WriteMaterialBlocks(file, *mc);
-        FAIL();
-    } catch (const EMaterialXDataProvider& e) {
-        EXPECT_STREQ(e.what(), "No data provider was registered for this material");
-    }
+    EXPECT_THAT([&] { KernelMaterialWriter()->WriteMaterialBlocks(file, *mc); },
+                ThrowsMessage<EMaterialXDataProvider>(
+                    StrEq("No data provider was registered for this material")));
     EXPECT_TRUE(file.Lines.empty());
     TMaterialXDataProviderRegistry::RegisterDataProviderCollection(mxsmmMohrCoulomb, collection);
 
     auto none = MakeSoil(mxsmmNone);
-    try {
-        Write(*none);
-        FAIL();
-    } catch (const EMXWriterQueryFunctionsException& e) {
-        EXPECT_STREQ(e.what(), "Cannot convert unexpected soil model \"None\" to integer value.");
-    }
+    EXPECT_THAT([&] { Write(*none); },
+                ThrowsMessage<EMXWriterQueryFunctionsException>(
+                    StrEq("Cannot convert unexpected soil model \"None\" to integer value.")));
     EXPECT_THROW(GetHSCapIterValueFunction(THSCapIterParameterType(3)), EMaterialXDataProvider);
 }
 
@@ -253,8 +244,12 @@ TEST(KernelMaterialWriter, EachModelPutsItsValuesInItsPlaces) {
           {40, 6.0}}},
         {mxsmmUDCAMSimplified, {{"tauCRef", 30e3}}, {{3, 30.0}}},
         {mxsmmHoekBrown,
-         {{"AbsSigmaCI", 50e6}, {"mi", 10.0}, {"GSI", 100.0}, {"HBTensileStrengthDirect", 0.0}},
-         {{30, 50000.0}, {31, 10.0}, {32, 100.0}, {44, 10.0}, {45, 1.0}}},
+         {{"AbsSigmaCI", 50e6},
+          {"mi", 10.0},
+          {"GSI", 100.0},
+          {"HBTensileStrengthDirect", 0.0},
+          {"HBTensionCutOffDirect", 1.0}},
+         {{14, 1.0}, {30, 50000.0}, {31, 10.0}, {32, 100.0}, {44, 10.0}, {45, 1.0}}},
         {mxsmmJointedRock,
          {{"ET", 26e6},
           {"nuNT", 0.3},

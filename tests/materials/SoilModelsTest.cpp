@@ -4,10 +4,14 @@
 
 #include "services/RuntimeSettings.h"
 
+#include <gmock/gmock.h>
+
 #include <cmath>
 
 using namespace tw;
 using namespace tw::testing;
+using ::testing::StrEq;
+using ::testing::ThrowsMessage;
 
 namespace {
 constexpr double Pi = 3.14159265358979323846;
@@ -92,12 +96,9 @@ TEST(SoilModels, UnitWeightsFromDensities) {
     EXPECT_EQ(UserValue(*dry, "SaturationAssumed"), 100.0);
     auto orphan =
         TMaterialXFactory::CreateSoilMaterialX(nullptr, "Orphan", mxsmmMohrCoulomb, nullptr);
-    try {
-        UserValue(*orphan, "RhoWater");
-        FAIL();
-    } catch (const EMaterialXException& e) {
-        EXPECT_STREQ(e.what(), "Water density from project is not accessible");
-    }
+    EXPECT_THAT(
+        [&] { UserValue(*orphan, "RhoWater"); },
+        ThrowsMessage<EMaterialXException>(StrEq("Water density from project is not accessible")));
 }
 
 TEST(SoilModels, IsotropicElasticityAndWaveSpeeds) {

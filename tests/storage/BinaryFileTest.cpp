@@ -7,11 +7,15 @@
 
 #include <cmath>
 #include <cstring>
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <mutex>
 
 using namespace tw;
 using namespace tw::testing;
+using ::testing::HasSubstr;
+using ::testing::StrEq;
+using ::testing::ThrowsMessage;
 
 namespace {
 
@@ -188,7 +192,8 @@ TEST(BinaryFile, HeadsAreReadOnDemandAndUnopenedContainersAreCopied) {
     read.Get(0).SetName("nothing");
     read.EndUpdate();
     EXPECT_EQ(read.IndexOf("NOTHING"), 0);
-    EXPECT_EQ(MessageOf([&] { read.EndUpdate(); }), "Lock level must not go < 0");
+    EXPECT_THAT([&] { read.EndUpdate(); },
+                ThrowsMessage<std::exception>(StrEq("Lock level must not go < 0")));
     read.ConvertDoubleToSinglePrecision();
     EXPECT_EQ(read.GetByName("params")->BlockTypeSuffix(), 'S');
     EXPECT_FLOAT_EQ(static_cast<float>(read.GetFloatValue("params", 1)), -0.9f);
@@ -198,31 +203,35 @@ TEST(BinaryFile, ReadOnlyFilesAndTheLockOfAFileName) {
     TTemporaryFolder folder;
     SampleFile()->SaveAsBinary(folder.File("f.bin"), true);
     TBinaryFile read(folder.File("f.bin"), true);
-    EXPECT_EQ(MessageOf([&] { read.AddIntegerBlock("x"); }), "File can not be written to!");
-    EXPECT_EQ(MessageOf([&] { static_cast<TIntegerBlock*>(read.GetByName("name123"))->Add(1); }),
-              "Block \"NAME123\" can not be written to!");
-    EXPECT_EQ(MessageOf([&] { read.SaveAsBinary(folder.File("g.bin"), false); }),
-              "File can not be written to!");
-    EXPECT_EQ(MessageOf([&] { TBinaryFile().Save(); }),
-              "TBinaryFile doesn't have a file name to save to.");
-    EXPECT_EQ(MessageOf([&] { read.GetIntValue("nothing", 0); }),
-              "Block \"nothing\" not present in file");
-    EXPECT_EQ(MessageOf([&] { read.GetIntValue("name123", 2); }),
-              "Block \"name123\": index out of bounds: 2");
-    EXPECT_EQ(
-        MessageOf([&] {
+    EXPECT_THAT([&] { read.AddIntegerBlock("x"); },
+                ThrowsMessage<std::exception>(StrEq("File can not be written to!")));
+    EXPECT_THAT([&] { static_cast<TIntegerBlock*>(read.GetByName("name123"))->Add(1); },
+                ThrowsMessage<std::exception>(StrEq("Block \"NAME123\" can not be written to!")));
+    EXPECT_THAT([&] { read.SaveAsBinary(folder.File("g.bin"), false); },
+                ThrowsMessage<std::exception>(StrEq("File can not be written to!")));
+    EXPECT_THAT(
+        [&] { TBinaryFile().Save(); },
+        ThrowsMessage<std::exception>(StrEq("TBinaryFile doesn't have a file name to save to.")));
+    EXPECT_THAT([&] { read.GetIntValue("nothing", 0); },
+                ThrowsMessage<std::exception>(StrEq("Block \"nothing\" not present in file")));
+    EXPECT_THAT([&] { read.GetIntValue("name123", 2); },
+                ThrowsMessage<std::exception>(StrEq("Block \"name123\": index out of bounds: 2")));
+    EXPECT_THAT(
+        [&] {
             static_cast<TIntegerBlock*>(SampleFile()->GetByName("name123"))->SetStringValue(5, "1");
-        }),
-        "TNumericalBlock.SetStringValue: can not set at position 5 for a block containing 2 "
-        "values");
+        },
+        ThrowsMessage<std::exception>(StrEq(
+            "TNumericalBlock.SetStringValue: can not set at position 5 for a block containing 2 "
+            "values")));
 
     // A reader of the same name, elsewhere in the process, keeps a writer out.
     auto lock = TBinaryFileMutexProvider::LockFor(folder.File("./f.bin"));
     std::shared_lock reading(*lock);
     auto file = SampleFile();
-    EXPECT_EQ(MessageOf([&] { file->SaveAsBinary(folder.File("f.bin"), false); }),
-              "The process cannot write to file " + folder.File("f.bin") +
-                  " because it is being used by another process.");
+    EXPECT_THAT([&] { file->SaveAsBinary(folder.File("f.bin"), false); },
+                ThrowsMessage<std::exception>(
+                    StrEq("The process cannot write to file " + folder.File("f.bin") +
+                          " because it is being used by another process.")));
     reading.unlock();
     file->SaveAsBinary(folder.File("f.bin"), false);
 }
@@ -231,16 +240,18 @@ TEST(BinaryFile, TheApplicationBlockAndItsFaults) {
     TBinaryFile file;
     TApplicationBlock info;
     EXPECT_FALSE(file.TryReadApplicationBlock(info));
-    EXPECT_EQ(MessageOf([&] { file.ReadApplicationBlock(); }),
-              "Application block '_APPINF' not found in !");
+    EXPECT_THAT([&] { file.ReadApplicationBlock(); },
+                ThrowsMessage<std::exception>(StrEq("Application block '_APPINF' not found in !")));
     auto& block = file.AddTextBlock("_appinf");
     block.Add("DateTime=now");
-    EXPECT_EQ(MessageOf([&] { file.ReadApplicationBlock(); }),
-              "Invalid size of block '_APPINF' in ! (should be at least: 5)");
+    EXPECT_THAT([&] { file.ReadApplicationBlock(); },
+                ThrowsMessage<std::exception>(
+                    StrEq("Invalid size of block '_APPINF' in ! (should be at least: 5)")));
     for (const char* line : {"WrittenBy=x", "Version=1.2.x.4", "AppLocation=/", "CurrentDir=/"})
         block.Add(line);
-    EXPECT_EQ(MessageOf([&] { file.ReadApplicationBlock(); }),
-              "Corrupt version-info in application block '_APPINF' in !");
+    EXPECT_THAT([&] { file.ReadApplicationBlock(); },
+                ThrowsMessage<std::exception>(
+                    StrEq("Corrupt version-info in application block '_APPINF' in !")));
     block.SetStringValue(2, "Version=1.2.3.4");
     EXPECT_TRUE(file.TryReadApplicationBlock(info));
     EXPECT_EQ(info.Version, (TApplicationVersion{1, 2, 3, 4}));
@@ -251,36 +262,44 @@ TEST(BinaryFile, FilesThatAreNotWhatTheyClaimGiveAClearMessage) {
     TTemporaryFolder folder;
     auto file = SampleFile();
     const std::string plain = BinaryBytes(*file, false), packed = BinaryBytes(*file, true);
-    auto load = [&](const std::string& bytes) {
-        return MessageOf([&] {
+    // The action that reads `bytes` as a file and decodes every value.
+    auto load = [](std::string bytes) {
+        return [bytes = std::move(bytes)] {
             auto read = TBinaryFile::FromBytes(bytes.data(), bytes.size(), "f.bin", cmInMemory,
                                                imFullIndex);
             read->TextRepresentation();
-        });
+        };
     };
-    EXPECT_EQ(load(plain), "");
-    EXPECT_EQ(load(packed), "");
-    EXPECT_EQ(load(plain.substr(0, 50)),
-              "File \"f.bin\" is not large enough to be a Orvane binary file.");
-    EXPECT_TRUE(
-        Contains(load(std::string(100, 'x')), "File \"f.bin\" is not a valid Orvane file."));
+    EXPECT_NO_THROW(load(plain)());
+    EXPECT_NO_THROW(load(packed)());
+    EXPECT_THAT(load(plain.substr(0, 50)),
+                ThrowsMessage<std::exception>(
+                    StrEq("File \"f.bin\" is not large enough to be a Orvane binary file.")));
+    EXPECT_THAT(load(std::string(100, 'x')), ThrowsMessage<std::exception>(HasSubstr(
+                                                 "File \"f.bin\" is not a valid Orvane file.")));
     // Cut short: a block claims more than there is, or the end block is missing.
-    EXPECT_TRUE(Contains(load(plain.substr(0, plain.size() - 40)), "claims"));
-    EXPECT_TRUE(Contains(load(plain.substr(0, plain.size() - 16)), "ends before its end block"));
-    EXPECT_TRUE(Contains(load(packed.substr(0, packed.size() - 10)), "compressed data"));
+    EXPECT_THAT(load(plain.substr(0, plain.size() - 40)),
+                ThrowsMessage<std::exception>(HasSubstr("claims")));
+    EXPECT_THAT(load(plain.substr(0, plain.size() - 16)),
+                ThrowsMessage<std::exception>(HasSubstr("ends before its end block")));
+    EXPECT_THAT(load(packed.substr(0, packed.size() - 10)),
+                ThrowsMessage<std::exception>(HasSubstr("compressed data")));
     std::string badTag = plain;
     badTag[81] = 'x';
-    EXPECT_TRUE(Contains(load(badTag), "Invalid header found in binary file: \"f.bin\""));
+    EXPECT_THAT(load(badTag), ThrowsMessage<std::exception>(
+                                  HasSubstr("Invalid header found in binary file: \"f.bin\"")));
     std::string badType = plain;
     badType[89] = 'Q';
-    EXPECT_TRUE(Contains(load(badType), "Unknown block type: Q"));
+    EXPECT_THAT(load(badType), ThrowsMessage<std::exception>(HasSubstr("Unknown block type: Q")));
     std::string badCount = plain;
     const int32_t odd = 3;
     ASSERT_EQ(badCount.substr(98, 12), "$$NAME123I##");
     std::memcpy(badCount.data() + 110, &odd, 4); // the block of integers: 3 bytes
-    EXPECT_TRUE(Contains(load(badCount), "no whole number of values"));
-    EXPECT_EQ(MessageOf([&] { TBinaryFile(folder.File("missing.bin"), true); }),
-              "File not found: " + folder.File("missing.bin"));
+    EXPECT_THAT(load(badCount),
+                ThrowsMessage<std::exception>(HasSubstr("no whole number of values")));
+    EXPECT_THAT(
+        [&] { TBinaryFile(folder.File("missing.bin"), true); },
+        ThrowsMessage<std::exception>(StrEq("File not found: " + folder.File("missing.bin"))));
 
     // The text form: its checks, and a value the user refuses to skip.
     const std::string text = file->TextRepresentation();
@@ -289,19 +308,22 @@ TEST(BinaryFile, FilesThatAreNotWhatTheyClaimGiveAClearMessage) {
         changed.replace(changed.find(from), from.size(), to);
         return load(changed);
     };
-    EXPECT_TRUE(Contains(loadText("2 values\n7", "2 valuez\n7"),
-                         "Found \"2 valuez\" instead of block size specification."));
-    EXPECT_TRUE(
-        Contains(loadText("2 values\n7", "two values\n7"), "Found invalid block size \"two\"."));
-    EXPECT_TRUE(Contains(loadText("2 values\n7", "3 values\n7"),
-                         "The expected number of values (3) is different from the actual number "
-                         "of values (2)."));
+    EXPECT_THAT(loadText("2 values\n7", "2 valuez\n7"),
+                ThrowsMessage<std::exception>(
+                    HasSubstr("Found \"2 valuez\" instead of block size specification.")));
+    EXPECT_THAT(loadText("2 values\n7", "two values\n7"),
+                ThrowsMessage<std::exception>(HasSubstr("Found invalid block size \"two\".")));
+    EXPECT_THAT(loadText("2 values\n7", "3 values\n7"),
+                ThrowsMessage<std::exception>(HasSubstr(
+                    "The expected number of values (3) is different from the actual number "
+                    "of values (2).")));
     TNoMessages messages;
     IUserMessages* old = SetUserMessages(&messages);
-    const std::string refused = loadText("\n7\n", "\nseven\n");
-    EXPECT_TRUE(Contains(refused, "The following error occurred for block NAME123I:")) << refused;
+    EXPECT_THAT(loadText("\n7\n", "\nseven\n"),
+                ThrowsMessage<std::exception>(
+                    HasSubstr("The following error occurred for block NAME123I:")));
     messages.Answer = true;
     // Skipped, the value leaves the count of lines read as it was.
-    EXPECT_EQ(loadText("\n7\n", "\nseven\n"), "");
+    EXPECT_NO_THROW(loadText("\n7\n", "\nseven\n")());
     SetUserMessages(old);
 }

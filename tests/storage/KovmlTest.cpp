@@ -6,10 +6,15 @@
 #include "storage/HSKovBinaryXML.h"
 
 #include <cstring>
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 using namespace tw;
 using namespace tw::testing;
+using ::testing::AllOf;
+using ::testing::HasSubstr;
+using ::testing::StrEq;
+using ::testing::ThrowsMessage;
 
 namespace {
 
@@ -192,39 +197,42 @@ TEST(Kovml, HeadersThatThisProgramCannotRead) {
         const size_t at = bytes.find(from);
         return bytes.substr(0, at) + to + bytes.substr(at + from.size());
     };
-    EXPECT_EQ(MessageOf([&] {
-                  LoadFromBytes<THSKovBinaryXML>(
-                      withHeader("MinimumReaderVersion=1", "MinimumReaderVersion=3"));
-              }),
-              "Data storage is newer than this application supports.");
-    EXPECT_EQ(MessageOf([&] {
-                  LoadFromBytes<THSKovBinaryXML>(
-                      withHeader("FileFormatVersion=1", "FileFormatVersion=3"));
-              }),
-              "Reader/writer is not implemented for this version of kovml: 3)");
-    EXPECT_EQ(MessageOf([&] {
-                  LoadFromBytes<THSKovBinaryXML>(
-                      withHeader("MinimumReaderVersion=1", "MinimumReaderVerzion=1"));
-              }),
-              "Didn't find required attribute MinimumReaderVersion in the file header!");
+    EXPECT_THAT(
+        [&] {
+            LoadFromBytes<THSKovBinaryXML>(
+                withHeader("MinimumReaderVersion=1", "MinimumReaderVersion=3"));
+        },
+        ThrowsMessage<std::exception>(
+            StrEq("Data storage is newer than this application supports.")));
+    EXPECT_THAT(
+        [&] {
+            LoadFromBytes<THSKovBinaryXML>(
+                withHeader("FileFormatVersion=1", "FileFormatVersion=3"));
+        },
+        ThrowsMessage<std::exception>(
+            StrEq("Reader/writer is not implemented for this version of kovml: 3)")));
+    EXPECT_THAT(
+        [&] {
+            LoadFromBytes<THSKovBinaryXML>(
+                withHeader("MinimumReaderVersion=1", "MinimumReaderVerzion=1"));
+        },
+        ThrowsMessage<std::exception>(
+            StrEq("Didn't find required attribute MinimumReaderVersion in the file header!")));
     // Keys are found without regard to case, in any order.
-    EXPECT_EQ(MessageOf([&] {
-                  LoadFromBytes<THSKovBinaryXML>(
-                      withHeader("FileFormatVersion=1\r\nMinimumReaderVersion=1",
-                                 "minimumreaderversion=1\r\nFILEFORMATVERSION=1"));
-              }),
-              "");
-    EXPECT_TRUE(Contains(MessageOf([&] {
-                             LoadFromBytes<THSKovBinaryXML>(withHeader("*** ORVANE BINARY XML ***",
-                                                                       "<?xml version=\"1.0\"?>"));
-                         }),
-                         "Not a kovml file"));
-    EXPECT_TRUE(
-        Contains(MessageOf([&] { LoadFromBytes<THSKovBinaryXML>("*** ORVANE"); }), "too short"));
-    EXPECT_EQ(MessageOf([] {
-                  TBinaryXMLStrategyRegistry::Instance().RegisterVersionStrategy(2, nullptr);
-              }),
-              "A strategy class is already registered to handle version 2 of kovml");
+    EXPECT_NO_THROW(LoadFromBytes<THSKovBinaryXML>(
+        withHeader("FileFormatVersion=1\r\nMinimumReaderVersion=1",
+                   "minimumreaderversion=1\r\nFILEFORMATVERSION=1")));
+    EXPECT_THAT(
+        [&] {
+            LoadFromBytes<THSKovBinaryXML>(
+                withHeader("*** ORVANE BINARY XML ***", "<?xml version=\"1.0\"?>"));
+        },
+        ThrowsMessage<std::exception>(HasSubstr("Not a kovml file")));
+    EXPECT_THAT([&] { LoadFromBytes<THSKovBinaryXML>("*** ORVANE"); },
+                ThrowsMessage<std::exception>(HasSubstr("too short")));
+    EXPECT_THAT([] { TBinaryXMLStrategyRegistry::Instance().RegisterVersionStrategy(2, nullptr); },
+                ThrowsMessage<std::exception>(
+                    StrEq("A strategy class is already registered to handle version 2 of kovml")));
 }
 
 TEST(Kovml, SectionsAreFoundByNameInAnyOrder) {
@@ -256,21 +264,24 @@ TEST(Kovml, SectionsAreFoundByNameInAnyOrder) {
 
     // Without hierarchy or attributes there is no tree.
     std::string noHierarchy = header + sectionBytes("Attributes", "Attributes");
-    EXPECT_EQ(MessageOf([&] { LoadFromBytes<THSKovBinaryXML>(noHierarchy); }),
-              "The data stream does not contain element hierarchy information.");
+    EXPECT_THAT([&] { LoadFromBytes<THSKovBinaryXML>(noHierarchy); },
+                ThrowsMessage<std::exception>(
+                    StrEq("The data stream does not contain element hierarchy information.")));
     std::string noAttributes = header + sectionBytes("ElementsHierarchy", "ElementsHierarchy");
-    EXPECT_EQ(MessageOf([&] { LoadFromBytes<THSKovBinaryXML>(noAttributes); }),
-              "The data stream does not contain attributes information.");
+    EXPECT_THAT([&] { LoadFromBytes<THSKovBinaryXML>(noAttributes); },
+                ThrowsMessage<std::exception>(
+                    StrEq("The data stream does not contain attributes information.")));
 }
 
 TEST(Kovml, DamagedFilesGiveAClearMessageNamingTheFile) {
     TTemporaryFolder folder;
     const std::string good = SmallFile(1);
     const auto sections = KovmlSections(good, 4);
-    auto load = [&](const std::string& bytes) {
-        const std::string file = folder.File("damaged.twt.kovml");
-        WriteFileBytes(file, bytes);
-        return MessageOf([&] {
+    // The action that writes `bytes` as a file, reads it and decodes every value.
+    auto load = [&](std::string bytes) {
+        return [&, bytes = std::move(bytes)] {
+            const std::string file = folder.File("damaged.twt.kovml");
+            WriteFileBytes(file, bytes);
             THSKovBinaryXML root("");
             root.LoadFromFile(file);
             // Values are decoded when asked for: ask for all of them.
@@ -287,9 +298,9 @@ TEST(Kovml, DamagedFilesGiveAClearMessageNamingTheFile) {
                 for (int i = 0; i < node->ChildCount(); ++i)
                     pending.push_back(&node->GetChildByIndex(i));
             }
-        });
+        };
     };
-    EXPECT_EQ(load(good), "");
+    EXPECT_NO_THROW(load(good)());
     auto patched = [&](size_t offset, int32_t value) {
         std::string bytes = good;
         std::memcpy(bytes.data() + offset, &value, 4);
@@ -299,35 +310,34 @@ TEST(Kovml, DamagedFilesGiveAClearMessageNamingTheFile) {
     fileText += folder.File("damaged.twt.kovml");
     fileText += "\"";
 
-    const std::string truncated = load(good.substr(0, sections.at("DataString").Offset + 2));
-    EXPECT_TRUE(Contains(truncated, "Error reading " + fileText)) << truncated;
-    EXPECT_TRUE(Contains(truncated, "DataString")) << truncated;
+    EXPECT_THAT(load(good.substr(0, sections.at("DataString").Offset + 2)),
+                ThrowsMessage<std::exception>(
+                    AllOf(HasSubstr("Error reading " + fileText), HasSubstr("DataString"))));
 
-    const std::string pastEnd = load(patched(sections.at("DataDouble").SizeField, 1 << 20));
-    EXPECT_TRUE(Contains(pastEnd, "claims 1048576 bytes")) << pastEnd;
+    EXPECT_THAT(load(patched(sections.at("DataDouble").SizeField, 1 << 20)),
+                ThrowsMessage<std::exception>(HasSubstr("claims 1048576 bytes")));
 
     // The first record's name offset points outside "Names".
-    const std::string badName = load(patched(sections.at("Elements").Offset, 5000));
-    EXPECT_TRUE(Contains(badName, "outside the section \"Names\"")) << badName;
+    EXPECT_THAT(load(patched(sections.at("Elements").Offset, 5000)),
+                ThrowsMessage<std::exception>(HasSubstr("outside the section \"Names\"")));
 
     // The blob's compressed bytes are damaged.
     std::string badBlob = good;
     const auto& blobs = sections.at("DataBlob");
     for (size_t i = blobs.Offset + 6; i < blobs.Offset + blobs.Size; ++i)
         badBlob[i] = char(0x55);
-    EXPECT_TRUE(Contains(load(badBlob), "do not inflate")) << load(badBlob);
+    EXPECT_THAT(load(badBlob), ThrowsMessage<std::exception>(HasSubstr("do not inflate")));
 
     // A value type outside the table, and a hierarchy that points past the records.
     std::string badType = good;
     badType[sections.at("Elements").Offset + 9 + 4] = 42;
-    EXPECT_TRUE(Contains(load(badType), "unknown value type 42"));
-    const std::string badHierarchy =
-        load(patched(sections.at("ElementsHierarchy").Offset + 8, 999));
-    EXPECT_TRUE(Contains(badHierarchy, "outside the section \"Elements\"")) << badHierarchy;
-    const std::string badChildren =
-        load(patched(sections.at("ElementsHierarchy").Offset + 4, 1000));
-    EXPECT_TRUE(Contains(badChildren, "ElementsHierarchy")) << badChildren;
+    EXPECT_THAT(load(badType), ThrowsMessage<std::exception>(HasSubstr("unknown value type 42")));
+    EXPECT_THAT(load(patched(sections.at("ElementsHierarchy").Offset + 8, 999)),
+                ThrowsMessage<std::exception>(HasSubstr("outside the section \"Elements\"")));
+    EXPECT_THAT(load(patched(sections.at("ElementsHierarchy").Offset + 4, 1000)),
+                ThrowsMessage<std::exception>(HasSubstr("ElementsHierarchy")));
 
-    EXPECT_TRUE(Contains(load(""), "too short"));
-    EXPECT_TRUE(Contains(load(std::string(100, 'x')), "Not a kovml file"));
+    EXPECT_THAT(load(""), ThrowsMessage<std::exception>(HasSubstr("too short")));
+    EXPECT_THAT(load(std::string(100, 'x')),
+                ThrowsMessage<std::exception>(HasSubstr("Not a kovml file")));
 }

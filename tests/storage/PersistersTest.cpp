@@ -9,10 +9,14 @@
 #include "storage/HSNativeXML.h"
 #include "storage/SimpleValuePersisters.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 using namespace tw;
 using namespace tw::testing;
+using ::testing::HasSubstr;
+using ::testing::StrEq;
+using ::testing::ThrowsMessage;
 
 namespace {
 
@@ -183,17 +187,16 @@ TEST(Persisters, AReadIntoAnObjectReplacesItsStateOnlyWhenTheWholeReadSucceeded)
     auto layer = Make<TSoilLayer>(&other);
     persisters.PersistObject(*layer, folder.File("layer.xml"));
     for (const char* name : {"cut.kovml", "broken.xml", "unknown.xml", "layer.xml", "none.xml"}) {
-        const std::string message =
-            MessageOf([&] { persisters.LoadObject(*target, folder.File(name), nullptr); });
-        EXPECT_NE(message.find("Error reading \"" + folder.File(name) + "\""), std::string::npos)
-            << message;
+        EXPECT_THAT(
+            [&] { persisters.LoadObject(*target, folder.File(name), nullptr); },
+            ThrowsMessage<std::exception>(HasSubstr("Error reading \"" + folder.File(name) + "\"")))
+            << name;
         expectUnchanged();
     }
-    EXPECT_NE(
-        MessageOf([&] { persisters.LoadObject(*target, folder.File("unknown.xml"), nullptr); })
-            .find("Unknown object type in Layers: ClayLayer. Perhaps the class was not "
-                  "registered"),
-        std::string::npos);
+    EXPECT_THAT([&] { persisters.LoadObject(*target, folder.File("unknown.xml"), nullptr); },
+                ThrowsMessage<std::exception>(
+                    HasSubstr("Unknown object type in Layers: ClayLayer. Perhaps the class was not "
+                              "registered")));
     // With a list the unknown layer is skipped with a warning, and the rest is read.
     THPReadErrorList errors;
     auto partial = persisters.LoadNew<TSoilSample>(&other, folder.File("unknown.xml"), &errors);
@@ -260,10 +263,10 @@ TEST(Persisters, MissingAndRenamedPropertiesAndEnumerationsOfOldFiles) {
 
     auto& mappings = THPPropertyNameMappings::Instance();
     mappings.Add(TKovObservableObject::StaticClass(), "NumberOfBlows", "Count");
-    EXPECT_EQ(MessageOf([&] {
-                  mappings.Add(TKovObservableObject::StaticClass(), "numberofblows", "Other");
-              }),
-              "Cannot add two mappings for the same OldName: numberofblows");
+    EXPECT_THAT(
+        [&] { mappings.Add(TKovObservableObject::StaticClass(), "numberofblows", "Other"); },
+        ThrowsMessage<std::exception>(
+            StrEq("Cannot add two mappings for the same OldName: numberofblows")));
     EXPECT_EQ(std::get<0>(load(nullptr)), 5);
     mappings.Remove(TKovObservableObject::StaticClass());
 

@@ -7,11 +7,15 @@
 #include "storage/MemoryMappedFileStream.h"
 
 #include <csignal>
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 
 using namespace tw;
 using namespace tw::testing;
+using ::testing::HasSubstr;
+using ::testing::StrEq;
+using ::testing::ThrowsMessage;
 
 namespace {
 
@@ -72,12 +76,9 @@ TEST(SafeSave, AWriteThatFailsHalfWayLeavesTheOldFile) {
     ::unsetenv("BLOB_COMPRESSION_DISABLED");
     {
         TFileSizeLimit limit(1 << 16);
-        try {
-            root.SaveToFile(file);
-            ADD_FAILURE() << "the save should have failed";
-        } catch (const EStreamError& e) {
-            EXPECT_NE(std::string(e.what()).find("Cannot write"), std::string::npos) << e.what();
-        }
+        EXPECT_THAT([&] { root.SaveToFile(file); },
+                    ThrowsMessage<EStreamError>(HasSubstr("Cannot write")))
+            << "the save should have failed";
     }
     EXPECT_EQ(ReadFileBytes(file), "the old contents");
     EXPECT_EQ(FilesIn(folder.Path()), 1u);
@@ -94,13 +95,10 @@ TEST(SafeSave, AWriteThatFailsHalfWayLeavesTheOldFile) {
 
 TEST(SafeSave, TheMappedStreamReadsWritesAndGrows) {
     TTemporaryFolder folder;
-    try {
-        TMemoryMappedFileStream missing(folder.File("missing.kovml"), mmfmReadOnly);
-        FAIL();
-    } catch (const EFOpenError& e) {
-        EXPECT_EQ(std::string(e.what()),
-                  "File \"" + folder.File("missing.kovml") + "\" does not exist");
-    }
+    EXPECT_THAT(
+        [&] { TMemoryMappedFileStream missing(folder.File("missing.kovml"), mmfmReadOnly); },
+        ThrowsMessage<EFOpenError>(
+            StrEq("File \"" + folder.File("missing.kovml") + "\" does not exist")));
     WriteFileBytes(folder.File("empty"), "");
     TMemoryMappedFileStream empty(folder.File("empty"), mmfmReadOnly);
     EXPECT_EQ(empty.Size(), 0u);

@@ -6,12 +6,17 @@
 #include "storage/HSNativeXML.h"
 
 #include <cmath>
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <limits>
 #include <numeric>
 
 using namespace tw;
 using namespace tw::testing;
+using ::testing::AllOf;
+using ::testing::HasSubstr;
+using ::testing::StrEq;
+using ::testing::ThrowsMessage;
 
 namespace {
 
@@ -137,17 +142,23 @@ TEST(StorageBackEnds, BlobsAreCompressedFrom101BytesAndMarkedInXML) {
         empty.SetValueAsBlobBuffer(nullptr, 0);
         EXPECT_TRUE(empty.GetValueAsBlobBuffer().empty());
 
+        // A size that the stored bytes cannot hold is refused before anything is allocated:
+        // raw bytes of another size, or more than deflate can give from what is stored.
+        auto& lying = root->AddChild("Lying");
+        lying.SetValueAsBlobBuffer(hundred.data(), hundred.size());
+        lying.SetNamedValue("Node_Uncompressed_Size_Bytes", "1000000000000");
+        EXPECT_THROW(lying.GetValueAsBlobSize(), EStorageCorruptFile);
+        EXPECT_THROW(lying.GetValueAsBlobBuffer(), EStorageCorruptFile);
+        packed.SetValueAsBlobBuffer(hundredOne.data(), hundredOne.size());
+        packed.SetNamedValue("Node_Uncompressed_Size_Bytes", "100000000");
+        EXPECT_THROW(packed.GetValueAsBlobBuffer(), EStorageCorruptFile);
+        packed.SetNamedValue("Node_Uncompressed_Size_Bytes", "101");
+        EXPECT_EQ(packed.GetValueAsBlobSize(), 101u);
+
         packed.SetNamedValue("Node_Compression_Type", "lzma");
-        EXPECT_THROW(
-            {
-                try {
-                    packed.GetValueAsBlobBuffer();
-                } catch (const EStorageIncompatibleFile& e) {
-                    EXPECT_STREQ(e.what(), "Unsupported compression mode: \"lzma\"");
-                    throw;
-                }
-            },
-            EStorageIncompatibleFile);
+        EXPECT_THAT([&] { packed.GetValueAsBlobBuffer(); },
+                    ThrowsMessage<EStorageIncompatibleFile>(
+                        StrEq("Unsupported compression mode: \"lzma\"")));
     }
     ::setenv("BLOB_COMPRESSION_DISABLED", "1", 1);
     THSKovBinaryXML root("r");
@@ -171,12 +182,8 @@ TEST(StorageBackEnds, NamedValuesIgnoreCaseAndNamesAreChecked) {
         EXPECT_THROW(root->SetNamedValue("  ", "x"), EEmptyName);
         EXPECT_THROW(root->AddChild(std::string("a\0b", 3)), EInvalidName);
         EXPECT_THROW(root->AddChild(""), EEmptyName);
-        EXPECT_THROW(root->GetChildByIndex(0), EStorageException);
-        try {
-            root->GetChildByIndex(0);
-        } catch (const EStorageException& e) {
-            EXPECT_STREQ(e.what(), "Children do not exist for r");
-        }
+        EXPECT_THAT([&] { root->GetChildByIndex(0); },
+                    ThrowsMessage<EStorageException>(StrEq("Children do not exist for r")));
     }
     THSNativeXML xml("r");
     EXPECT_THROW(xml.AddChild("two words"), EInvalidName);
@@ -228,12 +235,9 @@ TEST(StorageBackEnds, CopyingTypesTheTextsOfXML) {
 
     THSKovBinaryXML used("root");
     used.SetNamedValue("a", "b");
-    try {
-        used.CopyFrom(xml);
-        FAIL();
-    } catch (const EStorageException& e) {
-        EXPECT_STREQ(e.what(), "Cannot copy to an already initialized storage: root");
-    }
+    EXPECT_THAT([&] { used.CopyFrom(xml); },
+                ThrowsMessage<EStorageException>(
+                    StrEq("Cannot copy to an already initialized storage: root")));
 }
 
 TEST(StorageBackEnds, AFileConvertedFromXMLToKovmlAndBackReadsAsTheSameTree) {
@@ -251,12 +255,10 @@ TEST(StorageBackEnds, AFileConvertedFromXMLToKovmlAndBackReadsAsTheSameTree) {
     ExpectSample(*back);
     EXPECT_EQ(binary->GetChildByName("count")->ValueType(), svtInt32);
 
-    try {
-        THierarchicStorage::ConvertFromTo(folder.File("c.xml"), folder.File("c.xml"));
-        FAIL();
-    } catch (const EStorageException& e) {
-        EXPECT_EQ(std::string(e.what()), "Cannot convert files in-place: " + folder.File("c.xml"));
-    }
+    EXPECT_THAT(
+        [&] { THierarchicStorage::ConvertFromTo(folder.File("c.xml"), folder.File("c.xml")); },
+        ThrowsMessage<EStorageException>(
+            StrEq("Cannot convert files in-place: " + folder.File("c.xml"))));
     EXPECT_THROW(THierarchicStorage::ConvertFromTo(folder.File("c.xml"), folder.File("c.json")),
                  EStorageException);
     // A different tree is not the same.
@@ -272,21 +274,14 @@ TEST(StorageBackEnds, TheRegistryFindsBackEndsByTheirExtension) {
     EXPECT_EQ(registry.GetStorageByExtension("project.qbo.xml"),
               &THSNativeXML::StaticStorageClass());
     EXPECT_EQ(registry.GetStorageByExtension("file.qbt"), nullptr);
-    try {
-        registry.GetStorageForFile("file.qbt");
-        FAIL();
-    } catch (const EStorageException& e) {
-        EXPECT_STREQ(e.what(), "Unkown file format: file.qbt");
-    }
+    EXPECT_THAT([&] { registry.GetStorageForFile("file.qbt"); },
+                ThrowsMessage<EStorageException>(StrEq("Unkown file format: file.qbt")));
     // Two back-ends with one extension.
     static const THierarchicStorageClass other{"THSOtherXML", ".XML", nullptr};
-    try {
-        registry.RegisterStorage(other);
-        FAIL();
-    } catch (const EStorageException& e) {
-        EXPECT_STREQ(e.what(), "Cannot register two classes with the same extension \".XML\". "
-                               "The classes are: THSNativeXML and THSOtherXML");
-    }
+    EXPECT_THAT([&] { registry.RegisterStorage(other); },
+                ThrowsMessage<EStorageException>(
+                    StrEq("Cannot register two classes with the same extension \".XML\". "
+                          "The classes are: THSNativeXML and THSOtherXML")));
     EXPECT_EQ(registry.Count(), 2);
     // A longer extension wins over a shorter one that the name also ends with.
     static const THierarchicStorageClass special{"THSSpecial", ".qbo.xml",
@@ -303,28 +298,15 @@ TEST(StorageBackEnds, XMLThatIsNotWellFormedOrHasAnotherRootIsRefusedWithTheFile
     TTemporaryFolder folder;
     WriteFileBytes(folder.File("broken.xml"), "<root><a>1</a><b></root>");
     THSNativeXML root("root");
-    try {
-        root.LoadFromFile(folder.File("broken.xml"));
-        FAIL();
-    } catch (const EStorageException& e) {
-        const std::string message = e.what();
-        EXPECT_NE(message.find("Error reading \"" + folder.File("broken.xml") + "\""),
-                  std::string::npos);
-        EXPECT_NE(message.find("not well formed"), std::string::npos) << message;
-    }
+    EXPECT_THAT([&] { root.LoadFromFile(folder.File("broken.xml")); },
+                ThrowsMessage<EStorageException>(
+                    AllOf(HasSubstr("Error reading \"" + folder.File("broken.xml") + "\""),
+                          HasSubstr("not well formed"))));
     WriteFileBytes(folder.File("other.xml"), "<other><a>1</a></other>");
-    try {
-        root.LoadFromFile(folder.File("other.xml"));
-        FAIL();
-    } catch (const EStorageIncompatibleFile& e) {
-        EXPECT_NE(std::string(e.what()).find("Could not find node: root"), std::string::npos);
-    }
-    try {
-        root.LoadFromFile(folder.File("missing.xml"));
-        FAIL();
-    } catch (const EStorageException& e) {
-        EXPECT_NE(std::string(e.what()).find("File not found"), std::string::npos);
-    }
+    EXPECT_THAT([&] { root.LoadFromFile(folder.File("other.xml")); },
+                ThrowsMessage<EStorageIncompatibleFile>(HasSubstr("Could not find node: root")));
+    EXPECT_THAT([&] { root.LoadFromFile(folder.File("missing.xml")); },
+                ThrowsMessage<EStorageException>(HasSubstr("File not found")));
     // Loading only works on a root, and a failed load keeps what the tree held.
     auto& child = root.AddChild("Child");
     EXPECT_THROW(child.LoadFromFile(folder.File("other.xml")), EStorageException);
@@ -354,14 +336,11 @@ TEST(StorageBackEnds, RemovingAndRenamingNodes) {
 
     THSKovBinaryXML kovml("root");
     kovml.AddChild("Keep");
-    try {
-        kovml.RemoveChildByName("keep");
-        FAIL();
-    } catch (const EStorageException& e) {
-        EXPECT_STREQ(e.what(), "This storage type does not support RemoveChildByName "
-                               "functionality, Please convert this storage to NativeXML or JSON "
-                               "to get access to this functionality");
-    }
+    EXPECT_THAT([&] { kovml.RemoveChildByName("keep"); },
+                ThrowsMessage<EStorageException>(
+                    StrEq("This storage type does not support RemoveChildByName "
+                          "functionality, Please convert this storage to NativeXML or JSON "
+                          "to get access to this functionality")));
     EXPECT_THROW(kovml.GetChildByIndex(0).SetName("x"), EStorageException);
 }
 

@@ -60,16 +60,6 @@ template <typename Storage> std::unique_ptr<Storage> LoadFromBytes(const std::st
     return storage;
 }
 
-// The message of the exception that `action` raises, or "" when it raises none.
-template <typename Action> std::string MessageOf(Action action) {
-    try {
-        action();
-    } catch (const std::exception& e) {
-        return e.what();
-    }
-    return "";
-}
-
 inline bool Contains(const std::string& text, const std::string& part) {
     return text.find(part) != std::string::npos;
 }

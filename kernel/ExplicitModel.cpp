@@ -1,0 +1,682 @@
+#include "ExplicitModel.h"
+
+#include <Eigen/Eigenvalues>
+#include <Eigen/LU>
+#include <Eigen/QR>
+
+#include <algorithm>
+#include <cmath>
+
+namespace tw::kernel {
+
+namespace {
+
+// Relative tolerance of a substep: the Euler and the modified Euler stress of a substep differ
+// by at most this much of the stress (or the model's stress scale, where that is larger).
+constexpr double SubstepTolerance = 1e-7;
+constexpr double SmallestSubstep = 1e-9; // of the increment
+// Bands about a yield surface, relative to the stress scale: within Candidate of the surface a
+// mechanism may act; beyond Drift outside it the stress is brought back; a mechanism that was not
+// acting and ends a substep beyond Cross outside has started in it, and the substep is cut there.
+constexpr double Candidate = 1e-6;
+constexpr double Drift = 1e-10;
+constexpr double Cross = 1e-6;
+
+const char* const TooManySubsteps = "the stress integration needed too many substeps";
+const char* const NoActiveSet = "no combination of the yield mechanisms is consistent";
+
+using MatM = Eigen::Matrix<double, Eigen::Dynamic, Eigen::Dynamic, 0, TExplicitModel::MaxMechanisms,
+                           TExplicitModel::MaxMechanisms>;
+using VecM = Eigen::Matrix<double, Eigen::Dynamic, 1, 0, TExplicitModel::MaxMechanisms, 1>;
+
+// Solves a x = b for a square a of a few rows; false where a is singular (to its pivots). The
+// systems of acting mechanisms have one to four rows: fixed sizes spare the dynamic ones' cost.
+template <int N, typename B, typename X> bool SolveFixed(const MatM& a, const B& b, X& x) {
+    const Eigen::Matrix<double, N, N> f = a.template topLeftCorner<N, N>();
+    const Eigen::FullPivLU<Eigen::Matrix<double, N, N>> lu(f);
+    if (!lu.isInvertible())
+        return false;
+    x = lu.solve(b);
+    return true;
+}
+
+template <typename B, typename X> bool SolveSquare(const MatM& a, const B& b, X& x) {
+    switch (a.rows()) {
+    case 1:
+        if (a(0, 0) == 0.0)
+            return false;
+        x = b / a(0, 0);
+        return true;
+    case 2:
+        return SolveFixed<2>(a, b, x);
+    case 3:
+        return SolveFixed<3>(a, b, x);
+    case 4:
+        return SolveFixed<4>(a, b, x);
+    default: {
+        const Eigen::FullPivLU<MatM> lu(a);
+        if (!lu.isInvertible())
+            return false;
+        x = lu.solve(b);
+        return true;
+    }
+    }
+}
+
+// The least-squares solution of smallest norm of a x = b (a square, perhaps singular), at fixed
+// size where it is small.
+template <int N, typename B, typename X> void LeastSquaresFixed(const MatM& a, const B& b, X& x) {
+    const Eigen::Matrix<double, N, N> f = a.template topLeftCorner<N, N>();
+    const Eigen::CompleteOrthogonalDecomposition<Eigen::Matrix<double, N, N>> cod(f);
+    x = cod.solve(b);
+}
+
+template <typename B, typename X> void LeastSquares(const MatM& a, const B& b, X& x) {
+    switch (a.rows()) {
+    case 1:
+        x = b / (a(0, 0) == 0.0 ? 1.0 : a(0, 0));
+        if (a(0, 0) == 0.0)
+            x.setZero();
+        return;
+    case 2:
+        return LeastSquaresFixed<2>(a, b, x);
+    case 3:
+        return LeastSquaresFixed<3>(a, b, x);
+    case 4:
+        return LeastSquaresFixed<4>(a, b, x);
+    default: {
+        const Eigen::CompleteOrthogonalDecomposition<MatM> cod(a);
+        x = cod.solve(b);
+    }
+    }
+}
+
+Vec6 Projector(const Vec3& n) {
+    Vec6 p;
+    p << n(0) * n(0), n(1) * n(1), n(2) * n(2), 2 * n(0) * n(1), 2 * n(1) * n(2), 2 * n(2) * n(0);
+    return p;
+}
+
+// The multipliers of the acting mechanisms by Koiter's rule: of the candidates, those whose
+// multipliers come out positive and that keep the others from being violated. g is the matrix
+// a_k.D.b_j + H_kj of the candidates, rhs their elastic loading. With non-associated flow at an
+// edge or corner the rule need not have one solution, and dropping and adding mechanisms may go
+// round in circles: then the admissible combination that violates the others least is taken,
+// else the multipliers of a projected Gauss-Seidel iteration (the drift correction takes up
+// what remains). Answers false only when nothing finite comes out.
+bool SolveActiveSet(const MatM& g, const VecM& rhs,
+                    std::array<bool, TExplicitModel::MaxMechanisms>& active, VecM& lambda) {
+    const int n = static_cast<int>(rhs.size());
+    double scale = 0.0;
+    for (int k = 0; k < n; ++k) {
+        active[k] = rhs(k) > 0.0;
+        scale = std::max(scale, std::abs(rhs(k)));
+    }
+    lambda = VecM::Zero(n);
+    if (scale == 0.0)
+        return true;
+    const double tolerance = 1e-10 * scale;
+    VecM best;
+    std::array<bool, TExplicitModel::MaxMechanisms> bestActive{};
+    double bestViolation = HUGE_VAL;
+    for (int round = 0; round < 4 * n + 4; ++round) {
+        int idx[TExplicitModel::MaxMechanisms];
+        int m = 0;
+        for (int k = 0; k < n; ++k)
+            if (active[k])
+                idx[m++] = k;
+        VecM solved = VecM::Zero(m);
+        if (m > 0) {
+            MatM sub(m, m);
+            VecM r(m);
+            for (int i = 0; i < m; ++i) {
+                r(i) = rhs(idx[i]);
+                for (int j = 0; j < m; ++j)
+                    sub(i, j) = g(idx[i], idx[j]);
+            }
+            if (!SolveSquare(sub, r, solved)) {
+                // Mechanisms that meet in one feature and more (an apex): any split of the
+                // multipliers gives the same stress; take the smallest.
+                LeastSquares(sub, r, solved);
+            }
+            if (!solved.allFinite())
+                break;
+        }
+        // Drop the most negative multiplier (as a stress), if any.
+        int worst = -1;
+        double most = -tolerance;
+        for (int i = 0; i < m; ++i) {
+            const double weighted = solved(i) * std::max(1.0, std::abs(g(idx[i], idx[i])));
+            if (weighted < most) {
+                most = weighted;
+                worst = idx[i];
+            }
+        }
+        if (worst >= 0) {
+            active[worst] = false;
+            continue;
+        }
+        lambda.setZero();
+        for (int i = 0; i < m; ++i)
+            lambda(idx[i]) = std::max(solved(i), 0.0);
+        // Add the candidate that the others would violate most.
+        int add = -1;
+        double rate = tolerance;
+        for (int k = 0; k < n; ++k) {
+            if (active[k])
+                continue;
+            const double r = rhs(k) - g.row(k).dot(lambda);
+            if (r > rate) {
+                rate = r;
+                add = k;
+            }
+        }
+        if (add < 0)
+            return true;
+        if (rate < bestViolation) {
+            bestViolation = rate;
+            best = lambda;
+            bestActive = active;
+        }
+        active[add] = true;
+    }
+    if (bestViolation < HUGE_VAL) {
+        lambda = best;
+        active = bestActive;
+        return true;
+    }
+    lambda = VecM::Zero(n);
+    for (int sweep = 0; sweep < 200; ++sweep)
+        for (int k = 0; k < n; ++k)
+            if (g(k, k) > 0.0)
+                lambda(k) = std::max(0.0, lambda(k) + (rhs(k) - g.row(k).dot(lambda)) / g(k, k));
+    for (int k = 0; k < n; ++k)
+        active[k] = lambda(k) > 0.0;
+    return lambda.allFinite();
+}
+
+// Whether mechanism k repeats one before it among the chosen: the same function, gradient and
+// flow (the two orderings of an edge's equal principal stresses). It then counts once.
+bool Repeats(const TMechanism* m, const int* chosen, int count, int k) {
+    for (int i = 0; i < count; ++i) {
+        const TMechanism& a = m[chosen[i]];
+        const TMechanism& b = m[k];
+        if (a.F == b.F && a.A == b.A && a.B == b.B && a.DFDH == b.DFDH && a.Rate == b.Rate)
+            return true;
+    }
+    return false;
+}
+
+} // namespace
+
+void TEigenCache::Compute(const Vec6& stress) {
+    if (Done)
+        return;
+    Mat3 s;
+    s << stress(0), stress(3), stress(5), stress(3), stress(1), stress(4), stress(5), stress(4),
+        stress(2);
+    SymmetricEigen(s, Values, Vectors);
+    Done = true;
+}
+
+TPrincipalStress::TPrincipalStress(const Vec6& stress, const Vec6* loading, TEigenCache* cache) {
+    TEigenCache own;
+    TEigenCache& eigen = cache ? *cache : own;
+    eigen.Compute(stress);
+    const Vec3 values = eigen.Values;
+    Mat3 vectors = eigen.Vectors;
+    // Rounding leaves tiny shears that decide the directions of a pair that is equal but for
+    // rounding: such a pair counts as equal.
+    const double tolerance = 1e-8 * values.cwiseAbs().maxCoeff();
+    const bool low = values(1) - values(0) <= tolerance, high = values(2) - values(1) <= tolerance;
+    if (loading && (low || high)) {
+        Mat3 l;
+        l << (*loading)(0), (*loading)(3), (*loading)(5), (*loading)(3), (*loading)(1),
+            (*loading)(4), (*loading)(5), (*loading)(4), (*loading)(2);
+        if (low && high) {
+            // The hydrostatic axis: the loading's directions, in the order of their compression.
+            Vec3 lv;
+            SymmetricEigen(l, lv, vectors);
+        } else {
+            // An edge: the loading's directions within the plane of the equal pair, the one it
+            // compresses more first (the sort of the values is most compressive first).
+            const int a = low ? 0 : 1, b = a + 1;
+            const Vec3 na = vectors.col(a), nb = vectors.col(b);
+            const double laa = na.dot(l * na), lbb = nb.dot(l * nb), lab = na.dot(l * nb);
+            const double size = std::abs(laa) + std::abs(lbb) + std::abs(lab);
+            if (std::abs(laa - lbb) + std::abs(lab) > 1e-9 * size) {
+                const double angle = 0.5 * std::atan2(2.0 * lab, laa - lbb);
+                const Vec3 first = std::cos(angle) * na + std::sin(angle) * nb;
+                const Vec3 second = -std::sin(angle) * na + std::cos(angle) * nb;
+                const bool firstMore = first.dot(l * first) <= second.dot(l * second);
+                vectors.col(a) = firstMore ? first : second;
+                vectors.col(b) = firstMore ? second : first;
+                for (int i = 0; i < 3; ++i) {
+                    S(i) = -values(i);
+                    Derivative[i] = -Projector(vectors.col(i));
+                }
+                const double mean = 0.5 * (S(a) + S(b));
+                S(a) = S(b) = mean;
+                return;
+            }
+        }
+    }
+    // Ascending in tension-positive values: the most compressive first.
+    for (int i = 0; i < 3; ++i) {
+        S(i) = -values(i);
+        Derivative[i] = -Projector(vectors.col(i));
+    }
+    // An edge that no loading settles: the equal pair alike.
+    if (low != high) {
+        const int a = low ? 0 : 1, b = a + 1;
+        const double mean = 0.5 * (S(a) + S(b));
+        const Vec6 projector = 0.5 * (Derivative[a] + Derivative[b]);
+        S(a) = S(b) = mean;
+        Derivative[a] = Derivative[b] = projector;
+    }
+}
+
+TInvariants::TInvariants(const Vec6& stress) {
+    P = -(stress(0) + stress(1) + stress(2)) / 3.0;
+    DP << -1.0 / 3, -1.0 / 3, -1.0 / 3, 0, 0, 0;
+    const double sx = stress(0) + P, sy = stress(1) + P, sz = stress(2) + P;
+    const double j2 = 0.5 * (sx * sx + sy * sy + sz * sz) + stress(3) * stress(3) +
+                      stress(4) * stress(4) + stress(5) * stress(5);
+    Q = std::sqrt(3.0 * j2);
+    if (Q > 0.0) {
+        const double f = 1.5 / Q;
+        DQ << f * sx, f * sy, f * sz, 2 * f * stress(3), 2 * f * stress(4), 2 * f * stress(5);
+    } else {
+        DQ.setZero();
+    }
+}
+
+void MohrCoulombMechanisms(const TPrincipalStress& principal, double sinPhi, double cohesion,
+                           double sinPsi, bool tensionCutOff, double tensileStrength,
+                           const THardening& rate, TMechanism* out, double far) {
+    static constexpr int I[6] = {0, 0, 1, 1, 2, 2};
+    static constexpr int J[6] = {2, 1, 2, 0, 1, 0};
+    const Vec3& s = principal.S;
+    const double cc = cohesion * std::sqrt(std::max(0.0, 1.0 - sinPhi * sinPhi));
+    for (int k = 0; k < 6; ++k) {
+        const int i = I[k], j = J[k];
+        TMechanism& m = out[k];
+        const double f = 0.5 * (s(i) - s(j)) - 0.5 * (s(i) + s(j)) * sinPhi - cc;
+        if (f < far) {
+            m.SetInactive();
+            m.F = f;
+            continue;
+        }
+        m.F = f;
+        m.A = 0.5 * (1.0 - sinPhi) * principal.Derivative[i] -
+              0.5 * (1.0 + sinPhi) * principal.Derivative[j];
+        m.B = 0.5 * (1.0 - sinPsi) * principal.Derivative[i] -
+              0.5 * (1.0 + sinPsi) * principal.Derivative[j];
+        m.DFDH.setZero();
+        m.Rate = rate;
+    }
+    for (int k = 0; k < 3; ++k) {
+        TMechanism& m = out[6 + k];
+        if (tensionCutOff) {
+            m.F = -s(k) - tensileStrength;
+            m.A = -principal.Derivative[k];
+            m.B = m.A;
+            m.DFDH.setZero();
+            m.Rate.setZero();
+        } else {
+            m.SetInactive();
+        }
+    }
+}
+
+double MohrCoulombYield(const Vec3& s, double sinPhi, double cohesion, bool tensionCutOff,
+                        double tensileStrength) {
+    const double cc = cohesion * std::sqrt(std::max(0.0, 1.0 - sinPhi * sinPhi));
+    const double major = s.maxCoeff(), minor = s.minCoeff();
+    double f = 0.5 * (major - minor) - 0.5 * (major + minor) * sinPhi - cc;
+    if (tensionCutOff)
+        f = std::max(f, -minor - tensileStrength);
+    return f;
+}
+
+struct TExplicitModel::TRate {
+    Vec6 Stress = Vec6::Zero();
+    THardening Hardening = THardening::Zero();
+    TMechanism Mechanisms[MaxMechanisms];
+    int Count = 0;
+    std::array<bool, MaxMechanisms> Candidate{};
+    std::array<bool, MaxMechanisms> Acting{}; // its multiplier came out positive
+    Vec6 Loading = Vec6::Zero();              // the elastic stress increment
+};
+
+double TExplicitModel::Accuracy() const {
+    // The substeps' errors add up over an increment, and a substep's decisions (which
+    // mechanisms act) make the update a little rough at that level.
+    return 10.0 * SubstepTolerance;
+}
+
+Mat6 TExplicitModel::ElasticTangent(const TModelPoint& point) const {
+    TModuli moduli;
+    TEigenCache cache;
+    Elasticity(point, cache, moduli);
+    return ElasticStiffness(moduli.G,
+                            0.5 * (3.0 * moduli.K - 2.0 * moduli.G) / (3.0 * moduli.K + moduli.G));
+}
+
+bool TExplicitModel::Rate(const TModelPoint& point, const Vec6& strain, double time, TRate& rate,
+                          const char** fault, const TEvaluation* known) const {
+    TModuli moduli;
+    TEigenCache cache = known ? known->Cache : TEigenCache();
+    if (const char* why = Elasticity(point, cache, moduli)) {
+        if (fault)
+            *fault = why;
+        return false;
+    }
+    Vec6 creep = Vec6::Zero();
+    THardening creepHardening = THardening::Zero();
+    const bool creeps = time > 0.0 && Creep(point, time, creep, creepHardening);
+    const Vec6 elastic = ApplyIsotropic(moduli.G, moduli.K, creeps ? Vec6(strain - creep) : strain);
+    rate.Loading = elastic;
+    if (known && known->Count >= 0) {
+        rate.Count = known->Count;
+        std::copy(known->Mechanisms, known->Mechanisms + known->Count, rate.Mechanisms);
+    } else {
+        rate.Count = Mechanisms(point, &elastic, cache, rate.Mechanisms);
+    }
+    const double scale = point.Stress.cwiseAbs().maxCoeff() + StressScale();
+    int idx[MaxMechanisms];
+    int n = 0;
+    for (int k = 0; k < rate.Count; ++k) {
+        rate.Candidate[k] = rate.Mechanisms[k].F >= -Candidate * scale;
+        if (rate.Candidate[k] && !Repeats(rate.Mechanisms, idx, n, k))
+            idx[n++] = k;
+    }
+    rate.Stress = elastic;
+    rate.Hardening = creepHardening;
+    rate.Acting.fill(false);
+    if (n == 0)
+        return true;
+    MatM g(n, n);
+    VecM rhs(n);
+    Vec6 db[MaxMechanisms];
+    for (int j = 0; j < n; ++j)
+        db[j] = ApplyIsotropic(moduli.G, moduli.K, rate.Mechanisms[idx[j]].B);
+    for (int i = 0; i < n; ++i) {
+        const TMechanism& mi = rate.Mechanisms[idx[i]];
+        rhs(i) = mi.A.dot(elastic) + mi.DFDH.dot(creepHardening);
+        for (int j = 0; j < n; ++j)
+            g(i, j) = mi.A.dot(db[j]) - mi.DFDH.dot(rate.Mechanisms[idx[j]].Rate);
+    }
+    std::array<bool, TExplicitModel::MaxMechanisms> active{};
+    VecM lambda;
+    if (!SolveActiveSet(g, rhs, active, lambda)) {
+        if (fault)
+            *fault = NoActiveSet;
+        return false;
+    }
+    for (int j = 0; j < n; ++j) {
+        if (lambda(j) <= 0.0)
+            continue;
+        rate.Stress -= lambda(j) * db[j];
+        rate.Hardening += lambda(j) * rate.Mechanisms[idx[j]].Rate;
+        rate.Acting[idx[j]] = true;
+    }
+    return true;
+}
+
+void TExplicitModel::Advance(TModelPoint& point, const TRate& rate, double fraction) const {
+    point.Stress += fraction * rate.Stress;
+    const auto places = HardeningPlaces();
+    for (int i = 0; i < MaxHardening; ++i)
+        if (places[i] >= 0)
+            point.History[places[i]] += fraction * rate.Hardening(i);
+}
+
+double TExplicitModel::MostViolated(const TModelPoint& point, int& count,
+                                    TMechanism* mechanisms) const {
+    TEigenCache cache;
+    count = Mechanisms(point, nullptr, cache, mechanisms);
+    double most = -HUGE_VAL;
+    for (int k = 0; k < count; ++k)
+        most = std::max(most, mechanisms[k].F);
+    return most;
+}
+
+bool TExplicitModel::CorrectDrift(TModelPoint& point, const std::array<bool, MaxMechanisms>& acting,
+                                  const Vec6* loading, TEvaluation& evaluation) const {
+    // A stress outside a surface is brought back onto it, and one that a mechanism acting in
+    // the substep left a little inside is brought onto it too (Sloan et al.: the correction
+    // keeps |f| within the tolerance), along the plastic directions of the mechanisms concerned,
+    // with their hardening.
+    TMechanism* m = evaluation.Mechanisms;
+    evaluation.Count = -1;
+    const auto places = HardeningPlaces();
+    for (int round = 0; round < 6; ++round) {
+        evaluation.Cache = TEigenCache();
+        TEigenCache& cache = evaluation.Cache;
+        const int count = Mechanisms(point, loading, cache, m);
+        const double scale = point.Stress.cwiseAbs().maxCoeff() + StressScale();
+        int idx[MaxMechanisms];
+        int n = 0;
+        bool off = false;
+        for (int k = 0; k < count; ++k) {
+            const bool outside = m[k].F > Drift * scale;
+            const bool inside =
+                acting[k] && m[k].F < -Drift * scale && m[k].F >= -Candidate * scale;
+            if ((outside || inside || (acting[k] && m[k].F >= -Candidate * scale)) &&
+                !Repeats(m, idx, n, k))
+                idx[n++] = k;
+            off = off || outside || inside;
+        }
+        if (!off) {
+            evaluation.Count = count; // what the point's next evaluation will find
+            return true;
+        }
+        TModuli moduli;
+        if (Elasticity(point, cache, moduli))
+            return false;
+        MatM g(n, n);
+        VecM rhs(n);
+        Vec6 db[MaxMechanisms];
+        for (int j = 0; j < n; ++j)
+            db[j] = ApplyIsotropic(moduli.G, moduli.K, m[idx[j]].B);
+        for (int i = 0; i < n; ++i) {
+            rhs(i) = m[idx[i]].F;
+            for (int j = 0; j < n; ++j)
+                g(i, j) = m[idx[i]].A.dot(db[j]) - m[idx[i]].DFDH.dot(m[idx[j]].Rate);
+        }
+        VecM lambda(n);
+        LeastSquares(g, rhs, lambda);
+        if (!lambda.allFinite())
+            return false;
+        for (int j = 0; j < n; ++j) {
+            point.Stress -= lambda(j) * db[j];
+            for (int i = 0; i < MaxHardening; ++i)
+                if (places[i] >= 0)
+                    point.History[places[i]] += lambda(j) * m[idx[j]].Rate(i);
+        }
+    }
+    return false;
+}
+
+void TExplicitModel::ContinuumTangent(const TModelPoint& point, const Vec6& strain, Mat6& tangent,
+                                      const TEvaluation* known) const {
+    TModuli moduli;
+    TEigenCache cache = known ? known->Cache : TEigenCache();
+    Elasticity(point, cache, moduli);
+    tangent = ElasticStiffness(moduli.G, 0.5 * (3.0 * moduli.K - 2.0 * moduli.G) /
+                                             (3.0 * moduli.K + moduli.G));
+    TMechanism own[MaxMechanisms];
+    const Vec6 elastic = tangent * strain;
+    const bool reuse = known && known->Count >= 0;
+    const TMechanism* m = reuse ? known->Mechanisms : own;
+    const int count = reuse ? known->Count : Mechanisms(point, &elastic, cache, own);
+    const double scale = point.Stress.cwiseAbs().maxCoeff() + StressScale();
+    int idx[MaxMechanisms];
+    int n = 0;
+    for (int k = 0; k < count; ++k)
+        if (m[k].F >= -Candidate * scale && !Repeats(m, idx, n, k))
+            idx[n++] = k;
+    if (n == 0)
+        return;
+    MatM g(n, n);
+    VecM rhs(n);
+    Vec6 db[MaxMechanisms];
+    for (int j = 0; j < n; ++j)
+        db[j] = ApplyIsotropic(moduli.G, moduli.K, m[idx[j]].B);
+    for (int i = 0; i < n; ++i) {
+        rhs(i) = m[idx[i]].A.dot(elastic);
+        for (int j = 0; j < n; ++j)
+            g(i, j) = m[idx[i]].A.dot(db[j]) - m[idx[i]].DFDH.dot(m[idx[j]].Rate);
+    }
+    std::array<bool, TExplicitModel::MaxMechanisms> active{};
+    VecM lambda;
+    if (!SolveActiveSet(g, rhs, active, lambda))
+        return;
+    int act[MaxMechanisms];
+    int a = 0;
+    for (int i = 0; i < n; ++i)
+        if (active[i] && lambda(i) > 0.0)
+            act[a++] = i;
+    if (a == 0)
+        return;
+    // D - (D B) (A^T D B + H)^-1 (A^T D), over the acting mechanisms.
+    MatM sub(a, a);
+    Eigen::Matrix<double, Eigen::Dynamic, 6, 0, MaxMechanisms, 6> adt(a, 6);
+    Eigen::Matrix<double, 6, Eigen::Dynamic, 0, 6, MaxMechanisms> dbm(6, a);
+    for (int i = 0; i < a; ++i) {
+        adt.row(i) = (tangent * m[idx[act[i]]].A).transpose(); // D is symmetric
+        dbm.col(i) = db[act[i]];
+        for (int j = 0; j < a; ++j)
+            sub(i, j) = g(act[i], act[j]);
+    }
+    // At an edge the mechanisms of both orderings act, and their gradients may be dependent:
+    // then the smallest-norm solution, which gives the same stress.
+    Eigen::Matrix<double, Eigen::Dynamic, 6, 0, MaxMechanisms, 6> solved(a, 6);
+    if (SolveSquare(sub, adt, solved)) {
+        tangent -= dbm * solved;
+    } else {
+        LeastSquares(sub, adt, solved);
+        tangent -= dbm * solved;
+    }
+}
+
+bool TExplicitModel::Integrate(const TModelPoint& start, const Vec6& strainIncrement,
+                               double timeIncrement, TModelPoint& end, Mat6* tangent,
+                               const char** fault) const {
+    end = start;
+    BeginIncrement(end.History, strainIncrement);
+    TRate first, second;
+    TMechanism scratch[MaxMechanisms];
+    TEvaluation evaluation; // of `end`, once the drift correction has looked at it
+    double done = 0.0;
+    double size = 1.0;
+    for (int substeps = 0; done < 1.0; ++substeps) {
+        if (substeps >= FMostSubsteps || size < SmallestSubstep) {
+            if (fault)
+                *fault = TooManySubsteps;
+            return false;
+        }
+        size = std::min(size, 1.0 - done);
+        const Vec6 strain = size * strainIncrement;
+        const double time = size * timeIncrement;
+        if (!Rate(end, strain, time, first, fault, &evaluation))
+            return false;
+        TModelPoint euler = end;
+        Advance(euler, first, 1.0);
+        AddStrain(euler.History, strain);
+        if (!Rate(euler, strain, time, second, fault)) {
+            size *= 0.25; // the model cannot take the Euler point: try a shorter substep
+            continue;
+        }
+        // A mechanism that was not acting and is violated at the end has started within the
+        // substep: cut the substep where it starts (regula falsi along the Euler path).
+        const double scale = end.Stress.cwiseAbs().maxCoeff() + StressScale();
+        double violation = -HUGE_VAL;
+        double before = -HUGE_VAL;
+        for (int k = 0; k < second.Count; ++k)
+            if (!first.Candidate[k] && second.Mechanisms[k].F > violation) {
+                violation = second.Mechanisms[k].F;
+                before = first.Mechanisms[k].F;
+            }
+        if (violation > Cross * scale) {
+            double lo = 0.0, hi = 1.0, flo = before, fhi = violation;
+            double cut = 0.5;
+            for (int i = 0; i < 12; ++i) {
+                cut = lo + (hi - lo) * flo / (flo - fhi);
+                TModelPoint p = end;
+                Advance(p, first, cut);
+                TEigenCache cache;
+                Mechanisms(p, &first.Stress, cache, scratch);
+                double f = -HUGE_VAL;
+                for (int k = 0; k < second.Count; ++k)
+                    if (!first.Candidate[k])
+                        f = std::max(f, scratch[k].F);
+                if (std::abs(f) <= 0.1 * Cross * scale)
+                    break;
+                if (f > 0) {
+                    hi = cut;
+                    fhi = f;
+                    flo *= 0.5; // Illinois: keep the bracket shrinking from both sides
+                } else {
+                    lo = cut;
+                    flo = f;
+                    fhi *= 0.5;
+                }
+            }
+            size *= std::clamp(cut, 1e-3, 0.999);
+            continue;
+        }
+        // The error of the substep: Euler against modified Euler.
+        const Vec6 averaged = 0.5 * (first.Stress + second.Stress);
+        const double stressError = 0.5 * (second.Stress - first.Stress).norm() /
+                                   std::max((end.Stress + averaged).norm(), StressScale());
+        double error = stressError;
+        const auto places = HardeningPlaces();
+        const THardening floor = HardeningScale();
+        for (int i = 0; i < MaxHardening; ++i) {
+            if (places[i] < 0)
+                continue;
+            const double h =
+                end.History[places[i]] + 0.5 * (first.Hardening(i) + second.Hardening(i));
+            const double change = 0.5 * std::abs(second.Hardening(i) - first.Hardening(i));
+            error = std::max(error, change / std::max(std::abs(h), floor(i)));
+        }
+        if (!std::isfinite(error)) {
+            size *= 0.25;
+            continue;
+        }
+        if (error > SubstepTolerance) {
+            size *= std::max(0.9 * std::sqrt(SubstepTolerance / error), 0.1);
+            continue;
+        }
+        end.Stress += averaged;
+        for (int i = 0; i < MaxHardening; ++i)
+            if (places[i] >= 0)
+                end.History[places[i]] += 0.5 * (first.Hardening(i) + second.Hardening(i));
+        AddStrain(end.History, strain);
+        std::array<bool, MaxMechanisms> acting{};
+        for (int k = 0; k < second.Count; ++k)
+            acting[k] = first.Acting[k] || second.Acting[k];
+        CorrectDrift(end, acting, &second.Loading, evaluation);
+        done += size;
+        size *= error > 0.0 ? std::min(0.9 * std::sqrt(SubstepTolerance / error), 2.0) : 2.0;
+    }
+    if (!end.Stress.allFinite()) {
+        if (fault)
+            *fault = "the stress integration gave a number that is not finite";
+        return false;
+    }
+    if (tangent) {
+        ContinuumTangent(end, strainIncrement, *tangent, &evaluation);
+        if (timeIncrement > 0.0) {
+            TModuli moduli;
+            TEigenCache cache;
+            Elasticity(end, cache, moduli);
+            CreepTangent(end, timeIncrement, moduli, *tangent);
+        }
+    }
+    return true;
+}
+
+} // namespace tw::kernel

@@ -1,0 +1,246 @@
+// Hardening Soil and HS small against closed forms: the hyperbola of drained primary loading and
+// unloading with Eur (Schanz, Vermeer and Bonnier 1999), one-dimensional loading on the fitted
+// cap, the dilatancy of Rowe at failure, the small-strain law and its Masing damping (Benz 2007).
+
+#include "Kernel.h"
+#include "KernelFile.h"
+#include "materials/HardeningSoilCap.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+using namespace tw::kernel;
+using namespace tw::kernel::testing;
+
+namespace {
+
+constexpr double Pi = 3.14159265358979323846;
+
+std::vector<TResultRow> Rows(const TKernelFile& file) {
+    const TComputedTest test = ComputeTest(ParseKernelInput("hs.qbc", file.Text()));
+    EXPECT_TRUE(test.Outcome.Completed) << test.Outcome.Message;
+    return test.Rows;
+}
+
+double Axial(const TResultRow& r) {
+    return -r[rcEpsXX + 1];
+}
+double Deviator(const TResultRow& r) {
+    return r[rcSigXX] - r[rcSigXX + 1];
+}
+double Volume(const TResultRow& r) {
+    return r[rcEpsXX] + r[rcEpsXX + 1] + r[rcEpsXX + 2];
+}
+
+TKernelFile Triaxial(const THardeningSoilMaterial& m, double cell, double preconsolidation) {
+    TKernelFile file;
+    file.HardeningSoil(m);
+    file.InitialStress << -cell, -cell, -cell, 0, 0, 0;
+    file.Preconsolidation = preconsolidation;
+    file.Error = 1e-10; // stress-controlled components exact, for the closed forms
+    return file;
+}
+
+// E50 at a minor principal stress (c = 0), and qf, qa of a triaxial test at that cell pressure.
+struct THyperbola {
+    double Ei, Eur, Qf, Qa;
+    THyperbola(const THardeningSoilMaterial& m, double cell) {
+        const double s = std::sin(m.Phi * Pi / 180);
+        const double f = std::pow(cell / m.PRef, m.PowerM);
+        Ei = 2 * m.E50 * f / (2 - m.Rf);
+        Eur = m.Eur * f;
+        Qf = 2 * s * cell / (1 - s);
+        Qa = Qf / m.Rf;
+    }
+    // eps1 = q / (Ei (1 - q / qa)), solved for q.
+    double Q(double eps1) const { return eps1 * Ei / (1 + eps1 * Ei / Qa); }
+};
+
+} // namespace
+
+TEST(HardeningSoil, DrainedPrimaryLoadingFollowsTheHyperbolaAndUnloadingEur) {
+    for (double m : {0.0, 0.5, 1.0}) {
+        THardeningSoilMaterial soil;
+        soil.PowerM = m;
+        const double cell = 150;
+        const THyperbola h(soil, cell);
+        // The cap stays out of reach: preconsolidated far beyond the test. Within a step the
+        // strains grow in proportion while the cell pressure is held only at its end; that
+        // deviation of the path costs (1/steps)^2, 2e-5 of qf here.
+        TKernelFile file = Triaxial(soil, cell, 5000);
+        file.Phases = {TriaxialPhase(400, -0.12)};
+        const auto rows = Rows(file);
+        double worst = 0;
+        for (const auto& r : rows) {
+            if (Deviator(r) > 0.999 * h.Qf)
+                break;
+            worst = std::max(worst, std::abs(Deviator(r) - h.Q(Axial(r))) / h.Qf);
+        }
+        EXPECT_LT(worst, 5e-5) << "m " << m;
+        // The end lies on the failure line, and with psi = 0 the volume changes elastically only.
+        EXPECT_NEAR(Deviator(rows.back()), h.Qf, 1e-6 * h.Qf);
+        const double k = h.Eur / (3 * (1 - 2 * soil.NuUr));
+        EXPECT_NEAR(Volume(rows.back()), -h.Qf / 3 / k, 1e-4 * h.Qf / k);
+
+        // Unloading from half the failure deviator and reloading to it: elastic with Eur.
+        file.Phases = {TriaxialPhase(50, -0.004), TriaxialPhase(20, 0.0005),
+                       TriaxialPhase(20, -0.0005)};
+        const auto cycle = Rows(file);
+        const auto& top = cycle[50];
+        const auto& bottom = cycle[70];
+        EXPECT_NEAR((Deviator(top) - Deviator(bottom)) / (Axial(top) - Axial(bottom)), h.Eur,
+                    1e-6 * h.Eur);
+        EXPECT_NEAR(Deviator(cycle[90]), Deviator(top), 1e-6 * h.Qf);
+    }
+}
+
+// The check of the cap: for a range of phi, K0nc, Eoed/E50 and m, one-dimensional
+// primary loading from a K0nc state keeps K0nc and has the tangent stiffness EOedRef at
+// sigma1' = p_ref, Eoed = EOedRef (sigma1' / p_ref)^m, so eps1 = p_ref^m (s^(1-m) - s0^(1-m)) /
+// ((1 - m) EOedRef) (ln for m = 1).
+TEST(HardeningSoil, OneDimensionalLoadingOnTheFittedCapGivesK0ncAndEOedRef) {
+    for (double phi : {20.0, 30.0, 40.0})
+        for (double k0Factor : {1.0, 1.2})
+            for (double eoedRatio : {0.5, 1.0})
+                for (double m : {0.0, 0.5, 1.0}) {
+                    THardeningSoilMaterial soil;
+                    soil.Phi = phi;
+                    soil.PowerM = m;
+                    soil.EOed = eoedRatio * soil.E50;
+                    soil.K0nc = k0Factor * (1 - std::sin(phi * Pi / 180));
+                    TKernelFile file;
+                    file.HardeningSoil(soil);
+                    file.TestType = 1;
+                    const double s0 = 50;
+                    file.InitialStress << -soil.K0nc * s0, -s0, -soil.K0nc * s0, 0, 0, 0;
+                    TPhaseEntry load;
+                    load.Steps = 30;
+                    load.Stress(1) = -150;
+                    load.Conditions = OedometerConditions;
+                    file.Phases = {load};
+                    file.Error = 1e-10;
+                    const auto rows = Rows(file);
+                    const std::string where =
+                        "phi " + std::to_string(phi) + ", K0nc " + std::to_string(soil.K0nc) +
+                        ", Eoed/E50 " + std::to_string(eoedRatio) + ", m " + std::to_string(m);
+                    for (const auto& r : rows) {
+                        const double s = -r[rcSigXX + 1];
+                        EXPECT_NEAR(r[rcSigXX] / r[rcSigXX + 1], soil.K0nc, 1e-6 * soil.K0nc)
+                            << where;
+                        const double p = soil.PRef;
+                        const double expected =
+                            m == 1.0 ? p / soil.EOed * std::log(s / s0)
+                                     : std::pow(p, m) * (std::pow(s, 1 - m) - std::pow(s0, 1 - m)) /
+                                           ((1 - m) * soil.EOed);
+                        EXPECT_NEAR(-r[rcEpsXX + 1], expected, 1e-6 * expected + 1e-15) << where;
+                    }
+                }
+}
+
+// At failure the flow is that of Mohr-Coulomb with the mobilised dilatancy of Rowe, which there
+// is psi: d eps_v / d eps1 = -2 sin psi / (1 - sin psi) on the compression edge. Once the void
+// ratio reaches e_max the soil dilates no more.
+TEST(HardeningSoil, DilatesWithPsiAtFailureUntilTheCutOff) {
+    THardeningSoilMaterial soil;
+    soil.Psi = 10;
+    TKernelFile file = Triaxial(soil, 100, 5000);
+    file.Phases = {TriaxialPhase(400, -0.2)};
+    auto rows = Rows(file);
+    const double sinPsi = std::sin(soil.Psi * Pi / 180);
+    const size_t n = rows.size();
+    const double slope = (Volume(rows[n - 1]) - Volume(rows[n - 11])) /
+                         (rows[n - 1][rcEpsXX + 1] - rows[n - 11][rcEpsXX + 1]);
+    EXPECT_NEAR(slope, -2 * sinPsi / (1 - sinPsi), 1e-6);
+
+    // Porosity 0.4 (e = 0.667) and at most 0.41 (e = 0.695): the cut-off at eps_v = 0.0171.
+    soil.InitialPorosity = 0.4;
+    soil.MaxPorosity = 0.41;
+    file = Triaxial(soil, 100, 5000);
+    file.Phases = {TriaxialPhase(400, -0.2)};
+    rows = Rows(file);
+    const double e0 = 0.4 / 0.6, eMax = 0.41 / 0.59;
+    const double limit = (eMax - e0) / (1 + e0);
+    EXPECT_NEAR(Volume(rows.back()), limit, 1e-4 * limit);
+    EXPECT_NEAR(Volume(rows.back()), Volume(rows[rows.size() - 50]), 1e-6 * limit);
+}
+
+// Peak and final values do not depend on the number of steps.
+TEST(HardeningSoil, TenAndAThousandStepsGiveTheSamePeakAndFinalValues) {
+    THardeningSoilMaterial soil;
+    soil.Psi = 8;
+    soil.Cohesion = 5;
+    auto run = [&](int steps, bool undrained) {
+        TKernelFile file = Triaxial(soil, 100, 0); // normally consolidated: the cap acts
+        file.Error = 0.01;
+        if (undrained)
+            file.Undrained(0, 2e6, 0.4);
+        file.Phases = {TriaxialPhase(steps, -0.1)};
+        const TComputedTest test = ComputeTest(ParseKernelInput("hs.qbc", file.Text()));
+        EXPECT_TRUE(test.Outcome.Completed) << test.Outcome.Message;
+        return test;
+    };
+    for (bool undrained : {false, true}) {
+        const auto coarse = run(10, undrained);
+        const auto fine = run(1000, undrained);
+        EXPECT_NEAR(coarse.PeakDeviatoricStress, fine.PeakDeviatoricStress,
+                    0.01 * fine.PeakDeviatoricStress)
+            << (undrained ? "undrained" : "drained");
+        const int column = undrained ? rcPExcess : rcEpsXX;
+        const double a = undrained ? coarse.LastRow[column] : Volume(coarse.LastRow);
+        const double b = undrained ? fine.LastRow[column] : Volume(fine.LastRow);
+        EXPECT_NEAR(a, b, 0.01 * std::abs(b)) << (undrained ? "undrained" : "drained");
+    }
+}
+
+// HS small in simple shear, elastic throughout (cap far away, E50 = Eur leaves the shear
+// hardening elastic up to half the failure deviator, m = 0): the secant shear modulus is G0 at
+// small strain and G0 / (1 + 0.385) = 0.722 G0 at gamma07; beyond the cut-off the tangent is Gur.
+// A closed cycle between +-gamma_c has the Masing damping of the hyperbola tau = G0 gamma / (1 +
+// gamma / gamma_r), gamma_r = gamma07 / 0.385: D = 4 (1 + x) (x - ln(1 + x)) / (pi x^2) - 2 / pi,
+// x = gamma_c / gamma_r (Benz 2007).
+TEST(HardeningSoil, SmallStrainStiffnessAndMasingDamping) {
+    THardeningSoilMaterial soil;
+    soil.PowerM = 0;
+    soil.E50 = soil.Eur = 60000;
+    soil.EOed = 40000;
+    soil.G0 = 100000; // four times Gur = 25000
+    soil.Gamma07 = 1e-4;
+    const double gur = soil.Eur / (2 * (1 + soil.NuUr));
+    TKernelFile file;
+    file.HardeningSoil(soil);
+    file.TestType = 3;
+    file.InitialStress << -100, -100, -100, 0, 0, 0;
+    file.Preconsolidation = 2000;
+    file.Error = 1e-10;
+    auto shear = [](int steps, double gamma) {
+        TPhaseEntry phase;
+        phase.Steps = steps;
+        phase.Strain(3) = gamma;
+        phase.Conditions = DssConditions;
+        return phase;
+    };
+    file.Phases = {shear(1000, 5 * soil.Gamma07)};
+    const auto rows = Rows(file);
+    auto tau = [](const TResultRow& r) { return r[rcSigXX + 3]; };
+    auto gamma = [](const TResultRow& r) { return r[rcEpsXX + 3]; };
+    const double small = gamma(rows[1]); // 5e-7: the secant is G0 to 0.2 %
+    EXPECT_NEAR(tau(rows[1]) / small, soil.G0 / (1 + 0.385 * small / soil.Gamma07), 1e-6 * soil.G0);
+    EXPECT_NEAR(tau(rows[1]) / small, soil.G0, 2e-3 * soil.G0);
+    EXPECT_NEAR(tau(rows[200]) / gamma(rows[200]), soil.G0 / 1.385, 1e-6 * soil.G0);
+    EXPECT_NEAR((tau(rows[1000]) - tau(rows[999])) / (gamma(rows[1000]) - gamma(rows[999])), gur,
+                1e-6 * gur);
+
+    const double gc = soil.Gamma07;
+    file.Phases = {shear(400, gc), shear(800, -2 * gc), shear(800, 2 * gc)};
+    const auto cycle = Rows(file);
+    double area = 0;
+    for (size_t i = 401; i < cycle.size(); ++i)
+        area += 0.5 * (tau(cycle[i]) + tau(cycle[i - 1])) * (gamma(cycle[i]) - gamma(cycle[i - 1]));
+    const double tauC = tau(cycle[400]);
+    const double damping = std::abs(area) / (2 * Pi * tauC * gc);
+    const double x = gc * 0.385 / soil.Gamma07;
+    const double masing = 4 * (1 + x) * (x - std::log(1 + x)) / (Pi * x * x) - 2 / Pi;
+    EXPECT_NEAR(damping, masing, 1e-4 * masing);
+    EXPECT_NEAR(tau(cycle.back()), tauC, 1e-6 * tauC); // the loop closes
+}
