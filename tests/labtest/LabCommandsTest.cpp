@@ -247,8 +247,7 @@ TEST_F(LabCommands, CalculateValidatesAndReportsAFailedRun) {
     EXPECT_EQ(Manager.GetUndoName(0), "set Triaxial_1.Steps 20");
 
     // A model our kernel does not compute: it writes no results, and the command fails.
-    Ok("set Material.SoilModel \"HardeningSoil\"");
-    Ok("set Material.E50Ref 30000");
+    Ok("set Material.SoilModel 7"); // jointed rock
     const TLine failed = Run("calculate Triaxial_1");
     EXPECT_FALSE(failed.Success);
     EXPECT_EQ(failed.ErrorText, "Error reading (a part of) the test results.");
