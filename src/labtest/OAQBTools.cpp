@@ -1,11 +1,16 @@
 #include "labtest/OAQBTools.h"
 
+#include "labtest/QBPersisters.h"
 #include "labtest/QBProject.h"
 #include "labtest/QBProjectTools.h"
 #include "labtest/QBTestBase.h"
+#include "labtest/QBTestFileHandler.h"
+#include "labtest/TarnwickResults.h"
 #include "materials/KovMaterialX.h"
 #include "services/Format.h"
 #include "services/Localisation.h"
+#include "services/Strings.h"
+#include "storage/HierarchicStorage.h"
 
 #include <filesystem>
 
@@ -14,6 +19,7 @@ namespace tw {
 namespace {
 
 const TCommandNameRecord CalculateCommand{"calculate", "&Calculate", "ca"};
+const TCommandNameRecord SaveCommand{"save", "&Save", "sv"};
 const TCommandNameRecord ValidateCommand{"validate", "&Validate", "val"};
 
 std::string ObjectName(const TKovObject* object) {
@@ -90,6 +96,53 @@ void TOAQBCalculationTools::ComCalculate(TKovObject* object,
 TOAQBSaveTools::TOAQBSaveTools() : TOAKovObject(TQBSaveTools::StaticClass()) {
     RemoveCommand("set");
     RemoveCommand("rename");
+    AddCommand(SaveCommand, {{TComParOrIPKovObject::Class(), TComParOrIPText::Class()}},
+               &TOAQBSaveTools::ComSave);
+}
+
+std::string TOAQBSaveTools::TestFileName(const std::string& name) {
+    RegisterTarnwickPersistence(); // the storage formats among them
+    return THierarchicStorageRegistry::Instance().GetStorageByExtension(name) ? name
+                                                                              : name + ".twt.kovml";
+}
+
+void TOAQBSaveTools::ComSave(TKovObject*, const TCommandParameterList& parameters,
+                             TCommandOutput& output, bool predict) const {
+    TKovObject* target = TComParOrIPKovObject::GetObject(*parameters[0]);
+    const auto* test = dynamic_cast<const TQBTestBase*>(target);
+    if (!test) {
+        output.InitializeAsError(cecExecutionFailed,
+                                 Format(Translate("%s is not a test object"), ObjectName(target)));
+        return;
+    }
+    if (!test->HasResults()) {
+        output.InitializeAsError(cecExecutionFailed, Translate("There is no testdata to save."));
+        return;
+    }
+    const std::string name = Trim(TComParOrIPText::GetValue(*parameters[1]));
+    if (name.empty()) {
+        output.InitializeAsError(cecExecutionFailed, Translate("Could not write to:") + " \"\"");
+        return;
+    }
+    if (predict)
+        return;
+    const std::string fileName = TestFileName(name);
+    // The file is written through a temporary file beside it and put in place at the end, so a
+    // failed write leaves an old file as it was. The test itself is only read.
+    TQBTestFileHandler handler(Translate("Saving"), fileName, [test](TQBTestFileHandler& self) {
+        WriteTestResultsFile(*test, self.FileName());
+    });
+    if (!handler.Run()) {
+        output.InitializeAsError(cecExecutionFailed,
+                                 Translate("Could not write to:") + " " + fileName);
+        output.AddAdditionalInfoLine(handler.ErrorMessage());
+        return;
+    }
+    if (!test->MaterialInSyncWithTest())
+        output.AddAdditionalInfoLine(
+            Translate("Warning: Test results are possibly out of sync with material data."));
+    output.AddAdditionalInfoLine(Format(Translate("Saved %s to %s"), ObjectName(target), fileName));
+    output.AddResultObject(target);
 }
 
 // ---------------------------------------------------------------------------------------------

@@ -19,6 +19,14 @@ private:
 class TOAQBSaveTools : public TOAKovObject {
 public:
     TOAQBSaveTools();
+
+    // The file a test is saved to: the name as given, with ".twt.kovml" added when it ends in no
+    // extension of a storage format (".kovml", ".xml").
+    static std::string TestFileName(const std::string& name);
+
+private:
+    void ComSave(TKovObject* object, const TCommandParameterList& parameters,
+                 TCommandOutput& output, bool predict) const;
 };
 
 class TOAQBMaterialTools : public TOAKovObject {
