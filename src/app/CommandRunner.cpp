@@ -55,6 +55,43 @@ bool TCommandRunner::IsBlankOrComment(const std::string& line) {
     return true;
 }
 
+bool TCommandRunner::ExtractRunOption(std::vector<std::string>& arguments, std::string& script,
+                                      std::string& error) {
+    bool found = false;
+    for (size_t i = 0; i < arguments.size();) {
+        const std::string& argument = arguments[i];
+        const size_t dashes = argument.rfind("--", 0) == 0  ? 2
+                              : argument.rfind('-', 0) == 0 ? 1
+                                                            : 0;
+        const std::string body = LowerCase(argument.substr(dashes));
+        if (dashes == 0 || (body != "run" && body.rfind("run=", 0) != 0)) {
+            ++i;
+            continue;
+        }
+        if (found) {
+            error = "--run may be given once";
+            return true;
+        }
+        found = true;
+        if (body == "run") {
+            if (i + 1 >= arguments.size() || arguments[i + 1].empty()) {
+                error = "--run needs a command file, or - for standard input";
+                return true;
+            }
+            script = arguments[i + 1];
+            arguments.erase(arguments.begin() + i, arguments.begin() + i + 2);
+        } else {
+            script = argument.substr(dashes + 4);
+            if (script.empty()) {
+                error = "--run needs a command file, or - for standard input";
+                return true;
+            }
+            arguments.erase(arguments.begin() + i);
+        }
+    }
+    return found;
+}
+
 TCommandRunner::TExitCode TCommandRunner::RunFile(const std::string& fileName) {
     std::ifstream file(fileName, std::ios::binary);
     if (!file) {

@@ -14,6 +14,7 @@
 
 #include <iosfwd>
 #include <string>
+#include <vector>
 
 namespace tw {
 
@@ -44,6 +45,12 @@ public:
 
     // Whether a line holds no command: blank, or a comment only.
     static bool IsBlankOrComment(const std::string& line);
+
+    // Takes the option "--run FILE" (also "--run=FILE", one dash, any case) out of a program's
+    // arguments, so that the rest reads as the host's command line; FILE "-" stands for standard
+    // input. Answers whether it was there; `error` tells when it lacks its file or comes twice.
+    static bool ExtractRunOption(std::vector<std::string>& arguments, std::string& script,
+                                 std::string& error);
 
 private:
     TQBProject& FProject;

@@ -4,6 +4,7 @@
 #include "app/CommandRunner.h"
 #include "labtest/QBProject.h"
 #include "labtest/QBProjectCommands.h"
+#include "labtest/TarnwickResults.h"
 #include "materials/MaterialXFactory.h"
 #include "materials/MaterialXTools.h"
 #include "objects/ObjectManager.h"
@@ -15,6 +16,8 @@
 #include <filesystem>
 #include <fstream>
 #include <sstream>
+#include <sys/wait.h>
+#include <unistd.h>
 
 using namespace tw;
 namespace fs = std::filesystem;
@@ -149,23 +152,150 @@ TEST_F(Runner, AFileThatCannotBeOpenedFails) {
     EXPECT_EQ(Errors.str(), "/nonexistent/commands.txt: error: cannot open the command file\n");
 }
 
-TEST_F(Runner, RunsTheExampleScripts) {
-    // Every script a user finds beside the program runs to its end on a sand, through our kernel,
-    // each on a project of its own.
-    Project.reset();
+TEST(RunOption, IsTakenOutOfTheProgramsArguments) {
+    std::vector<std::string> arguments{"input.xml", "--run", "script.commands", "2"};
+    std::string script, error;
+    EXPECT_TRUE(TCommandRunner::ExtractRunOption(arguments, script, error));
+    EXPECT_EQ(script, "script.commands");
+    EXPECT_EQ(error, "");
+    // The rest is the host's command line: "2" stays the 2D kernel's position.
+    EXPECT_EQ(arguments, (std::vector<std::string>{"input.xml", "2"}));
+
+    arguments = {"-RUN=-", "input.xml"};
+    EXPECT_TRUE(TCommandRunner::ExtractRunOption(arguments, script, error));
+    EXPECT_EQ(script, "-");
+    EXPECT_EQ(arguments, std::vector<std::string>{"input.xml"});
+
+    arguments = {"input.xml", "-AppServerPort=4000", "-runner"};
+    EXPECT_FALSE(TCommandRunner::ExtractRunOption(arguments, script, error));
+    EXPECT_EQ(arguments.size(), 3u);
+
+    for (const std::vector<std::string>& bad : std::vector<std::vector<std::string>>{
+             {"input.xml", "--run"}, {"--run=", "input.xml"}, {"--run", "a", "--run", "b"}}) {
+        arguments = bad;
+        error.clear();
+        EXPECT_TRUE(TCommandRunner::ExtractRunOption(arguments, script, error));
+        EXPECT_FALSE(error.empty()) << bad.back();
+    }
+}
+
+namespace {
+
+struct TProgramRun {
+    int ExitCode;
+    std::string Output, Errors;
+};
+
+// Runs `tarnwick` as a user runs it from a shell, in `folder`, with `input` on standard input.
+TProgramRun RunTarnwick(const fs::path& folder, const std::vector<std::string>& arguments,
+                        const std::string& input = "") {
+    auto quoted = [](const std::string& text) { return "'" + text + "'"; };
+    std::ofstream((folder / "stdin").string()) << input;
+    std::string command = "cd " + quoted(folder.string()) + " && " + quoted(TW_TARNWICK);
+    for (const std::string& argument : arguments)
+        command += " " + quoted(argument);
+    command += " <stdin >stdout 2>stderr";
+    const int status = std::system(command.c_str());
+    auto read = [&](const char* name) {
+        std::ifstream in(folder / name);
+        return std::string(std::istreambuf_iterator<char>(in), {});
+    };
+    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, read("stdout"), read("stderr")};
+}
+
+struct TFolder {
+    fs::path Path;
+    TFolder() {
+        std::string pattern = (fs::temp_directory_path() / "tw_runner_XXXXXX").string();
+        if (!::mkdtemp(pattern.data()))
+            throw std::runtime_error("mkdtemp failed");
+        Path = pattern;
+    }
+    ~TFolder() {
+        std::error_code ignored;
+        fs::remove_all(Path, ignored);
+    }
+};
+
+const std::string Sand = std::string(TW_EXAMPLES) + "/materials/medium_dense_sand_mohr_coulomb.xml";
+
+std::string Script(const char* name) {
+    return std::string(TW_EXAMPLES) + "/scripts/" + name;
+}
+
+bool Contains(const std::string& text, const std::string& part) {
+    return text.find(part) != std::string::npos;
+}
+
+} // namespace
+
+TEST(Program, RunsTheExampleScriptsOnAnExampleInputFile) {
+    // Every script a user finds beside the program runs to its end on the sand of the examples
+    // (E' 30000 kN/m², nu' 0.3, c' 1 kN/m², phi' 32°, psi 2°), through our kernel.
     int scripts = 0;
     for (const auto& entry : fs::directory_iterator(fs::path(TW_EXAMPLES) / "scripts")) {
         if (entry.path().extension() != ".commands")
             continue;
-        TKovObjectManager manager;
-        auto project = SandProject(manager);
-        std::ostringstream output, errors;
-        TCommandRunner runner(*project, output, errors);
-        EXPECT_EQ(runner.RunFile(entry.path().string()), TCommandRunner::ecSuccess)
-            << entry.path() << "\n"
-            << output.str() << errors.str();
-        EXPECT_GT(runner.CommandCount(), 0) << entry.path();
+        TFolder folder;
+        const TProgramRun run = RunTarnwick(folder.Path, {Sand, "--run", entry.path().string()});
+        EXPECT_EQ(run.ExitCode, 0) << entry.path() << "\n" << run.Output << run.Errors;
+        EXPECT_TRUE(Contains(run.Output, "Calculated ")) << entry.path();
         ++scripts;
     }
-    EXPECT_GE(scripts, 3);
+    EXPECT_GE(scripts, 4);
+
+    // The numbers are the soil's. Drained triaxial compression ends on the Mohr-Coulomb line,
+    // q_f = 2 (c cos phi + s3 sin phi) / (1 - sin phi): 116.34, 229.07 and 454.53 kN/m² at cell
+    // pressures of 50, 100 and 200 kN/m².
+    TFolder folder;
+    const TProgramRun saved =
+        RunTarnwick(folder.Path, {Sand, "--run", Script("save_results.commands")});
+    ASSERT_EQ(saved.ExitCode, 0) << saved.Errors;
+    for (const char* strength : {"116.3375", "229.0669", "454.5257"})
+        EXPECT_TRUE(Contains(saved.Output, strength)) << saved.Output;
+    // The saved tests read back as the window program opens them, each as it was calculated.
+    const std::pair<const char*, double> files[] = {{"triaxial_50kPa.twt.kovml", -50e3},
+                                                    {"triaxial_100kPa.twt.kovml", -100e3},
+                                                    {"triaxial_200kPa.twt.kovml", -200e3}};
+    for (const auto& [file, sigma3] : files) {
+        SCOPED_TRACE(file);
+        std::unique_ptr<TQBTestBase> test =
+            ReadTestResultsFile((folder.Path / file).string(), nullptr);
+        ASSERT_EQ(test->Results().RowCount(), 101);
+        EXPECT_DOUBLE_EQ(test->Results().GetValueByType(0, rtSigXX), sigma3);
+        EXPECT_TRUE(test->MaterialInSyncWithTest());
+    }
+    std::unique_ptr<TQBTestBase> oedometer =
+        ReadTestResultsFile((folder.Path / "oedometer_400kPa.twt.kovml").string(), nullptr);
+    EXPECT_EQ(oedometer->Results().RowCount(), 201);
+
+    // Moduli: loading far from failure is elastic. The triaxial test's initial tangent is E'
+    // (strains negative in compression); the oedometer's the constrained modulus
+    // E' (1 - nu') / ((1 + nu') (1 - 2 nu')) = 40385 kN/m² (Hooke's law).
+    const TProgramRun moduli = RunTarnwick(folder.Path, {Sand, "--run", Script("moduli.commands")});
+    EXPECT_TRUE(Contains(moduli.Output, "Tangent : -30000\n")) << moduli.Output;
+    EXPECT_TRUE(Contains(moduli.Output, "Tangent : 40384.6")) << moduli.Output;
+}
+
+TEST(Program, RunsCommandsFromStandardInputAndStopsAtTheFirstFailure) {
+    TFolder folder;
+    const TProgramRun run = RunTarnwick(
+        folder.Path, {Sand, "--run", "-"},
+        "set Triaxial_1.CellPressure 80\necho Triaxial_1.CellPressure\n"
+        "\n# the next one names no test\nset Triaxial_7.CellPressure 90\necho Material\n");
+    EXPECT_EQ(run.ExitCode, 1);
+    EXPECT_EQ(run.Output, "> set Triaxial_1.CellPressure 80\n> echo Triaxial_1.CellPressure\n"
+                          "CellPressure: 80 kN/m²\n> set Triaxial_7.CellPressure 90\n");
+    EXPECT_EQ(run.Errors, "-:5:5: error: Unknown object. Check the spelling and ensure the "
+                          "object exists before trying to access it.\n");
+
+    // Without an input file the program does not start, and runs nothing.
+    const TProgramRun none = RunTarnwick(folder.Path, {"--run", "-"}, "echo Material\n");
+    EXPECT_EQ(none.ExitCode, 2);
+    EXPECT_EQ(none.Output, "");
+    EXPECT_TRUE(Contains(none.Errors, "cannot run as a standalone application")) << none.Errors;
+    const TProgramRun missing = RunTarnwick(folder.Path, {Sand, "--run", "nothing.commands"});
+    EXPECT_EQ(missing.ExitCode, 1);
+    EXPECT_EQ(missing.Errors, "nothing.commands: error: cannot open the command file\n");
+    EXPECT_EQ(RunTarnwick(folder.Path, {Sand, "--run"}).ExitCode, 2);
 }
