@@ -2,11 +2,10 @@
 // example scripts run as a user runs them.
 
 #include "app/CommandRunner.h"
+#include "app/Startup.h"
 #include "labtest/QBProject.h"
 #include "labtest/QBProjectCommands.h"
 #include "labtest/TarnwickResults.h"
-#include "materials/MaterialXFactory.h"
-#include "materials/MaterialXTools.h"
 #include "objects/ObjectManager.h"
 #include "services/RuntimeSettings.h"
 #include "services/UserMessages.h"
@@ -42,19 +41,16 @@ private:
     IUserMessages* FPrevious;
 };
 
-// A project on a Mohr-Coulomb sand (E' 30000 kN/m2, nu' 0.3, c' 1 kN/m2, phi' 32 and psi 2
-// degrees) that runs its tests through our kernel.
+// The project the program starts from the example input file of a Mohr-Coulomb sand (E' 30000
+// kN/m2, nu' 0.3, c' 1 kN/m2, phi' 32 and psi 2 degrees), running its tests through our kernel.
 std::unique_ptr<TQBProject> SandProject(TKovObjectManager& manager) {
-    auto sand = TMaterialXFactory::CreateSoilMaterialX(nullptr, "Sand", mxsmmMohrCoulomb, nullptr);
-    for (const auto& [name, value] : std::initializer_list<std::pair<const char*, double>>{
-             {"nu", 0.3}, {"ERef", 30000e3}, {"cRef", 1e3}, {"phi", 32.0}, {"psi", 2.0}})
-        TMaterialXTools::SetUserPropertyValueFrom(*sand, name, value);
-    manager.LockRevert();
-    auto project = Make<TQBProject>(&manager, std::move(sand), tm3D);
-    manager.UnlockRevert();
-    manager.ClearRevertStacks();
-    project->SetApplicationDirectory(fs::path(TW_QBABC_3D).parent_path().string());
-    return project;
+    TStartupOutcome start = StartUp(
+        TCommandLine({std::string(TW_EXAMPLES) + "/materials/medium_dense_sand_mohr_coulomb.xml"}),
+        manager);
+    if (!start.Started())
+        throw std::runtime_error(start.Message);
+    start.Project->SetApplicationDirectory(fs::path(TW_QBABC_3D).parent_path().string());
+    return std::move(start.Project);
 }
 
 struct Runner : ::testing::Test {
