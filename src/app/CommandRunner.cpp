@@ -6,6 +6,7 @@
 #include "services/Format.h"
 #include "services/Strings.h"
 
+#include <filesystem>
 #include <fstream>
 #include <iostream>
 
@@ -93,8 +94,9 @@ bool TCommandRunner::ExtractRunOption(std::vector<std::string>& arguments, std::
 }
 
 TCommandRunner::TExitCode TCommandRunner::RunFile(const std::string& fileName) {
+    std::error_code ignored;
     std::ifstream file(fileName, std::ios::binary);
-    if (!file) {
+    if (!file || std::filesystem::is_directory(fileName, ignored)) {
         FErrors << Format("%s: error: cannot open the command file", fileName) << std::endl;
         return ecCommandFailed;
     }

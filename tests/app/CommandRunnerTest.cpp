@@ -146,6 +146,9 @@ TEST_F(Runner, AFileThatCannotBeOpenedFails) {
     TCommandRunner runner(*Project, Output, Errors);
     EXPECT_EQ(runner.RunFile("/nonexistent/commands.txt"), TCommandRunner::ecCommandFailed);
     EXPECT_EQ(Errors.str(), "/nonexistent/commands.txt: error: cannot open the command file\n");
+    Errors.str("");
+    EXPECT_EQ(runner.RunFile(TW_EXAMPLES), TCommandRunner::ecCommandFailed); // a folder
+    EXPECT_EQ(Errors.str(), std::string(TW_EXAMPLES) + ": error: cannot open the command file\n");
 }
 
 TEST(RunOption, IsTakenOutOfTheProgramsArguments) {
