@@ -1,5 +1,7 @@
-// The headless command runner on a project made here: what it prints, where it stops, and the
-// example scripts run as a user runs them.
+// The headless command runner on the project started from an example input file: what it prints,
+// where it stops, and the example scripts run through the program as a user runs them.
+
+#include "ProgramSupport.h"
 
 #include "app/CommandRunner.h"
 #include "app/Startup.h"
@@ -15,10 +17,9 @@
 #include <filesystem>
 #include <fstream>
 #include <sstream>
-#include <sys/wait.h>
-#include <unistd.h>
 
 using namespace tw;
+using namespace tw::testing;
 namespace fs = std::filesystem;
 
 namespace {
@@ -180,50 +181,10 @@ TEST(RunOption, IsTakenOutOfTheProgramsArguments) {
 
 namespace {
 
-struct TProgramRun {
-    int ExitCode;
-    std::string Output, Errors;
-};
-
-// Runs `tarnwick` as a user runs it from a shell, in `folder`, with `input` on standard input.
-TProgramRun RunTarnwick(const fs::path& folder, const std::vector<std::string>& arguments,
-                        const std::string& input = "") {
-    auto quoted = [](const std::string& text) { return "'" + text + "'"; };
-    std::ofstream((folder / "stdin").string()) << input;
-    std::string command = "cd " + quoted(folder.string()) + " && " + quoted(TW_TARNWICK);
-    for (const std::string& argument : arguments)
-        command += " " + quoted(argument);
-    command += " <stdin >stdout 2>stderr";
-    const int status = std::system(command.c_str());
-    auto read = [&](const char* name) {
-        std::ifstream in(folder / name);
-        return std::string(std::istreambuf_iterator<char>(in), {});
-    };
-    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, read("stdout"), read("stderr")};
-}
-
-struct TFolder {
-    fs::path Path;
-    TFolder() {
-        std::string pattern = (fs::temp_directory_path() / "tw_runner_XXXXXX").string();
-        if (!::mkdtemp(pattern.data()))
-            throw std::runtime_error("mkdtemp failed");
-        Path = pattern;
-    }
-    ~TFolder() {
-        std::error_code ignored;
-        fs::remove_all(Path, ignored);
-    }
-};
-
 const std::string Sand = std::string(TW_EXAMPLES) + "/materials/medium_dense_sand_mohr_coulomb.xml";
 
 std::string Script(const char* name) {
     return std::string(TW_EXAMPLES) + "/scripts/" + name;
-}
-
-bool Contains(const std::string& text, const std::string& part) {
-    return text.find(part) != std::string::npos;
 }
 
 } // namespace
@@ -235,8 +196,8 @@ TEST(Program, RunsTheExampleScriptsOnAnExampleInputFile) {
     for (const auto& entry : fs::directory_iterator(fs::path(TW_EXAMPLES) / "scripts")) {
         if (entry.path().extension() != ".commands")
             continue;
-        TFolder folder;
-        const TProgramRun run = RunTarnwick(folder.Path, {Sand, "--run", entry.path().string()});
+        TTemporaryFolder folder;
+        const TProgramRun run = RunProgramIn(folder, {Sand, "--run", entry.path().string()});
         EXPECT_EQ(run.ExitCode, 0) << entry.path() << "\n" << run.Output << run.Errors;
         EXPECT_TRUE(Contains(run.Output, "Calculated ")) << entry.path();
         ++scripts;
@@ -246,9 +207,9 @@ TEST(Program, RunsTheExampleScriptsOnAnExampleInputFile) {
     // The numbers are the soil's. Drained triaxial compression ends on the Mohr-Coulomb line,
     // q_f = 2 (c cos phi + s3 sin phi) / (1 - sin phi): 116.34, 229.07 and 454.53 kN/m² at cell
     // pressures of 50, 100 and 200 kN/m².
-    TFolder folder;
+    TTemporaryFolder folder;
     const TProgramRun saved =
-        RunTarnwick(folder.Path, {Sand, "--run", Script("save_results.commands")});
+        RunProgramIn(folder, {Sand, "--run", Script("save_results.commands")});
     ASSERT_EQ(saved.ExitCode, 0) << saved.Errors;
     for (const char* strength : {"116.3375", "229.0669", "454.5257"})
         EXPECT_TRUE(Contains(saved.Output, strength)) << saved.Output;
@@ -258,28 +219,27 @@ TEST(Program, RunsTheExampleScriptsOnAnExampleInputFile) {
                                                     {"triaxial_200kPa.twt.kovml", -200e3}};
     for (const auto& [file, sigma3] : files) {
         SCOPED_TRACE(file);
-        std::unique_ptr<TQBTestBase> test =
-            ReadTestResultsFile((folder.Path / file).string(), nullptr);
+        std::unique_ptr<TQBTestBase> test = ReadTestResultsFile(folder.File(file), nullptr);
         ASSERT_EQ(test->Results().RowCount(), 101);
         EXPECT_DOUBLE_EQ(test->Results().GetValueByType(0, rtSigXX), sigma3);
         EXPECT_TRUE(test->MaterialInSyncWithTest());
     }
     std::unique_ptr<TQBTestBase> oedometer =
-        ReadTestResultsFile((folder.Path / "oedometer_400kPa.twt.kovml").string(), nullptr);
+        ReadTestResultsFile(folder.File("oedometer_400kPa.twt.kovml"), nullptr);
     EXPECT_EQ(oedometer->Results().RowCount(), 201);
 
     // Moduli: loading far from failure is elastic. The triaxial test's initial tangent is E'
     // (strains negative in compression); the oedometer's the constrained modulus
     // E' (1 - nu') / ((1 + nu') (1 - 2 nu')) = 40385 kN/m² (Hooke's law).
-    const TProgramRun moduli = RunTarnwick(folder.Path, {Sand, "--run", Script("moduli.commands")});
+    const TProgramRun moduli = RunProgramIn(folder, {Sand, "--run", Script("moduli.commands")});
     EXPECT_TRUE(Contains(moduli.Output, "Tangent : -30000\n")) << moduli.Output;
     EXPECT_TRUE(Contains(moduli.Output, "Tangent : 40384.6")) << moduli.Output;
 }
 
 TEST(Program, RunsCommandsFromStandardInputAndStopsAtTheFirstFailure) {
-    TFolder folder;
-    const TProgramRun run = RunTarnwick(
-        folder.Path, {Sand, "--run", "-"},
+    TTemporaryFolder folder;
+    const TProgramRun run = RunProgramIn(
+        folder, {Sand, "--run", "-"},
         "set Triaxial_1.CellPressure 80\necho Triaxial_1.CellPressure\n"
         "\n# the next one names no test\nset Triaxial_7.CellPressure 90\necho Material\n");
     EXPECT_EQ(run.ExitCode, 1);
@@ -289,12 +249,12 @@ TEST(Program, RunsCommandsFromStandardInputAndStopsAtTheFirstFailure) {
                           "object exists before trying to access it.\n");
 
     // Without an input file the program does not start, and runs nothing.
-    const TProgramRun none = RunTarnwick(folder.Path, {"--run", "-"}, "echo Material\n");
+    const TProgramRun none = RunProgramIn(folder, {"--run", "-"}, "echo Material\n");
     EXPECT_EQ(none.ExitCode, 2);
     EXPECT_EQ(none.Output, "");
     EXPECT_TRUE(Contains(none.Errors, "cannot run as a standalone application")) << none.Errors;
-    const TProgramRun missing = RunTarnwick(folder.Path, {Sand, "--run", "nothing.commands"});
+    const TProgramRun missing = RunProgramIn(folder, {Sand, "--run", "nothing.commands"});
     EXPECT_EQ(missing.ExitCode, 1);
     EXPECT_EQ(missing.Errors, "nothing.commands: error: cannot open the command file\n");
-    EXPECT_EQ(RunTarnwick(folder.Path, {Sand, "--run"}).ExitCode, 2);
+    EXPECT_EQ(RunProgramIn(folder, {Sand, "--run"}).ExitCode, 2);
 }
