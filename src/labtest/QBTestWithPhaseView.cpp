@@ -17,6 +17,28 @@ void TQBTestWithPhaseView::AddDefaultPhase(const TQBBoundaryConditions& conditio
                              TQBLoadDirectionDoubleArray{}, conditions);
 }
 
+void TQBTestWithPhaseView::UpdateAfterPhasesChanged() {
+    TQBTestBase::UpdateAfterPhasesChanged();
+    OpenPhaseTableCells();
+}
+
+void TQBTestWithPhaseView::UpdatePropertyAvailability() {
+    TQBTestBase::UpdatePropertyAvailability();
+    OpenPhaseTableCells();
+}
+
+void TQBTestWithPhaseView::OpenPhaseTableCells() {
+    const bool stress = DrivesVerticalStress();
+    const bool time = IsTimeEnabled();
+    for (int i = 0; i < Phases().Count(); ++i) {
+        TQBPhase& phase = Phases()[i];
+        phase.SetStepsReadOnly(false);
+        phase.SetDurationReadOnly(!time);
+        phase.SetStressIPReadOnly(ldYY, !stress);
+        phase.SetStrainIPReadOnly(ldYY, stress);
+    }
+}
+
 std::string TQBTestWithPhaseView::ToString() const {
     return Format("%s%s%s", TQBTestBase::ToString(), "/", Phases().ToString());
 }
