@@ -1,5 +1,6 @@
-# tw_add_library(<subsystem> DEPS <libs...>): the static library tw_<subsystem> from every
-# .cpp of src/<subsystem>. Headers are included as "<subsystem>/Header.h".
+# tw_add_library(<subsystem> DEPS <libs...> [EXCLUDE <files...>]): the static library
+# tw_<subsystem> from every .cpp of src/<subsystem> but those named after EXCLUDE (a program's
+# main). Headers are included as "<subsystem>/Header.h".
 #
 # The layer order is a fact of the build: a library sees its own headers and those of the
 # libraries it links, nothing else. Each library gets an include root of its own in the build
@@ -7,8 +8,11 @@
 # header that reaches up the order is therefore not found. scripts/check_layers.sh checks the
 # order itself (also for headers that no file compiles yet) and runs with the tests.
 function(tw_add_library subsystem)
-    cmake_parse_arguments(ARG "" "" "DEPS" ${ARGN})
+    cmake_parse_arguments(ARG "" "" "DEPS;EXCLUDE" ${ARGN})
     file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*.cpp)
+    foreach(excluded IN LISTS ARG_EXCLUDE)
+        list(REMOVE_ITEM sources ${CMAKE_CURRENT_SOURCE_DIR}/${excluded})
+    endforeach()
     add_library(tw_${subsystem} STATIC ${sources})
     set(root ${PROJECT_BINARY_DIR}/include/${subsystem})
     file(MAKE_DIRECTORY ${root})

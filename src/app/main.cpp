@@ -3,7 +3,14 @@
 // Its job for now: the triaxial and oedometer tests of the new project run through the
 // calculation kernel beside this program, and a short summary of their curves in the project's
 // units. Read problems of the input file go to standard error, most severe first.
+//
+// `tarnwick FILE --run SCRIPT` (or `--run -` for standard input) runs a file of command lines on
+// the project instead, through the command runner (CommandRunner.h): each command with what it
+// answered on standard output, the first failing one on standard error with its line and
+// position. Exit codes: 0 done, 1 a command failed, 2 the program could not start, 3 a fault of
+// the program.
 
+#include "app/CommandRunner.h"
 #include "app/Startup.h"
 #include "labtest/QBProject.h"
 #include "materials/MaterialXTools.h"
@@ -111,7 +118,14 @@ int PrintOedometer(const TQBProject& project) {
 } // namespace
 
 int main(int argc, char** argv) {
-    TCommandLine::SetProgram(TCommandLine(argc, argv));
+    std::vector<std::string> arguments(argv + 1, argv + argc);
+    std::string script, error;
+    const bool runScript = TCommandRunner::ExtractRunOption(arguments, script, error);
+    if (!error.empty()) {
+        std::cerr << "tarnwick: " << error << std::endl;
+        return 2;
+    }
+    TCommandLine::SetProgram(TCommandLine(arguments));
     try {
         TKovObjectManager manager;
         TStartupOutcome start = StartUp(TCommandLine::Program(), manager);
@@ -124,6 +138,10 @@ int main(int argc, char** argv) {
         if (!start.KernelMessage.empty())
             std::cerr << start.KernelMessage << "\n";
         std::unique_ptr<TQBProject> project = std::move(start.Project);
+        if (runScript) {
+            TCommandRunner runner(*project, std::cout, std::cerr);
+            return script == "-" ? runner.Run(std::cin, "-") : runner.RunFile(script);
+        }
         const TKovSoilMaterialX& sand = *project->MainMaterialX();
         const TSystemOfUnits& units = project->SystemOfUnits();
         auto value = [&](const char* name) {

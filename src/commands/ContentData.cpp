@@ -43,19 +43,19 @@ bool ParseDoubleText(const std::string& text, double& value) {
     return TryStrToFloat(text, value);
 }
 
-const char* TypeText(TSimpleValueType type) {
+const char* TypeText(TCDSimpleValue::TSimpleValueType type) {
     switch (type) {
-    case svtUndefined:
+    case TCDSimpleValue::svtUndefined:
         return "undefined";
-    case svtBoolean:
+    case TCDSimpleValue::svtBoolean:
         return "boolean";
-    case svtInteger:
+    case TCDSimpleValue::svtInteger:
         return "integer";
-    case svtDouble:
+    case TCDSimpleValue::svtDouble:
         return "double";
-    case svtString:
+    case TCDSimpleValue::svtString:
         return "string";
-    case svtBytes:
+    case TCDSimpleValue::svtBytes:
         return "bytes";
     }
     return "?";
@@ -303,20 +303,20 @@ using TJson = nlohmann::json;
 TJson ToJson(const TPASContentData& data) {
     if (const auto* value = dynamic_cast<const TCDSimpleValue*>(&data)) {
         switch (value->ValueType()) {
-        case svtUndefined:
+        case TCDSimpleValue::svtUndefined:
             return nullptr;
-        case svtBoolean:
+        case TCDSimpleValue::svtBoolean:
             return value->BooleanValue();
-        case svtInteger:
+        case TCDSimpleValue::svtInteger:
             return value->IntegerValue();
-        case svtDouble: {
+        case TCDSimpleValue::svtDouble: {
             const double number = value->DoubleValue();
             if (std::isfinite(number))
                 return number;
             return value->StringValue();
         }
-        case svtString:
-        case svtBytes:
+        case TCDSimpleValue::svtString:
+        case TCDSimpleValue::svtBytes:
             return value->StringValue();
         }
         throw EContentDataException(Format("Unsupported data type: %d", int(value->ValueType())));

@@ -26,10 +26,11 @@ public:
     virtual std::unique_ptr<TPASContentData> Clone() const = 0;
 };
 
-enum TSimpleValueType { svtUndefined, svtBoolean, svtInteger, svtDouble, svtString, svtBytes };
-
 class TCDSimpleValue : public TPASContentData {
 public:
+    // Inside the class: the storage's value types (HierarchicStorage.h) share these names.
+    enum TSimpleValueType { svtUndefined, svtBoolean, svtInteger, svtDouble, svtString, svtBytes };
+
     TCDSimpleValue() = default;
     explicit TCDSimpleValue(bool value);
     explicit TCDSimpleValue(int64_t value);

@@ -23,6 +23,12 @@ bool WithinLimits(double value, double min, double max) {
     return value >= min - slack(min) && value <= max + slack(max);
 }
 
+// " kN/m²" behind a number; nothing for a quantity without unit text.
+std::string UnitSuffix(const IQuantityPresenter* presenter, TQuantityType quantity) {
+    const std::string unit = presenter ? presenter->PresentationUnitText(quantity) : "";
+    return unit.empty() ? unit : " " + unit;
+}
+
 bool SameDouble(double a, double b) {
     return a == b || std::fabs(a - b) <= 1e-12 * std::max(std::fabs(a), std::fabs(b));
 }
@@ -214,8 +220,7 @@ void TOAIPDouble::ComSetValue(TKovObject* object, const TCommandParameterList& p
     const auto* limits = property.Declaration() ? property.Declaration()->DoubleLimits() : nullptr;
     if (!std::isfinite(value) ||
         (limits && limits->Active() && !WithinLimits(value, limits->Min, limits->Max))) {
-        const std::string unit =
-            presenter ? Format(" %s", presenter->PresentationUnitText(quantity)) : "";
+        const std::string unit = UnitSuffix(presenter, quantity);
         if (limits && limits->Active())
             output.InitializeAsError(cecExecutionFailed,
                                      Format(Translate("%s must be between %s and %s"),
@@ -227,8 +232,7 @@ void TOAIPDouble::ComSetValue(TKovObject* object, const TCommandParameterList& p
                 Format(Translate("%s must be a finite number"), PropertyPath(property)));
         return;
     }
-    const std::string unit =
-        presenter ? Format(" %s", presenter->PresentationUnitText(quantity)) : "";
+    const std::string unit = UnitSuffix(presenter, quantity);
     Apply(
         property, output, predict, shown(value) + unit, [&] { property.SetValue(value); },
         [&] { return SameDouble(property.Value(), value); });

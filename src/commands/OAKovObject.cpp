@@ -404,7 +404,7 @@ void TOAKovObservableObject::ComSetProperties(TKovObject* object,
     };
     std::vector<TWrite> writes;
     for (const auto& pair : KeyValuePairsOf(matched)) {
-        TKovIntrinsicProperty* property = FindProperty(observable, pair.Key);
+        auto* property = dynamic_cast<TKovIntrinsicProperty*>(FindMember(observable, pair.Key));
         if (!property) {
             output.InitializeAsError(cecExecutionFailed,
                                      Format(Translate("Unknown property: %s"), pair.Key));
@@ -439,6 +439,10 @@ void TOAKovObservableObject::ComSetProperties(TKovObject* object,
             }
     if (predict)
         return;
+    std::stable_sort(writes.begin(), writes.end(), [&](const TWrite& a, const TWrite& b) {
+        return PropertyWriteOrder(observable, *a.Property) <
+               PropertyWriteOrder(observable, *b.Property);
+    });
     // One undo step for all: the interpreter's snapshot, or this one when called directly. A
     // write that fails takes the earlier ones back with it.
     const bool opened =

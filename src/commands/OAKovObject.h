@@ -75,6 +75,13 @@ public:
 protected:
     void AddInfo(const TKovObject& object, TCommandOutput& output) const override;
     void AddInspection(const TKovObject& object, TCommandOutput& output) const override;
+    // `setproperties` finds each property as a member (FindMember) and writes them in the order
+    // of this key, the given order among equal keys: a class whose properties depend on each
+    // other writes the ones others read first.
+    virtual int PropertyWriteOrder(const TKovObject& /*object*/,
+                                   const TKovIntrinsicProperty& /*property*/) const {
+        return 0;
+    }
 
 private:
     void ComSetProperties(TKovObject* object, const TCommandParameterList& parameters,

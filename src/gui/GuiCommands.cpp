@@ -1,89 +1,63 @@
 #include "gui/GuiCommands.h"
 
-#include "gui/AdvancedOptions.h"
 #include "gui/QtText.h"
 
-#include "commands/OAKovObject.h"
-#include "commands/ObjectAccessors.h"
-#include "materials/KovMaterialX.h"
 #include "objects/ObjectManager.h"
-#include "services/Localisation.h"
 #include "services/UserMessages.h"
 
 namespace tw {
 
 namespace {
 
-// A material's user values are members of the material: `set Material.ERef 30000`.
-class TOAWindowMaterialX : public TOAKovObservableObject {
+// Passes messages and questions on, counting them: a command that has told the user of its
+// failure (a run whose kernel failed) isn't told of again.
+class TCountedMessages : public IUserMessages {
 public:
-    TOAWindowMaterialX() : TOAKovObservableObject(TKovMaterialX::StaticClass()) {}
-    TKovObject* FindMember(TKovObject& object, const std::string& name) const override {
-        if (TKovObject* member = TOAKovObservableObject::FindMember(object, name))
-            return member;
-        return static_cast<TKovMaterialX&>(object).FindUserProperty(name);
+    explicit TCountedMessages(IUserMessages& inner) : FInner(inner) {}
+    void ShowMessage(const std::string& text, const std::string& title) override {
+        ++Count;
+        FInner.ShowMessage(text, title);
     }
-};
-
-// A collection of a material is named by its material, so that its properties read
-// "Material.ERef" in a command line.
-class TOAWindowMXCollection : public TOAKovObservableObject {
-public:
-    TOAWindowMXCollection() : TOAKovObservableObject(TMXPropertyCollection::StaticClass()) {}
-    std::string GetCommandsCompatibleObjectName(const TKovObject& object) const override {
-        const TKovMaterialX* material =
-            static_cast<const TMXPropertyCollection&>(object).RootMaterial();
-        return material ? material->Name() : object.Name();
+    bool AskQuestion(const std::string& text, const std::string& title) override {
+        ++Count;
+        return FInner.AskQuestion(text, title);
     }
-};
+    int Count = 0;
 
-// Whether an accessor serves the class itself or one between it and the class.
-bool HasOwnAccessor(const TKovClass& cls) {
-    const TBaseObjectAccessor* accessor = TObjectAccessors::Instance().GetAccessorFor(cls);
-    return accessor && accessor->ServedClass().InheritanceDistance(cls) >= 0;
-}
+private:
+    IUserMessages& FInner;
+};
 
 } // namespace
 
-void RegisterWindowAccessors() {
-    TObjectAccessors& registry = TObjectAccessors::Instance();
-    if (!HasOwnAccessor(TQBProject::StaticClass()))
-        registry.RegisterAccessor(
-            std::make_unique<TOAKovObservableObjectWithRevert>(TQBProject::StaticClass()));
-    if (!HasOwnAccessor(TKovMaterialX::StaticClass()))
-        registry.RegisterAccessor(std::make_unique<TOAWindowMaterialX>());
-    if (!HasOwnAccessor(TMXPropertyCollection::StaticClass()))
-        registry.RegisterAccessor(std::make_unique<TOAWindowMXCollection>());
-    RegisterAdvancedOptionAccessor();
-}
-
-TGuiCommands::TGuiCommands(TQBProject& project)
-    : FProject(project),
-      FInterpreter(std::make_unique<TKovInterpreter>(
-          project.ObjectManager(), std::vector<TKovObject*>{&project}, &FSuccessful, &FAll)) {}
-
-TGuiCommands::~TGuiCommands() = default;
+TGuiCommands::TGuiCommands(TQBProject& project) : FProject(project) {}
 
 bool TGuiCommands::Run(const std::string& line) {
     FLastError.clear();
     bool success = false;
+    TCountedMessages counted(UserMessages());
+    IUserMessages* previous = SetUserMessages(&counted);
     try {
         int32_t position = -1;
         std::string error, additional;
-        success = FInterpreter->Interpret(line, position, error, additional);
-        if (!success)
+        success = Interpreter().Interpret(line, position, error, additional);
+        if (!success) {
             FLastError = error.empty() ? additional : error;
+            if (!error.empty() && !additional.empty() && additional != error)
+                FLastError += "\n" + additional;
+        }
     } catch (const std::exception& e) {
         FLastError = e.what();
     }
-    if (!success)
+    SetUserMessages(previous);
+    if (!success && counted.Count == 0)
         UserMessages().ShowMessage(FLastError, MessageTitle);
     FObservable.NotifyObservers(this);
     return success;
 }
 
 bool TGuiCommands::Run(const std::string& command, const std::vector<TVarRec>& values) {
-    return Run(FInterpreter->MakeCommandText(command, values));
+    return Run(Interpreter().MakeCommandText(command, values));
 }
 
 bool TGuiCommands::Set(TKovIntrinsicProperty& property, const TVarRec& value) {
@@ -91,7 +65,7 @@ bool TGuiCommands::Set(TKovIntrinsicProperty& property, const TVarRec& value) {
 }
 
 std::string TGuiCommands::CommandText(const TKovObject& object) const {
-    return FInterpreter->AnyToCommandText(&object);
+    return Interpreter().AnyToCommandText(&object);
 }
 
 bool TGuiCommands::CanUndo() const {

@@ -1,15 +1,14 @@
 #pragma once
 // The window's road into the project: every change a user makes in a window becomes one line of
-// the command language, run by the interpreter, so that it stands in the command history and in
-// one undo step. A line that fails (a user's mistake) is shown in one message box, and changes
-// nothing. Main thread only.
+// the command language, run by the project's interpreter, so that it stands in the project's
+// command histories and in one undo step. A line that fails (a user's mistake) changes nothing
+// and is shown in one message box, unless what ran has told the user already. Main thread only.
 
 #include "commands/CommandHistory.h"
 #include "commands/KovInterpreter.h"
 #include "labtest/QBProject.h"
 #include "objects/VarRec.h"
 
-#include <memory>
 #include <string>
 #include <vector>
 
@@ -19,17 +18,17 @@ class TGuiCommands {
 public:
     // The project must outlive this object.
     explicit TGuiCommands(TQBProject& project);
-    ~TGuiCommands();
-    TGuiCommands(const TGuiCommands&) = delete;
-    TGuiCommands& operator=(const TGuiCommands&) = delete;
 
     TQBProject& Project() const { return FProject; }
-    TKovInterpreter& Interpreter() const { return *FInterpreter; }
-    const TCommandHistory& SuccessfulCommands() const { return FSuccessful; }
-    const TCommandHistory& AllCommands() const { return FAll; }
+    TKovInterpreter& Interpreter() const { return FProject.Commands().Interpreter(); }
+    const TCommandHistory& SuccessfulCommands() const {
+        return FProject.Commands().SuccessfulCommands();
+    }
+    const TCommandHistory& AllCommands() const { return FProject.Commands().AllCommands(); }
 
-    // Runs one line. A failure shows its message (title "Tarnwick") and answers false; an
-    // exception of the command's code is shown the same way.
+    // Runs one line. A failure is shown (title "Tarnwick") with the command's further lines,
+    // unless the command has shown a message itself, and answers false; an exception of the
+    // command's code is shown the same way.
     bool Run(const std::string& line);
     // A command by name with its parameters written by the interpreter.
     bool Run(const std::string& command, const std::vector<TVarRec>& values);
@@ -55,17 +54,8 @@ public:
 
 private:
     TQBProject& FProject;
-    TCommandHistory FSuccessful;
-    TCommandHistory FAll;
-    std::unique_ptr<TKovInterpreter> FInterpreter;
     std::string FLastError;
     TObservable FObservable{this};
 };
-
-// The accessors the window's commands need, each registered only when no accessor of its class
-// (or a more specific one) is registered yet: the project's undo and redo, the material's user
-// values by name ("Material.ERef") and the advanced options. Called at start-up; again is no
-// change.
-void RegisterWindowAccessors();
 
 } // namespace tw

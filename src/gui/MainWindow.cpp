@@ -62,32 +62,40 @@ TMainWindow::TMainWindow(TQBProject& project, const std::string& hostText, QWidg
       FCommands(std::make_unique<TGuiCommands>(project)),
       FConfigurations(std::make_unique<TConfigurationStore>()), FTabs(new QTabWidget(this)),
       FMaterialPanel(new TMaterialPanel(*FCommands, this)) {
-    RegisterWindowAccessors();
     TKovObjectManager* manager = project.ObjectManager();
     auto selectedTest = [this]() -> TQBTestBase* {
         return FPages.empty() ? nullptr : CurrentPage().Test();
     };
-    FSuction = TQBAdvancedOption::Create(
-        manager, "Suction", [this](bool value) { FProject.SetIsSuctionEnabled(value); },
-        [selectedTest] {
-            const TQBTestBase* test = selectedTest();
-            return test && test->IsSuctionEnabled();
-        },
-        [selectedTest] {
-            const TQBTestBase* test = selectedTest();
-            return !test || !test->CanHaveSuctionEnabled();
-        });
-    if (project.TestMethod() == tm2D)
-        FThermal = TQBAdvancedOption::Create(
-            manager, "Thermal", [this](bool value) { FProject.SetIsThermalEnabled(value); },
-            [selectedTest] {
-                const TQBTestBase* test = selectedTest();
-                return test && test->IsThermalEnabled();
-            },
-            [selectedTest] {
-                const TQBTestBase* test = selectedTest();
-                return !test || !test->CanHaveThermalEnabled();
-            });
+    // The options read the selected test and are read-only when it can't have the condition;
+    // setting one switches every main test that can. Making them is no step to undo.
+    auto makeOption = [manager](const char* name) {
+        TRevertLock lock(manager);
+        auto option = Make<TQBAdvancedOption>(manager);
+        option->SetName(name);
+        return option;
+    };
+    FSuction = makeOption("Suction");
+    FSuction->SetFunctions([this](bool value) { FProject.SetIsSuctionEnabled(value); },
+                           [selectedTest] {
+                               const TQBTestBase* test = selectedTest();
+                               return test && test->IsSuctionEnabled();
+                           },
+                           [selectedTest] {
+                               const TQBTestBase* test = selectedTest();
+                               return !test || !test->CanHaveSuctionEnabled();
+                           });
+    if (project.TestMethod() == tm2D) {
+        FThermal = makeOption("Thermal");
+        FThermal->SetFunctions([this](bool value) { FProject.SetIsThermalEnabled(value); },
+                               [selectedTest] {
+                                   const TQBTestBase* test = selectedTest();
+                                   return test && test->IsThermalEnabled();
+                               },
+                               [selectedTest] {
+                                   const TQBTestBase* test = selectedTest();
+                                   return !test || !test->CanHaveThermalEnabled();
+                               });
+    }
 
     for (const auto& [caption, type] : PageOrder()) {
         auto* page = new TTestPage(*FCommands, type, *FConfigurations, FTabs);
@@ -449,10 +457,8 @@ bool TMainWindow::SaveSelectedTest() {
 }
 
 bool TMainWindow::SaveTest(TQBTestBase& test, const std::string& fileName) {
-    const std::string failure = SaveTestResultFile(FProject, test.TestType(), fileName);
-    if (!failure.empty())
-        UserMessages().ShowMessage(failure, MessageTitle);
-    return failure.empty();
+    // The save command, so that the save stands in the command history.
+    return FCommands->Run("save", {&test, fileName});
 }
 
 void TMainWindow::ShowSettings() {

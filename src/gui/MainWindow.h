@@ -4,8 +4,8 @@
 // material, the kernel choice, the suction and thermal options of the selected test, undo and
 // redo, and the progress window of runs. Every change it makes goes through the command language.
 
-#include "gui/AdvancedOptions.h"
 #include "gui/GuiCommands.h"
+#include "labtest/OAQBAdvancedOption.h"
 #include "storage/HPReadErrors.h"
 
 #include <QMainWindow>

@@ -353,9 +353,9 @@ TTestPage::TTestPage(TGuiCommands& commands, TQBTestType type, TConfigurationSto
                      QWidget* parent)
     : QWidget(parent), FCommands(commands), FType(type),
       FFrame(std::make_unique<TChartsFrame>(commands.Project(), type)) {
+    // The run is the `calculate` command: validation, then DoTest and the kernel.
     FRunner = [this](TQBTestBase& test) {
-        FCommands.Project().DoTest(test.TestType());
-        return test.HasResults();
+        return FCommands.Run("calculate", {&test}) && test.HasResults();
     };
     auto* layout = new QHBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);

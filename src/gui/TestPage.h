@@ -110,7 +110,7 @@ public:
     // The Run of the page: the frame's check, then the calculation. Answers whether the test
     // has results afterwards.
     bool RunTest();
-    // How a run is carried out; by default the project's DoTest.
+    // How a run is carried out; by default the `calculate` command on the test.
     using TRunner = std::function<bool(TQBTestBase& test)>;
     void SetRunner(TRunner runner) { FRunner = std::move(runner); }
 

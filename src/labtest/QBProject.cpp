@@ -141,6 +141,7 @@ TQBProject::~TQBProject() {
     if (TKovObjectManager* manager = ObjectManager())
         if (!manager->IsUndoRedoSnapshotOpened())
             manager->ClearRevertStacks();
+    FCommands.reset(); // its helpers know the project, and their groups refer to tests
     FMainTests.reset();
     FLoadedTests.reset();
     FMainMaterialX = nullptr;
@@ -150,6 +151,7 @@ TQBProject::~TQBProject() {
 void TQBProject::Initialize() {
     Property(ip::Version).SetValue(8);
     ProjectUnitPropertiesFromSystem(*FSystemOfUnits, *this);
+    FCommands = std::make_unique<TQBProjectCommands>(*this);
     if (MainMaterial())
         CreateTests();
 }

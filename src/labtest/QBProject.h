@@ -3,6 +3,7 @@
 // type, the tests loaded for comparison, and the choice of calculation kernel. DoTest writes the
 // kernel input for a test, runs the kernel, reads its result file back and tells the observers.
 
+#include "labtest/QBProjectCommands.h"
 #include "labtest/QBPropertyNames.h"
 #include "labtest/QBTestList.h"
 #include "materials/KovMaterialX.h"
@@ -158,6 +159,10 @@ public:
     }
     void SetOnCloseProject(std::function<void()> handler) { FOnCloseProject = std::move(handler); }
 
+    // The project's interpreter, its command histories and its global helpers
+    // (QBProjectCommands.h). A memento has none.
+    TQBProjectCommands& Commands() const { return *FCommands; }
+
 protected:
     void Initialize() override;
     void PropertyChanged(TKovIntrinsicProperty& property) override;
@@ -188,6 +193,7 @@ private:
     std::unique_ptr<TSystemOfUnits> FSystemOfUnits;
     TObserver FUnitsObserver;
     int FSystemOfUnitsQueryFuncIdentifier = 0;
+    std::unique_ptr<TQBProjectCommands> FCommands;
 };
 
 } // namespace tw

@@ -15,6 +15,7 @@ public:
 protected:
     void AddDefaultChartSettings() override;
     void SetDefaultValues(bool clearResults) override;
+    bool DrivesVerticalStress() const override { return false; }
 };
 
 } // namespace tw

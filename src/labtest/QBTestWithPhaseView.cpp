@@ -18,14 +18,24 @@ void TQBTestWithPhaseView::AddDefaultPhase(const TQBBoundaryConditions& conditio
 }
 
 void TQBTestWithPhaseView::UpdateAfterPhasesChanged() {
+    TQBTestBase::UpdateAfterPhasesChanged();
+    OpenPhaseTableCells();
+}
+
+void TQBTestWithPhaseView::UpdatePropertyAvailability() {
+    TQBTestBase::UpdatePropertyAvailability();
+    OpenPhaseTableCells();
+}
+
+void TQBTestWithPhaseView::OpenPhaseTableCells() {
+    const bool stress = DrivesVerticalStress();
+    const bool time = IsTimeEnabled();
     for (int i = 0; i < Phases().Count(); ++i) {
         TQBPhase& phase = Phases()[i];
         phase.SetStepsReadOnly(false);
-        phase.SetDurationReadOnly(false);
-        if (TestType() == ttCRS)
-            phase.SetStrainIPReadOnly(ldYY, false);
-        else
-            phase.SetStressIPReadOnly(ldYY, false);
+        phase.SetDurationReadOnly(!time);
+        phase.SetStressIPReadOnly(ldYY, !stress);
+        phase.SetStrainIPReadOnly(ldYY, stress);
     }
 }
 

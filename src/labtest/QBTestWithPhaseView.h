@@ -16,9 +16,16 @@ public:
 protected:
     // The one phase of a fresh test: 100 steps over a day, no increments.
     void AddDefaultPhase(const TQBBoundaryConditions& conditions);
-    // Opens, on every phase, what the phase table edits: the steps, the duration and the
-    // vertical increment that drives the phase (stress on the oedometer, strain on CRS).
+    // Whether the table drives a phase by its vertical stress increment (the oedometer test) or
+    // by its vertical strain increment (the CRS test).
+    virtual bool DrivesVerticalStress() const = 0;
+    // The phases' cells of the table are open to the user, and so to commands: the steps, the
+    // driven increment and, with a time-dependent material, the duration.
     void UpdateAfterPhasesChanged() override;
+    void UpdatePropertyAvailability() override;
+
+private:
+    void OpenPhaseTableCells();
 };
 
 } // namespace tw

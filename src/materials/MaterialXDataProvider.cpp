@@ -249,27 +249,43 @@ void TMaterialXDataProviderTools::ApplyProlaysRValuesToMaterialX(TKovMaterialX& 
     TUndoSnapshot snapshot(material, "Apply kernel parameters");
     material.BeginUpdate();
     try {
-        for (const auto& [function, fileValue] : writes) {
-            const bool user = function->Kind == TMXValueFunction::vfkUser ||
-                              function->Kind == TMXValueFunction::vfkSinOfUser ||
-                              function->Kind == TMXValueFunction::vfkScaledUser;
-            TKovIntrinsicProperty& property = Find(material, function->Property, user);
-            if (property.ReadOnly())
-                continue;
-            double value = units.FromPresentation(QuantityOf(property), fileValue);
-            switch (function->Kind) {
-            case TMXValueFunction::vfkSinOfUser:
-            case TMXValueFunction::vfkSinOfInternal:
-                value = std::asin(std::clamp(fileValue, -1.0, 1.0)) * DegreesPerRadian;
-                break;
-            case TMXValueFunction::vfkScaledUser:
-            case TMXValueFunction::vfkScaledInternal:
-                value = TMaterialXTools::Divide(value, function->Scale);
-                break;
-            default:
-                break;
+        // A switch in the record may open a value that comes before it (a tension cut-off its
+        // tensile strength): what was read-only waits, and once the configuration, held back by
+        // the update, is brought up to date it gets another pass. Every pass but the last
+        // writes something, so the passes end.
+        auto pending = writes;
+        while (!pending.empty()) {
+            std::vector<std::pair<const TMXValueFunction*, double>> waiting;
+            bool wrote = false;
+            for (const auto& [function, fileValue] : pending) {
+                const bool user = function->Kind == TMXValueFunction::vfkUser ||
+                                  function->Kind == TMXValueFunction::vfkSinOfUser ||
+                                  function->Kind == TMXValueFunction::vfkScaledUser;
+                TKovIntrinsicProperty& property = Find(material, function->Property, user);
+                if (property.ReadOnly()) {
+                    waiting.push_back({function, fileValue});
+                    continue;
+                }
+                double value = units.FromPresentation(QuantityOf(property), fileValue);
+                switch (function->Kind) {
+                case TMXValueFunction::vfkSinOfUser:
+                case TMXValueFunction::vfkSinOfInternal:
+                    value = std::asin(std::clamp(fileValue, -1.0, 1.0)) * DegreesPerRadian;
+                    break;
+                case TMXValueFunction::vfkScaledUser:
+                case TMXValueFunction::vfkScaledInternal:
+                    value = TMaterialXTools::Divide(value, function->Scale);
+                    break;
+                default:
+                    break;
+                }
+                TMaterialXTools::SetPropertyFromVarRec(property, value);
+                wrote = true;
             }
-            TMaterialXTools::SetPropertyFromVarRec(property, value);
+            if (!wrote || waiting.empty())
+                break;
+            TMaterialXIPConfigurator::UpdateMaterialXIPConfigurations(material);
+            pending = std::move(waiting);
         }
     } catch (...) {
         material.EndUpdate();

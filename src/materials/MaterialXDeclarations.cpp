@@ -9,6 +9,39 @@
 
 namespace tw {
 
+// ---------------------------------------------------------------------------------------------
+// Tables
+
+TMXTableDeclaration::TMXTableDeclaration(const std::string& name, int columns,
+                                         TKovIntrinsicPropertyConfig flags,
+                                         const std::string& caption)
+    : TKovIntrinsicPropertyDeclaration(name, TIPMaterialTable::StaticClass(), nullptr, flags,
+                                       caption),
+      FColumns(columns) {}
+
+std::unique_ptr<TKovIntrinsicPropertyDeclaration> TMXTableDeclaration::Clone() const {
+    return std::make_unique<TMXTableDeclaration>(*this);
+}
+
+bool TMXTableDeclaration::IsIdentical(const TKovIntrinsicPropertyDeclaration& other) const {
+    return TKovIntrinsicPropertyDeclaration::IsIdentical(other) &&
+           static_cast<const TMXTableDeclaration&>(other).FColumns == FColumns;
+}
+
+void TMXTableDeclaration::Assign(const TKovIntrinsicPropertyDeclaration& source) {
+    TKovIntrinsicPropertyDeclaration::Assign(source);
+    FColumns = static_cast<const TMXTableDeclaration&>(source).FColumns;
+}
+
+TW_KOV_CLASS_IMPL(TIPMaterialTable, TIPTable, nullptr)
+
+TIPMaterialTable::TIPMaterialTable(TKovObservableObject* owner,
+                                   const TKovIntrinsicPropertyDeclaration* declaration)
+    : TIPTable(owner, declaration) {
+    if (const auto* table = dynamic_cast<const TMXTableDeclaration*>(declaration))
+        SetColCountDirect(table->Columns());
+}
+
 TKovMaterialX* MaterialOfProperty(const TKovIntrinsicProperty& property) {
     const auto* collection = dynamic_cast<const TMXPropertyCollection*>(property.Owner());
     return collection ? collection->RootMaterial() : nullptr;
@@ -155,6 +188,17 @@ TIPEnumerationDeclaration& TMXParametersConstructor::DeclareEnumeration(
     const std::string& name, TKovIntrinsicPropertyConfig flags,
     const std::vector<std::string>& values, const std::string& caption) {
     return List().AddEnumeration(name, values, flags, caption);
+}
+
+TMXTableDeclaration& TMXParametersConstructor::DeclareTable(const std::string& name,
+                                                            TKovIntrinsicPropertyConfig flags,
+                                                            int columns,
+                                                            const std::string& caption) {
+    if (columns < 1)
+        throw EMXParametersConstructor(
+            Format("The table \"%s\" needs at least one column, not %d", name, columns));
+    return static_cast<TMXTableDeclaration&>(
+        List().Add(std::make_unique<TMXTableDeclaration>(name, columns, flags, caption)));
 }
 
 TIPDoubleWithUnit_DerivedExternalDeclaration& TMXParametersConstructor::DeclareDerivedDouble(
@@ -403,6 +447,71 @@ TMXParametersConstructor::TDoubleGetter TMXParametersConstructor::GetBooleanDepe
     };
 }
 
+namespace {
+
+TIPTable& TableOrRaise(const TKovMaterialX& material, const std::string& name) {
+    auto* table = dynamic_cast<TIPTable*>(TMaterialXTools::GetInternalPropertyFrom(material, name));
+    if (!table)
+        throw EMaterialXTools(Format(
+            "Unable to find the internal intrinsic property %s for specified material", name));
+    return *table;
+}
+
+std::vector<std::vector<double>> Rows(const TIPTable& table) {
+    std::vector<std::vector<double>> rows;
+    for (int row = 0; row < table.RowCount(); ++row)
+        rows.push_back(table.Row(row));
+    return rows;
+}
+
+void StoreRows(TIPTable& table, const std::vector<std::vector<double>>& rows) {
+    std::vector<double> values;
+    for (const std::vector<double>& row : rows)
+        values.insert(values.end(), row.begin(), row.end());
+    table.SetValues(values);
+}
+
+} // namespace
+
+TMXParametersConstructor::TDoubleGetter
+TMXParametersConstructor::GetAdvancedTableRowGetter(const std::string& tableName, int row,
+                                                    int column) {
+    return [=](const TKovMaterialX& m) {
+        const TIPTable& table = TableOrRaise(m, tableName);
+        if (row < 0 || row >= table.RowCount() || column < 0 || column >= table.ColCount())
+            return 0.0;
+        return table.GetValue(row, column);
+    };
+}
+
+TMXParametersConstructor::TTableRowDeleter
+TMXParametersConstructor::GetAdvancedTableDeleteRowFunc(const std::string& tableName) {
+    return [=](TKovMaterialX& m, int row) {
+        TIPTable& table = TableOrRaise(m, tableName);
+        if (row < 0 || row >= table.RowCount())
+            throw EMXParametersConstructor("The row was not found in the table.");
+        std::vector<std::vector<double>> rows = Rows(table);
+        rows.erase(rows.begin() + row);
+        StoreRows(table, rows);
+    };
+}
+
+TMXParametersConstructor::TTableRowInserter
+TMXParametersConstructor::GetAdvancedTableInsertRowFunc(const std::string& tableName) {
+    return [=](TKovMaterialX& m, int row, const std::vector<double>& values) {
+        TIPTable& table = TableOrRaise(m, tableName);
+        if (static_cast<int>(values.size()) != table.ColCount())
+            throw EMXParametersConstructor(
+                Format("Invalid table, number of values not a multiple of the column count \"%d\"",
+                       table.ColCount()));
+        if (row < 0)
+            throw EMXParametersConstructor("The row was not found in the table.");
+        std::vector<std::vector<double>> rows = Rows(table);
+        rows.insert(rows.begin() + std::min<size_t>(size_t(row), rows.size()), values);
+        StoreRows(table, rows);
+    };
+}
+
 // ---------------------------------------------------------------------------------------------
 // Organizer
 
@@ -442,6 +551,26 @@ TMXAssociatedParameterGroupOrganizer::CreateDefaultValue(const TVarRec& value) {
             throw EMXParametersConstructor(Format("Unable to set the default value for the "
                                                   "parameter for intrinsic property %s of type %s!",
                                                   property.Name(), property.ClassType().Name()));
+    };
+}
+
+TMXDefaultValueFunction TMXAssociatedParameterGroupOrganizer::CreateTableDefaultValue(
+    std::vector<std::vector<double>> rows) {
+    return [rows = std::move(rows)](TKovIntrinsicProperty& property) {
+        auto* table = dynamic_cast<TIPTable*>(&property);
+        if (!table)
+            throw EMXParametersConstructor(Format(
+                "Unable to add default values to %s. Expected Advanced Table", property.Name()));
+        std::vector<double> values;
+        for (const std::vector<double>& row : rows) {
+            if (static_cast<int>(row.size()) != table->ColCount())
+                throw EMXParametersConstructor(
+                    Format("Invalid table, number of values not a multiple of the column count "
+                           "\"%d\"",
+                           table->ColCount()));
+            values.insert(values.end(), row.begin(), row.end());
+        }
+        table->SetValues(values);
     };
 }
 

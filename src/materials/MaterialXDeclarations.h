@@ -76,6 +76,29 @@ private:
     const TIPDouble* ProxySource() const;
 };
 
+// A stored table of a material (an advanced table of numbers): its declaration carries the
+// number of columns, so that every table made from it, a copy's too, has them.
+class TMXTableDeclaration : public TKovIntrinsicPropertyDeclaration {
+public:
+    TMXTableDeclaration(const std::string& name, int columns, TKovIntrinsicPropertyConfig flags,
+                        const std::string& caption);
+    const char* DeclarationTypeName() const override { return "DeclarationTable"; }
+    int Columns() const { return FColumns; }
+    std::unique_ptr<TKovIntrinsicPropertyDeclaration> Clone() const override;
+    bool IsIdentical(const TKovIntrinsicPropertyDeclaration& other) const override;
+    void Assign(const TKovIntrinsicPropertyDeclaration& source) override;
+
+private:
+    int FColumns;
+};
+
+class TIPMaterialTable : public TIPTable {
+    TW_KOV_CLASS(TIPMaterialTable, TIPTable)
+public:
+    TIPMaterialTable(TKovObservableObject* owner,
+                     const TKovIntrinsicPropertyDeclaration* declaration);
+};
+
 // ---------------------------------------------------------------------------------------------
 // Associated parameter group: used as a class, one instance per group, never per material.
 
@@ -163,6 +186,10 @@ public:
                                                   TKovIntrinsicPropertyConfig flags,
                                                   const std::vector<std::string>& values,
                                                   const std::string& caption);
+    // A table of numbers in rows of `columns` values; raises EMXParametersConstructor for fewer
+    // than one column.
+    TMXTableDeclaration& DeclareTable(const std::string& name, TKovIntrinsicPropertyConfig flags,
+                                      int columns, const std::string& caption);
     // Derived kinds; a null setter makes the property read-only.
     TIPDoubleWithUnit_DerivedExternalDeclaration&
     DeclareDerivedDouble(const std::string& name, TKovIntrinsicPropertyConfig flags, double min,
@@ -230,6 +257,20 @@ public:
     static TDoubleGetter GetBooleanDependentGetter(const std::string& flagName,
                                                    const std::string& directName,
                                                    double valueWhenOff, bool sense = true);
+
+    // The table-row functions of a stored table (aliases followed): a getter of the value in a
+    // row and column (0 past the table's rows: a table may be shorter than a model reads), a
+    // deleter of a row, and an inserter of a row before `row` (appended past the end). A row
+    // that is not there raises "The row was not found in the table."; values that are not one
+    // row raise "Invalid table, number of values not a multiple of the column count \"%d\"".
+    // Each change is one write of the table, so one undo step.
+    using TTableRowDeleter = std::function<void(TKovMaterialX&, int row)>;
+    using TTableRowInserter =
+        std::function<void(TKovMaterialX&, int row, const std::vector<double>& values)>;
+    static TDoubleGetter GetAdvancedTableRowGetter(const std::string& tableName, int row,
+                                                   int column);
+    static TTableRowDeleter GetAdvancedTableDeleteRowFunc(const std::string& tableName);
+    static TTableRowInserter GetAdvancedTableInsertRowFunc(const std::string& tableName);
 
 protected:
     virtual void DoInitializeDeclarations() = 0;
@@ -302,6 +343,9 @@ public:
     // property of another kind raises "Unable to set the default value for the parameter for
     // intrinsic property %s of type %s!" when the default is applied.
     static TMXDefaultValueFunction CreateDefaultValue(const TVarRec& value);
+    // The default rows of a table; applied to a property that is not a table it raises "Unable to
+    // add default values to %s. Expected Advanced Table".
+    static TMXDefaultValueFunction CreateTableDefaultValue(std::vector<std::vector<double>> rows);
 
     // Filling, at registration.
     void Add(const std::string& collection, const std::string& property,

@@ -140,6 +140,20 @@ int TMaterialXTools::GetInternalOrdinalFrom(const TKovMaterialX& material,
     return int(NumberOf(InternalOrRaise(material, name)));
 }
 
+void TMaterialXTools::SetPropertyFromArray(TKovIntrinsicProperty& property,
+                                           const std::vector<double>& values) {
+    auto* table = dynamic_cast<TIPTable*>(&property);
+    if (!table)
+        throw EMaterialXTools(Format("Property \"%s\" cannot set from an array of this kind "
+                                     "because the type kind is not supported (%s).",
+                                     property.Name(), property.ClassType().Name()));
+    if (values.size() % static_cast<size_t>(table->ColCount()) != 0)
+        throw EMaterialXTools(
+            Format("Invalid table, number of values not a multiple of the column count \"%d\"",
+                   table->ColCount()));
+    table->SetValues(values);
+}
+
 std::vector<double>
 TMaterialXTools::GetUserPropertyValuesFrom(const TKovMaterialX& material,
                                            const std::vector<std::string>& names) {
@@ -483,6 +497,18 @@ void TMaterialXIPConfigurator::UpdateMaterialXIPConfigurations(TKovMaterialX& ma
             Material.SetConfiguring(false);
         }
     } guard(material);
+    // A value an enumeration may no longer take (the drainage of a model switched to one that
+    // lacks it) gives way to the first it may; what depends on that value is configured again in
+    // a further pass. A replacement only ever moves to a valid value, so two passes settle it.
+    for (int pass = 0; pass < 3; ++pass)
+        if (!ConfigureOnce(material))
+            break;
+}
+
+bool TMaterialXIPConfigurator::ConfigureOnce(TKovMaterialX& material) {
+    const TKovObjectManager* manager = material.ObjectManager();
+    const bool reverting = manager && manager->IsRevertingOrLocked();
+    bool replaced = false;
     for (const TIPConfigurationFunctor& functor :
          TMaterialXRegistries::ConfigurationFunctorsOf(*material.RootAPGClass())) {
         TKovIntrinsicProperty* property =
@@ -517,8 +543,15 @@ void TMaterialXIPConfigurator::UpdateMaterialXIPConfigurations(TKovMaterialX& ma
                 TConfigurationSnapshot snapshot(material.ObjectManager());
                 enumeration->EnableValuesExclusively(valid);
             }
+            // Undo and redo put back values that were valid together: while they restore them
+            // one by one, a value may look invalid for a moment and is left alone.
+            if (!reverting && !valid.empty() && enumeration->IsDisabled(enumeration->IntValue())) {
+                enumeration->SetIntValue(valid.front());
+                replaced = true;
+            }
         }
     }
+    return replaced;
 }
 
 // ---------------------------------------------------------------------------------------------

@@ -79,6 +79,12 @@ public:
     static void SetPropertyFromVarRec(TKovIntrinsicProperty& property, const TVarRec& value);
     // As above; false (and nothing written) for a property the value doesn't fit.
     static bool TrySetPropertyFromVarRec(TKovIntrinsicProperty& property, const TVarRec& value);
+    // Writes numbers row by row into a table (base units); a count that is not whole rows raises
+    // "Invalid table, number of values not a multiple of the column count \"%d\"", a property
+    // of another kind "Property \"%s\" cannot set from an array of this kind because the type
+    // kind is not supported (%s).", and nothing is written.
+    static void SetPropertyFromArray(TKovIntrinsicProperty& property,
+                                     const std::vector<double>& values);
     // Writes the value of `source` into the property of the same name of `material` (user
     // first, then internal); raises "Unable to apply the intrinsic property of type %s to the
     // material" when there is none of a fitting kind.
@@ -138,8 +144,13 @@ public:
 class TMaterialXIPConfigurator {
 public:
     // Applies visibility, mutability and valid enumeration values of every configuration
-    // function of the material's groups, as one update of the material.
+    // function of the material's groups, as one update of the material. An enumeration whose
+    // value is no longer valid takes the first valid one.
     static void UpdateMaterialXIPConfigurations(TKovMaterialX& material);
+
+private:
+    // One pass over the functions; true when an enumeration's value was replaced.
+    static bool ConfigureOnce(TKovMaterialX& material);
 };
 
 // A directed graph of names with a deterministic flattening.

@@ -218,12 +218,15 @@ void TMaterialXMaterialCommandHandler::PopulateParameterArray(
         byName[CleanName(name)] = parameters[i + 1];
         given.push_back(name);
     }
-    TUndoSnapshot snapshot(material, "Set material parameters");
+    // All or nothing: the values go into a copy first, and the material takes the copy's state
+    // only once every value took. A bad value late in the list leaves no model switched and no
+    // value of those before it behind.
+    std::unique_ptr<TKovMaterialX> trial = TMaterialXFactory::CreateCopy(nullptr, material);
     auto apply = [&](const std::string& name) {
         auto it = byName.find(CleanName(name));
         if (it == byName.end())
             return;
-        TMaterialXTools::SetUserPropertyValueFrom(material, name, it->second);
+        TMaterialXTools::SetUserPropertyValueFrom(*trial, name, it->second);
         byName.erase(it);
     };
     // The model first: the other names exist only once it stands.
@@ -231,18 +234,20 @@ void TMaterialXMaterialCommandHandler::PopulateParameterArray(
     if (!selector.empty())
         apply(selector);
     for (const std::string& name : given)
-        if (byName.count(CleanName(name)) && !material.FindUserProperty(name))
+        if (byName.count(CleanName(name)) && !trial->FindUserProperty(name))
             throw EMaterialXTools(Format(
                 "Unable to find the user intrinsic property %s for specified material", name));
-    if (material.RootAPGClass())
+    if (trial->RootAPGClass())
         for (const std::string& name :
-             TMaterialXRegistries::StructuralChangingPropertiesOf(*material.RootAPGClass()))
+             TMaterialXRegistries::StructuralChangingPropertiesOf(*trial->RootAPGClass()))
             apply(name);
     for (const std::string& name :
-         TMaterialXIPDependencyEvaluator::DependencyOrderedMaterialProperties(material))
+         TMaterialXIPDependencyEvaluator::DependencyOrderedMaterialProperties(*trial))
         apply(name);
     for (const std::string& name : given)
         apply(name);
+    TUndoSnapshot snapshot(material, "Set material parameters");
+    TMaterialXFactory::AssignMaterial(material, *trial);
 }
 
 } // namespace tw

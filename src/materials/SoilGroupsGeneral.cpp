@@ -490,7 +490,14 @@ void RegisterGeneralGroups() {
         TGroupBuilder g("Interfaces");
         g.Enumeration("InterfacesStiffnessMethod", "Stiffness determination",
                       InterfacesStiffnessMethodCaptions(), "InterfacesStiffness")
-            .Interface("InterfacesStiffnessMethod", "InterfacesStiffness");
+            .Interface("InterfacesStiffnessMethod", "InterfacesStiffness")
+            // An interface's stiffness can follow the soil's oedometer modulus only where the
+            // model has one (the elastic E_oed, or Hardening Soil's E_oed^ref).
+            .ValidEnums("InterfacesStiffnessMethod", [](TMaterial m) -> std::vector<int> {
+                if (HasUser(m, "EOed") || HasUser(m, "EOedRef"))
+                    return {mxsistDerived, mxsistDirect, mxsistFromEoed};
+                return {mxsistDerived, mxsistDirect};
+            });
     }
     {
         TGroupBuilder g("Interfaces_StrengthParameters");

@@ -219,8 +219,11 @@ double DefaultK0Primary(TMaterial m) {
         return FrictionK0(m, I(m, "phiP"));
     case mxsmmNGIADP:
     case mxsmmUDCAMSimplified:
-        // Total-stress models of undrained clay: their initial shear stress is an input of its
-        // own (tau0 / su^A), so the stress field they start from is isotropic.
+        // Total-stress models of undrained clay. NGI-ADP (Grimstad, Andresen and Jostad 2012,
+        // "NGI-ADP: Anisotropic shear strength model for clay", IJNAMG 36(4)) takes the initial
+        // shear stress as an input of its own, tau0 / su^A, which sets the centre of its yield
+        // surface; the total stresses it starts from are therefore isotropic, K0 = 1, and the
+        // anisotropy of the in-situ state lives in tau0 alone.
         return 1.0;
     default:
         return enhanced ? 0.5 * std::sqrt(U(m, "OCR")) : 0.5;

@@ -45,11 +45,7 @@ std::string TestCurveCaption(const TQBTestBase& test) {
 }
 
 const TSystemOfUnits& DefaultResultUnits() {
-    struct TNewProjectUnits : TSystemOfUnits {
-        TNewProjectUnits() { SetUnitsOfNewProject(); }
-    };
-    static const TNewProjectUnits units;
-    return units;
+    return GetDefaultOASystemOfUnits();
 }
 
 std::optional<TTangentAndSecant> TangentAndSecantAt(const TChart& chart,

@@ -1,7 +1,9 @@
 #pragma once
 // What a user reads off a chart: the coordinates under the mouse, the nearest point of a curve,
-// a selection of one point or a pair, and the tangent and secant of a curve at a point.
+// a selection of one point or a pair. The nearest point, tangent and secant of a curve are the
+// results' own routines (labtest/QBResultsTools.h), which the commands use too.
 
+#include "labtest/QBResultsTools.h"
 #include "presentation/ChartAxes.h"
 
 #include <optional>
@@ -17,29 +19,6 @@ std::string PointReadoutText(double x, double y);
 // pixel range.
 std::optional<std::string> PointReadoutAt(double pixelX, double pixelY, const TAxisMapping& x,
                                           const TAxisMapping& y);
-
-// The index of the point of a curve nearest to (x, y), in the curve's own units; -1 for an empty
-// curve. Points with a coordinate that isn't finite are passed over.
-int ClosestPoint(std::span<const double> x, std::span<const double> y, double atX, double atY);
-
-// The secant of the curve at point i: y / x, NaN when x is 0.
-double SecantAt(std::span<const double> x, std::span<const double> y, int i);
-// The tangent of the curve at point i: the slope from point i to point i + 1, or of the last pair
-// at the last point; NaN when x doesn't change or the curve has fewer than two points.
-double TangentAt(std::span<const double> x, std::span<const double> y, int i);
-// The first of the two points the tangent at point i is taken between, or -1.
-int TangentPairStart(int i, int count);
-
-// Tangent or secant of a curve at a point given in its units: the value at the closest point.
-struct TTangentOrSecant {
-    int Point = -1; // -1 for an empty curve; then Value is NaN
-    double X = 0.0, Y = 0.0;
-    double Value = 0.0;
-};
-TTangentOrSecant TangentOfCurve(std::span<const double> x, std::span<const double> y, double atX,
-                                double atY);
-TTangentOrSecant SecantOfCurve(std::span<const double> x, std::span<const double> y, double atX,
-                               double atY);
 
 // A point of a chart: the series and the point in it (for a test's curve, the result row).
 struct TChartPointRef {

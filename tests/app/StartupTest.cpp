@@ -1,8 +1,10 @@
 // The start-up from the host's input file, the example input files as committed, and the
 // headless program run as a user runs it.
 
-#include "app/Startup.h"
+#include "ProgramSupport.h"
+
 #include "app/ExampleMaterials.h"
+#include "app/Startup.h"
 #include "labtest/QBPersisters.h"
 #include "materials/MaterialXClient.h"
 #include "materials/MaterialXTools.h"
@@ -15,10 +17,9 @@
 #include <filesystem>
 #include <fstream>
 #include <map>
-#include <sys/wait.h>
-#include <unistd.h>
 
 using namespace tw;
+using namespace tw::testing;
 namespace fs = std::filesystem;
 
 namespace {
@@ -41,49 +42,6 @@ std::map<std::string, std::string> StoredValues(const TKovMaterialX& material) {
 
 double User(const TKovMaterialX& material, const char* name) {
     return TMaterialXTools::GetUserPropertyValueFrom(material, name);
-}
-
-class TTemporaryFolder {
-public:
-    TTemporaryFolder() {
-        std::string pattern = (fs::temp_directory_path() / "tw_startup_XXXXXX").string();
-        if (!::mkdtemp(pattern.data()))
-            throw std::runtime_error("mkdtemp failed");
-        FPath = pattern;
-    }
-    ~TTemporaryFolder() {
-        std::error_code ignored;
-        fs::remove_all(FPath, ignored);
-    }
-    std::string File(const std::string& name) const { return (FPath / name).string(); }
-
-private:
-    fs::path FPath;
-};
-
-struct TProgramRun {
-    int ExitCode;
-    std::string Output, Errors;
-};
-
-// Runs the headless program with `arguments`, from the source folder.
-TProgramRun RunProgram(const std::vector<std::string>& arguments) {
-    TTemporaryFolder folder;
-    std::string command = std::string("'") + TW_TARNWICK + "'";
-    for (const std::string& argument : arguments)
-        command += " '" + argument + "'";
-    command += " >'" + folder.File("out") + "' 2>'" + folder.File("err") + "'";
-    const int status = std::system(command.c_str());
-    auto read = [](const std::string& file) {
-        std::ifstream in(file);
-        return std::string(std::istreambuf_iterator<char>(in), {});
-    };
-    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, read(folder.File("out")),
-            read(folder.File("err"))};
-}
-
-bool Contains(const std::string& text, const std::string& part) {
-    return text.find(part) != std::string::npos;
 }
 
 struct StartupFixture : ::testing::Test {

@@ -39,7 +39,8 @@ TEST(ContentData, JsonRoundTripKeepsTypesAndTheWordsForNonNumbers) {
     EXPECT_EQ(object.GetString("text"), "é \"quoted\"");
     EXPECT_EQ(dynamic_cast<TCDSimpleValue&>(object.GetItem("bytes")).BytesValue(),
               (std::vector<uint8_t>{0, 255, 1, 2}));
-    EXPECT_EQ(dynamic_cast<TCDSimpleValue&>(object.GetItem("none")).ValueType(), svtUndefined);
+    EXPECT_EQ(dynamic_cast<TCDSimpleValue&>(object.GetItem("none")).ValueType(),
+              TCDSimpleValue::svtUndefined);
     EXPECT_EQ(object.GetCDArray("list").Count(), 3);
     EXPECT_EQ(object.GetKeys().size(), 9u);
     // Key order is no part of the content.

@@ -79,6 +79,10 @@ TEST_F(FilesFixture, SaveRefusesATestWithoutResultsBeforeAnyDialog) {
     SaveChoice = (Folder.Path() / "sand").string();
     EXPECT_TRUE(window.SaveSelectedTest());
     EXPECT_TRUE(std::filesystem::exists(Folder.Path() / "sand.twt.kovml"));
+    // The save is a command of the history.
+    const TCommandHistory& history = window.Commands().SuccessfulCommands();
+    EXPECT_NE(history.GetCommand(history.Count() - 1).find("save Triaxial_1"), std::string::npos)
+        << history.GetCommand(history.Count() - 1);
     SaveChoice = (Folder.Path() / "named.twt.kovml").string();
     EXPECT_TRUE(window.SaveSelectedTest());
     EXPECT_TRUE(std::filesystem::exists(Folder.Path() / "named.twt.kovml"));

@@ -79,6 +79,12 @@ TEST_F(GuiFixture, RunOnTheTriaxialPageFillsItsChartsAndTablesFromOurKernel) {
     ASSERT_TRUE(Messages.Messages.empty()) << Messages.Messages.front();
     const TQBTestBase& test = *Project->TriaxialTest();
     ASSERT_EQ(test.ResultCount(), 101); // the initial state and 100 steps
+    // The run is a command of the history: scripts and the window go one way.
+    const TCommandHistory& history = window.Commands().SuccessfulCommands();
+    ASSERT_GT(history.Count(), 0);
+    EXPECT_NE(history.GetCommand(history.Count() - 1).find("calculate Triaxial_1"),
+              std::string::npos)
+        << history.GetCommand(history.Count() - 1);
 
     // Each data series holds every result row, and Qt draws them all.
     const int e1ds = IndexOfChart(charts, ctEyyDS);

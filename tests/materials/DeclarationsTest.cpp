@@ -3,6 +3,7 @@
 
 #include "MaterialTestSupport.h"
 
+#include "materials/MaterialXDataProvider.h"
 #include "materials/MaterialXRegistries.h"
 
 #include <gmock/gmock.h>
@@ -187,6 +188,118 @@ TEST(MaterialDeclarations, AProxiedNumberTakesTheLimitsAndUnitOfItsSourceWhenAsk
              {"Depth", "Shown"});
     EXPECT_THAT([&] { MakeTest(lost); }, ThrowsMessage<EIntrinsicPropertyException>(
                                              StrEq("Cannot find proxy source for \"Nowhere\"")));
+}
+
+TEST(MaterialDeclarations, AStoredTableHasItsDefaultRowsAndIsReadAndChangedByRow) {
+    using C = TMXParametersConstructor;
+    const auto& root = Root(
+        9, "Table",
+        [](TMXParametersConstructor& c) { c.DeclareTable("Curve", 0, 2, "Stress-strain curve"); },
+        [](TMXParametersConstructor& c) {
+            c.DeclareDerivedDouble("FirstStrain", 0, -1e9, 1e9, qtDummy,
+                                   C::GetAdvancedTableRowGetter("Curve", 0, 0), nullptr, "e_1");
+            c.DeclareDerivedDouble("SecondStress", 0, -1e9, 1e9, qtPressure,
+                                   C::GetAdvancedTableRowGetter("Curve", 1, 1), nullptr, "s_2");
+        },
+        {{"Curve", TMXAssociatedParameterGroupOrganizer::CreateTableDefaultValue(
+                       {{0.0, 10.0}, {0.01, 20.0}})}},
+        {"FirstStrain", "SecondStress"});
+    TKovObjectManager manager;
+    auto material = TMaterialXFactory::CreateMaterialXOfClass(
+        &manager, "Probe", TTestMaterialX::StaticClass(), root, nullptr);
+    auto& curve = dynamic_cast<TIPTable&>(*material->FindInternalProperty("Curve"));
+    EXPECT_EQ(curve.ColCount(), 2);
+    ASSERT_EQ(curve.RowCount(), 2);
+    EXPECT_EQ(UserValue(*material, "FirstStrain"), 0.0);
+    EXPECT_EQ(UserValue(*material, "SecondStress"), 20.0);
+
+    // A row before the second, then the first taken away: each is one step back.
+    manager.ClearRevertStacks();
+    C::GetAdvancedTableInsertRowFunc("Curve")(*material, 1, {0.005, 15.0});
+    EXPECT_EQ(UserValue(*material, "SecondStress"), 15.0);
+    C::GetAdvancedTableDeleteRowFunc("Curve")(*material, 0);
+    EXPECT_EQ(UserValue(*material, "FirstStrain"), 0.005);
+    EXPECT_EQ(UserValue(*material, "SecondStress"), 20.0);
+    C::GetAdvancedTableInsertRowFunc("Curve")(*material, 99, {0.02, 25.0}); // appended
+    EXPECT_EQ(curve.GetValue(2, 1), 25.0);
+    EXPECT_EQ(manager.UndoCount(), 3);
+    manager.Undo();
+    manager.Undo();
+    EXPECT_EQ(UserValue(*material, "FirstStrain"), 0.0);
+    EXPECT_EQ(UserValue(*material, "SecondStress"), 15.0);
+
+    // Rows that aren't there read as 0; writes that don't fit change nothing.
+    EXPECT_EQ(C::GetAdvancedTableRowGetter("Curve", 5, 0)(*material), 0.0);
+    const std::vector<double> before = curve.GetValues();
+    EXPECT_THAT([&] { C::GetAdvancedTableDeleteRowFunc("Curve")(*material, 3); },
+                ThrowsMessage<std::exception>(StrEq("The row was not found in the table.")));
+    EXPECT_THAT(
+        [&] {
+            C::GetAdvancedTableInsertRowFunc("Curve")(*material, 0, {1.0, 2.0, 3.0});
+        },
+        ThrowsMessage<std::exception>(
+            StrEq("Invalid table, number of values not a multiple of the column count \"2\"")));
+    EXPECT_THAT(
+        [&] { C::GetAdvancedTableRowGetter("Nowhere", 0, 0)(*material); },
+        ThrowsMessage<std::exception>(StrEq(
+            "Unable to find the internal intrinsic property Nowhere for specified material")));
+    EXPECT_EQ(curve.GetValues(), before);
+
+    // Whole tables are written as numbers row by row, and only whole rows.
+    TMaterialXTools::SetPropertyFromArray(curve, {0.0, 5.0, 0.02, 30.0});
+    EXPECT_EQ(UserValue(*material, "SecondStress"), 30.0);
+    EXPECT_THAT(
+        [&] {
+            TMaterialXTools::SetPropertyFromArray(curve, {1.0, 2.0, 3.0});
+        },
+        ThrowsMessage<std::exception>(
+            StrEq("Invalid table, number of values not a multiple of the column count \"2\"")));
+    auto sand = MakeSoil(mxsmmMohrCoulomb);
+    EXPECT_THAT(
+        [&] { TMaterialXTools::SetPropertyFromArray(*sand->FindInternalProperty("eInit"), {1.0}); },
+        ThrowsMessage<std::exception>(
+            StrEq("Property \"eInit\" cannot set from an array of this kind because the type kind "
+                  "is not supported (TIPDoubleWithUnit).")));
+    TMaterialXTools::SetPropertyFromArray(curve, before);
+
+    // The kernel's value functions count a table's rows, and name a table that isn't there.
+    using P = TMaterialXDataProviderFunctions;
+    EXPECT_EQ(P::GetInternalTablePropRowCountValueFunction("Curve")(*material).Number(), 3.0);
+    EXPECT_THAT(
+        [&] { P::GetInternalTablePropRowCountValueFunction("Nowhere")(*material); },
+        ThrowsMessage<std::exception>(StrEq(
+            "Unable to find the internal intrinsic property Nowhere for specified material")));
+
+    // A copy has the rows and the columns.
+    auto copy = TMaterialXFactory::CreateCopy(nullptr, *material);
+    const auto& copied = dynamic_cast<const TIPTable&>(*copy->FindInternalProperty("Curve"));
+    EXPECT_EQ(copied.ColCount(), 2);
+    EXPECT_EQ(copied.GetValues(), before);
+
+    // A table's default goes to tables only, and a number's default to numbers only.
+    const auto& onNumber = Root(
+        10, "TableDefaultOnNumber",
+        [](TMXParametersConstructor& c) { c.DeclareDouble("Size", 0, 0, 1, qtDummy, "S"); },
+        nullptr, {{"Size", TMXAssociatedParameterGroupOrganizer::CreateTableDefaultValue({{1.0}})}},
+        {});
+    EXPECT_THAT([&] { MakeTest(onNumber); },
+                ThrowsMessage<std::exception>(
+                    StrEq("Unable to add default values to Size. Expected Advanced Table")));
+    const auto& onTable = Root(
+        11, "NumberDefaultOnTable",
+        [](TMXParametersConstructor& c) { c.DeclareTable("Curve", 0, 2, "Curve"); }, nullptr,
+        {{"Curve", TMXAssociatedParameterGroupOrganizer::CreateDefaultValue(TVarRec(1.0))}}, {});
+    EXPECT_THAT([&] { MakeTest(onTable); },
+                ThrowsMessage<std::exception>(
+                    StrEq("Unable to set the default value for the parameter for intrinsic "
+                          "property Curve of type TIPMaterialTable!")));
+    const auto& ragged = Root(
+        12, "RaggedTableDefault",
+        [](TMXParametersConstructor& c) { c.DeclareTable("Curve", 0, 2, "Curve"); }, nullptr,
+        {{"Curve", TMXAssociatedParameterGroupOrganizer::CreateTableDefaultValue({{1.0}})}}, {});
+    EXPECT_THAT([&] { MakeTest(ragged); },
+                ThrowsMessage<std::exception>(StrEq(
+                    "Invalid table, number of values not a multiple of the column count \"2\"")));
 }
 
 TEST(MaterialDeclarations, FaultsOfDeclarationsSayWhatIsWrong) {

@@ -415,3 +415,106 @@ TEST(MaterialFramework, ListsCachesAndConstructionParameters) {
     EXPECT_EQ(copy->ConstructionParameters()->ValueProperties().size(),
               parameters->ValueProperties().size());
 }
+
+TEST(MaterialFramework, ParametersThatFailLeaveTheMaterialAsItWas) {
+    // A command's values are all or nothing: a bad one late in the list takes back the model and
+    // the values applied before it.
+    for (bool withManager : {false, true}) {
+        TKovObjectManager manager;
+        auto material = MakeSoil(mxsmmHardeningSoil, withManager ? &manager : nullptr);
+        SetUser(*material, "E50Ref", 30000.0);
+        manager.ClearRevertStacks();
+        const auto before = AllUserValues(*material);
+        EXPECT_THAT(
+            [&] {
+                TMaterialXMaterialCommandHandler::PopulateParameterArray(
+                    *material, {TVarRec(std::string("E50Ref")), TVarRec(20000.0),
+                                TVarRec(std::string("HSNuUr")), TVarRec(0.7)});
+            },
+            ThrowsMessage<EMaterialXValueOutOfRange>(StrEq("HSNuUr must be between 0 and 0.499")));
+        EXPECT_EQ(AllUserValues(*material), before);
+        EXPECT_THAT(
+            [&] {
+                TMaterialXMaterialCommandHandler::PopulateParameterArray(
+                    *material, {TVarRec(std::string("SoilModel")),
+                                TVarRec(int32_t(mxsmmMohrCoulomb)), TVarRec(std::string("phi")),
+                                TVarRec(33.0), TVarRec(std::string("Nonsense")), TVarRec(1.0)});
+            },
+            ThrowsMessage<EMaterialXTools>(StrEq(
+                "Unable to find the user intrinsic property Nonsense for specified material")));
+        EXPECT_EQ(material->GetSoilModel(), mxsmmHardeningSoil);
+        EXPECT_EQ(AllUserValues(*material), before);
+        // Whichever of two values comes first in the order of application.
+        for (bool badFirst : {false, true}) {
+            std::vector<TVarRec> parameters{TVarRec(std::string("E50Ref")), TVarRec(20000.0),
+                                            TVarRec(std::string("EURRef")), TVarRec(-1.0)};
+            if (badFirst)
+                std::swap(parameters[1], parameters[3]);
+            EXPECT_THROW(
+                TMaterialXMaterialCommandHandler::PopulateParameterArray(*material, parameters),
+                EMaterialXValueOutOfRange);
+            EXPECT_EQ(AllUserValues(*material), before);
+        }
+        if (withManager) {
+            EXPECT_EQ(manager.UndoCount(), 0);
+            // Values that all take are one step back.
+            TMaterialXMaterialCommandHandler::PopulateParameterArray(
+                *material, {TVarRec(std::string("SoilModel")), TVarRec(int32_t(mxsmmMohrCoulomb)),
+                            TVarRec(std::string("phi")), TVarRec(33.0)});
+            EXPECT_EQ(material->GetSoilModel(), mxsmmMohrCoulomb);
+            EXPECT_DOUBLE_EQ(UserValue(*material, "phi"), 33.0);
+            EXPECT_EQ(manager.UndoCount(), 1);
+            manager.Undo();
+            EXPECT_EQ(AllUserValues(*material), before);
+        }
+    }
+}
+
+TEST(MaterialFramework, ValuesTravelAsCommandsInTheUnitsShown) {
+    auto material = MakeSoil(mxsmmHardeningSoil);
+    SetUser(*material, "E50Ref", 40000e3);
+    SetUser(*material, "DrainageType", mxsdtUndrainedA);
+    const TMaterialXValues values = TMaterialXValuesConverter::ConvertMaterial(*material);
+    // Numbers in the units a user sees (kN/m2 in a new project), enumerations by their text.
+    TSystemOfUnits units;
+    units.SetUnitsOfNewProject();
+    const std::string command =
+        TMaterialXValuesToCommandGenerator::GenerateSetPropertiesCommand("Sand", values, &units);
+    EXPECT_EQ(command.rfind("setproperties Sand \"SoilModel\" \"Hardening Soil\"", 0), 0u)
+        << command;
+    EXPECT_NE(command.find("\"E50Ref\" 40000 "), std::string::npos) << command;
+    EXPECT_NE(command.find("\"DrainageType\" \"Undrained (A)\""), std::string::npos) << command;
+    EXPECT_NE(TMaterialXValuesToCommandGenerator::GenerateCreateCommand(values).find(
+                  "\"E50Ref\" 40000000"),
+              std::string::npos); // base units without a system of units
+
+    // What one material has that another lacks: the model comes first, as a command needs it.
+    auto other = MakeSoil(mxsmmMohrCoulomb);
+    const TMaterialXValues difference =
+        TMaterialXValuesConverter::IntersectMaterials(*material, *other);
+    ASSERT_GT(difference.Values().Count(), 1);
+    EXPECT_EQ(difference.Values()[0].Name, "SoilModel");
+    EXPECT_NE(difference.Values().GetItemByName("E50Ref"), nullptr);
+    EXPECT_EQ(difference.Values().GetItemByName("eInit"), nullptr); // the same in both
+
+    // Lists of different material classes don't compare; parameters come in pairs of a name and
+    // a value.
+    const TMaterialXValues plain(TKovMaterialX::StaticClass());
+    EXPECT_THAT([&] { values.Compare(plain); },
+                ThrowsMessage<EMaterialXValues>(
+                    StrEq("Could not compare MaterialXValues of different types")));
+    EXPECT_THAT(
+        [&] {
+            TMaterialXMaterialCommandHandler::PopulateParameterArray(
+                *material, {TVarRec(std::string("E50Ref"))});
+        },
+        ThrowsMessage<EMaterialXValues>(
+            StrEq("Material parameters come in pairs of name and value")));
+    EXPECT_THAT(
+        [&] {
+            TMaterialXMaterialCommandHandler::PopulateParameterArray(*material,
+                                                                     {TVarRec(1.0), TVarRec(2.0)});
+        },
+        ThrowsMessage<EMaterialXValues>(StrEq("Parameter 1 of the material is no name")));
+    EXPECT_EQ(UserValue(*material, "E50Ref"), 40000e3);
+}

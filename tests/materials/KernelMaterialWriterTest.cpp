@@ -89,6 +89,35 @@ TEST(KernelMaterialWriter, HardeningSoilCapValues) {
                 ThrowsMessage<EMaterialXDataProvider>(HasSubstr("Unable to calculate M")));
 }
 
+TEST(KernelMaterialWriter, HSSmallWritesTheCapAndVoidRatioLimitsOfHardeningSoil) {
+    // The small-strain model shares Hardening Soil's cap and places, and adds G0 and gamma0.7;
+    // the void ratio limits go to the kernel as porosities e / (1 + e).
+    auto hs = MakeSoil(mxsmmHardeningSoil);
+    auto hss = MakeSoil(mxsmmHardeningSoilSmall);
+    for (auto* material : {hs.get(), hss.get()}) {
+        SetUser(*material, "phi", 32.0);
+        SetUser(*material, "E50Ref", 25e6);
+        SetUser(*material, "EOedRef", 20e6);
+        SetUser(*material, "EURRef", 80e6);
+        SetUser(*material, "DilatancyCutOff", 1);
+        SetUser(*material, "eMin", 0.5);
+        SetUser(*material, "eMax", 1.0);
+    }
+    SetUser(*hss, "G0Ref", 120e6);
+    const TRecordingLineWriter small = Write(*hss), plain = Write(*hs);
+    EXPECT_EQ(small.Lines[1], "19\t=soil model type HS small");
+    for (int place : {0, 1, 20, 21, 30, 31, 35, 36, 37, 38, 39})
+        EXPECT_EQ(small.Place(place), plain.Place(place)) << "place " << place;
+    EXPECT_NEAR(small.Place(20), 0.5 / 1.5, 1e-14);
+    EXPECT_NEAR(small.Place(21), 0.5, 1e-14);
+    EXPECT_EQ(small.Place(48), 120000.0);
+    EXPECT_EQ(plain.Place(48), 0.0);
+    const THSCapIterResult cap = RunHSCapIter(
+        32.0, 25e6, 20e6, 0.2, 0.9, 1 - std::sin(32.0 * 3.14159265358979323846 / 180.0), 80e6, 0.5);
+    EXPECT_NEAR(small.Place(30), cap.M, 1e-12);
+    EXPECT_NEAR(small.Place(31), cap.KsKc, 1e-12);
+}
+
 TEST(KernelMaterialWriter, UserDefinedModelsWriteTheirLibrary) {
     TUserDLLs::RegisterLibrary("example64.dll", {{"Tresca", 0, {}},
                                                  {"DuncanChang",
@@ -153,9 +182,7 @@ TEST(KernelMaterialWriter, TheRecordGoesBackIntoAMaterial) {
     SetUser(*source, "phi", 33.0);
     SetUser(*source, "cRef", 2e3);
     const TRecordingLineWriter file = Write(*source);
-    std::vector<double> values;
-    for (int place = 0; place < 200; ++place)
-        values.push_back(file.Place(place));
+    const std::vector<double> values = file.Record();
     auto target = MakeSoil(mxsmmMohrCoulomb);
     TMaterialXDataProviderTools::ApplyProlaysRValuesToMaterialX(*target, values,
                                                                 file.StorageSystemOfUnits());
@@ -163,6 +190,23 @@ TEST(KernelMaterialWriter, TheRecordGoesBackIntoAMaterial) {
     EXPECT_NEAR(UserValue(*target, "phi"), 33.0, 1e-9);
     EXPECT_NEAR(UserValue(*target, "cRef"), 2e3, 1e-9);
     EXPECT_NEAR(UserValue(*target, "nu"), 0.3, 1e-12);
+}
+
+TEST(KernelMaterialWriter, ASwitchInTheRecordOpensTheValuesItGates) {
+    // Hoek-Brown's tensile strength is the user's only with the tension cut-off, and both travel
+    // in the record: a record that turns the cut-off on brings its strength along.
+    auto source = MakeSoil(mxsmmHoekBrown);
+    SetUser(*source, "TensionCutOff", 1);
+    SetUser(*source, "TensileStrength", 150e3);
+    const TRecordingLineWriter file = Write(*source);
+    const std::vector<double> values = file.Record();
+    auto target = MakeSoil(mxsmmHoekBrown);
+    ASSERT_TRUE(target->FindUserProperty("TensileStrength")->ReadOnly());
+    TMaterialXDataProviderTools::ApplyProlaysRValuesToMaterialX(*target, values,
+                                                                file.StorageSystemOfUnits());
+    EXPECT_TRUE(TMaterialXTools::GetUserBooleanFrom(*target, "TensionCutOff"));
+    EXPECT_NEAR(UserValue(*target, "TensileStrength"), 150e3, 1e-6);
+    EXPECT_FALSE(target->FindUserProperty("TensileStrength")->ReadOnly());
 }
 
 namespace {
@@ -278,5 +322,185 @@ TEST(KernelMaterialWriter, EachModelPutsItsValuesInItsPlaces) {
         for (const auto& [place, value] : c.Places)
             EXPECT_NEAR(file.Place(place), value, 1e-12 * std::max(1.0, std::fabs(value)))
                 << "place " << place;
+    }
+}
+
+namespace {
+
+// One place of the real record: the user value at `place`, as a sine where `sine`.
+struct TPlace {
+    int Place;
+    const char* Name;
+    bool Sine = false;
+};
+
+const std::vector<TPlace>& CommonPlaces() {
+    static const std::vector<TPlace> places{{8, "gammaUnsat"},
+                                            {9, "gammaSat"},
+                                            {10, "PermHorizontalPrimary"},
+                                            {11, "PermVertical"},
+                                            {13, "PermHorizontalSecondary"},
+                                            {19, "nInit"},
+                                            {24, "RayleighAlpha"},
+                                            {25, "RayleighBeta"},
+                                            {26, "cK"},
+                                            {100, "K0Primary"},
+                                            {101, "K0Secondary"},
+                                            {102, "OCR"},
+                                            {103, "POP"},
+                                            {105, "GroundwaterPsiK"},
+                                            {106, "GroundwaterPsiS"},
+                                            {109, "GwPsiUnsat"},
+                                            {110, "SaturationSaturated"},
+                                            {111, "SaturationResidual"},
+                                            {112, "GenuchtenGa"},
+                                            {113, "GenuchtenGn"},
+                                            {114, "GenuchtenGl"},
+                                            {181, "ThCs"},
+                                            {182, "ThLambdaS"},
+                                            {183, "rhoS"},
+                                            {184, "ThAlphaSX"},
+                                            {185, "ThAlphaSY"},
+                                            {186, "ThAlphaSZ"},
+                                            {187, "Dv"},
+                                            {188, "fTv"},
+                                            {189, "Rthermal"},
+                                            {190, "ClayFraction"},
+                                            {191, "SiltFraction"},
+                                            {192, "SandFraction"}};
+    return places;
+}
+
+} // namespace
+
+TEST(KernelMaterialWriter, EveryPlaceOfEveryModelCarriesItsOwnValue) {
+    // The kernel's numbers of the models.
+    const std::map<TMXSoil_MaterialModel, int> KernelNumbers{{mxsmmLinearElastic, 1},
+                                                             {mxsmmMohrCoulomb, 2},
+                                                             {mxsmmSoftSoil, 4},
+                                                             {mxsmmModifiedCamClay, 5},
+                                                             {mxsmmHardeningSoil, 6},
+                                                             {mxsmmSoftSoilCreep, 8},
+                                                             {mxsmmConcrete, 33},
+                                                             {mxsmmNGIADP, 12},
+                                                             {mxsmmHoekBrown, 15},
+                                                             {mxsmmJointedRock, 18},
+                                                             {mxsmmHardeningSoilSmall, 19},
+                                                             {mxsmmSOInviscid, 31},
+                                                             {mxsmmSOViscid, 32},
+                                                             {mxsmmUBC3DPLM, 34},
+                                                             {mxsmmUDCAMSimplified, 35}};
+    // Each stored number gets a value of its own, so that two places swapped, a place taken by
+    // the wrong name or a value in the wrong unit shows.
+    const std::vector<TPlace> elastic{{0, "GRef"}, {1, "nu"}};
+    const std::vector<TPlace> failure{{2, "phi", true}, {3, "cRef"}, {4, "psi", true}};
+    const std::vector<TPlace> interfaces{{12, "Rinter"}, {90, "RinterResidual"}};
+    const std::vector<TPlace> undrained{{27, "nuUEquivalent"}, {98, "alphaBiot"}, {99, "Kw"}};
+    const std::vector<TPlace> hs{{0, "GRef"},     {1, "HSNuUr"},  {32, "DeltaInter"},
+                                 {33, "PowerM"},  {34, "HSPRef"}, {36, "RF"},
+                                 {37, "EOedRef"}, {38, "HSK0nc"}, {39, "E50Ref"}};
+    const std::vector<TPlace> softCommon{{31, "lambdaModifiedkappaModifiedRatio"},
+                                         {34, "SSSOPRef"},
+                                         {37, "kappaModified"},
+                                         {38, "lambdaModified"}};
+    const std::vector<TPlace> soft{{1, "SSNuUr"}, {30, "SSM"}, {36, "SSK0nc"}};
+    const std::vector<TPlace> interfaceStrength{
+        {2, "PhiInter", true}, {3, "CInter"}, {4, "PsiInter", true}};
+    const std::vector<TPlace> so{{1, "SONuUr"}, {30, "SOMCsl"}, {36, "SOK0nc"}};
+    const std::vector<TPlace> mcc{
+        {1, "MCCNuUr"}, {30, "MCCMCsl"}, {31, "lambdakappaRatio"}, {36, "MCCK0nc"}};
+    const std::vector<TPlace> hb{
+        {30, "AbsSigmaCI"}, {31, "mi"}, {32, "GSI"}, {35, "Disturbance"}, {36, "psiMax"},
+        {37, "sigmaPsi"},   {44, "mb"}, {45, "s"},   {46, "alpha"},       {48, "TensileStrength"}};
+    const std::vector<TPlace> jr{{0, "GT"},         {1, "nuNT"}, {2, "phi1", true}, {3, "c1"},
+                                 {4, "psi1", true}, {31, "EN"},  {32, "nuTS"},      {33, "GNT"},
+                                 {34, "alpha11"},   {36, "c2"},  {37, "phi2"},      {38, "psi2"},
+                                 {39, "alpha12"},   {41, "c3"},  {42, "phi3"},      {43, "psi3"},
+                                 {44, "alpha13"}};
+    const std::vector<TPlace> ngi{
+        {0, "NGIGref"},        {1, "NGINuU"},
+        {27, "NGINuU"},        {3, "sUARef"},
+        {6, "sUAInc"},         {17, "VerticalInclination"},
+        {18, "VerticalRef"},   {30, "GURsUARatio"},
+        {31, "sUCTxsUARatio"}, {35, "sUDSSsUARatio"},
+        {36, "sUPsUARatio"},   {37, "tau0sUARatio"},
+        {38, "eps1FCTx"},      {39, "gammaFDSS"},
+        {40, "eps1FETx"},      {43, "AdvancedParameterDivFailureStrainTriaxBiax"}};
+    std::vector<TPlace> ubc, concrete{{1, "ConcreteNu"}};
+    int place = 30;
+    for (const char* name :
+         {"N160", "KBeModified", "KGeModified", "KGpModified", "me", "ne", "UBCSNP", "phiCv",
+          "phiP", "c", "sigT", "FDens", "FEPost", "UBCPRef", "UBCRF"})
+        ubc.push_back({place++, name});
+    place = 30;
+    for (const char* name : {"E28",      "fC28",           "fC0N",       "fCFN",
+                             "fCUN",     "GC28",           "phiMax",     "ConcretePsi",
+                             "gammatFC", "fT28",           "fTUN",       "GT28",
+                             "gammaFT",  "tHyd",           "E1E28Ratio", "StrengthFunction",
+                             "epsPCP1H", "epsPCP8H",       "epsPCP24H",  "aDuct",
+                             "epsCPP",   "epsInfiniteShr", "tShr50",     "phiCr",
+                             "tCr50"})
+        concrete.push_back({place++, name});
+
+    auto join = [](std::initializer_list<std::vector<TPlace>> parts) {
+        std::vector<TPlace> all = CommonPlaces();
+        for (const auto& part : parts)
+            all.insert(all.end(), part.begin(), part.end());
+        return all;
+    };
+    const std::vector<std::pair<TMXSoil_MaterialModel, std::vector<TPlace>>> models{
+        {mxsmmLinearElastic, join({elastic, interfaces, undrained})},
+        {mxsmmMohrCoulomb, join({elastic, failure, interfaces, undrained})},
+        {mxsmmHardeningSoil, join({failure, interfaces, undrained, hs})},
+        {mxsmmHardeningSoilSmall,
+         join({failure, interfaces, undrained, hs, {{48, "G0Ref"}, {49, "gamma07"}}})},
+        {mxsmmSoftSoil, join({failure, interfaces, undrained, softCommon, soft})},
+        {mxsmmSoftSoilCreep, join({failure, interfaces, undrained, softCommon, soft})},
+        {mxsmmJointedRock, join({interfaces, undrained, jr})},
+        {mxsmmModifiedCamClay, join({undrained, interfaceStrength, mcc})},
+        {mxsmmNGIADP, join({interfaces, ngi})},
+        {mxsmmHoekBrown, join({elastic, interfaces, hb})},
+        {mxsmmSOInviscid, join({undrained, softCommon, interfaceStrength, so})},
+        {mxsmmSOViscid,
+         join({undrained, softCommon, interfaceStrength, so, {{40, "alphaStar"}, {41, "v0Dot"}}})},
+        {mxsmmConcrete, join({interfaces, concrete})},
+        {mxsmmUBC3DPLM, join({interfaces, undrained, ubc})},
+        {mxsmmUDCAMSimplified, join({interfaces, ngi})}};
+    for (const auto& [model, places] : models) {
+        SCOPED_TRACE(MaterialModelCaption(model));
+        auto material = MakeSoil(model);
+        ScrambleStoredNumbers(*material);
+        for (const char* method : {"IndexMethod", "ModulusMethod"})
+            if (material->FindUserProperty(method))
+                SetUser(*material, method, mxsirmStandard);
+        if (material->FindUserProperty("lambdaModified")) {
+            // A Soft Soil cap needs lambda* well above kappa*.
+            SetUser(*material, "lambdaModified", 0.1);
+            SetUser(*material, "kappaModified", 0.02);
+        }
+        if (model == mxsmmHardeningSoil || model == mxsmmHardeningSoilSmall) {
+            // A cap exists only for a soil whose oedometer stiffness is below the elastic one.
+            SetUser(*material, "phi", 30.0);
+            SetUser(*material, "E50Ref", 30e6);
+            SetUser(*material, "EOedRef", 30e6);
+            SetUser(*material, "EURRef", 90e6);
+        }
+        const TRecordingLineWriter file = Write(*material);
+        const TSystemOfUnits& units = file.StorageSystemOfUnits();
+        EXPECT_EQ(file.Lines[1], std::to_string(KernelNumbers.at(model)) + "\t=soil model type " +
+                                     MaterialModelCaption(model));
+        for (const TPlace& entry : places) {
+            const TKovIntrinsicProperty* property = material->FindUserProperty(entry.Name);
+            ASSERT_NE(property, nullptr) << entry.Name;
+            const double value = UserValue(*material, entry.Name);
+            double expected = value;
+            if (entry.Sine)
+                expected = std::sin(value * 3.14159265358979323846 / 180.0);
+            else if (const auto* number = dynamic_cast<const TIPDoubleWithUnit*>(property))
+                expected = units.ToPresentation(number->QuantityType(), value);
+            EXPECT_NEAR(file.Place(entry.Place), expected,
+                        1e-9 * std::max(1.0, std::fabs(expected)))
+                << "place " << entry.Place << " " << entry.Name;
+        }
     }
 }

@@ -61,7 +61,7 @@ inline void ScrambleStoredNumbers(TKovMaterialX& material) {
     for (TKovIntrinsicProperty* property : material.InternalProperties())
         if (auto* number = dynamic_cast<TIPDouble*>(property)) {
             const double min = number->MinValue(), max = number->MaxValue();
-            double value = 0.05 + 0.01 * (++i % 11);
+            double value = 0.05 + 0.001 * (++i % 97);
             if (max > min && (value < min || value > max))
                 value = max < 1e300 ? min + (max - min) * 0.37 : min + 1.5;
             number->SetValue(value);
@@ -114,6 +114,14 @@ public:
     }
     void WriteBlankLine() override { Lines.push_back(""); }
     const TSystemOfUnits& StorageSystemOfUnits() const override { return FUnits; }
+
+    // The 200 values of [soilparameters], by place.
+    std::vector<double> Record() const {
+        std::vector<double> values;
+        for (int place = 0; place < 200; ++place)
+            values.push_back(Place(place));
+        return values;
+    }
 
     // The value at a place of [soilparameters].
     double Place(int place) const {

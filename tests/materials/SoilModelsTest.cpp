@@ -434,3 +434,301 @@ TEST(SoilModels, SoilFractionsAndRelativeDensity) {
     SetUser(*hs, "eInit", 0.9);
     EXPECT_EQ(UserValue(*hs, "RelativeDensity"), 0.0);
 }
+
+TEST(SoilModels, HardeningSoilDefaultsAndTheirFrozenValues) {
+    auto hs = MakeSoil(mxsmmHardeningSoil);
+    SetUser(*hs, "phi", 30.0);
+    // A new nu_ur freezes Jaky's K0nc of the moment: leaving the defaults keeps it, and a later
+    // friction angle no longer moves it.
+    SetUser(*hs, "nuUR", 0.25);
+    EXPECT_DOUBLE_EQ(TMaterialXTools::GetInternalPropertyValueFrom(*hs, "HSNuUr"), 0.25);
+    SetUser(*hs, "UseDefaults", 0);
+    EXPECT_NEAR(UserValue(*hs, "HSK0nc"), 0.5, 1e-12);
+    SetUser(*hs, "phi", 40.0);
+    EXPECT_NEAR(UserValue(*hs, "K0NC"), 0.5, 1e-12);
+    // Writing K0nc keeps nu_ur.
+    SetUser(*hs, "HSK0nc", 0.6);
+    EXPECT_DOUBLE_EQ(UserValue(*hs, "HSK0nc"), 0.6);
+    EXPECT_DOUBLE_EQ(UserValue(*hs, "nuUR"), 0.25);
+    // The failure ratio is the user's only without the defaults.
+    SetUser(*hs, "RF", 0.8);
+    EXPECT_DOUBLE_EQ(UserValue(*hs, "RF"), 0.8);
+    SetUser(*hs, "UseDefaults", 1);
+    EXPECT_DOUBLE_EQ(UserValue(*hs, "RF"), 0.9);
+    EXPECT_NEAR(UserValue(*hs, "HSK0nc"), 1 - std::sin(40 * Pi / 180), 1e-12);
+    EXPECT_THROW(SetUser(*hs, "RF", 0.7), EMaterialXTools);
+    EXPECT_THROW(SetUser(*hs, "K0NC", 0.7), EMaterialXTools);
+    EXPECT_DOUBLE_EQ(TMaterialXTools::GetInternalPropertyValueFrom(*hs, "RfDirect"), 0.8);
+
+    // The stiffnesses are the user's only in the standard method; writing one from there keeps
+    // the method, and the indices are the user's only with the alternatives.
+    SetUser(*hs, "ModulusMethod", mxsirmFromSoilIntrinsics);
+    EXPECT_THROW(SetUser(*hs, "E50Ref", 20000.0), EMaterialXTools);
+    EXPECT_THROW(SetUser(*hs, "PowerM", 0.7), EMaterialXTools);
+    EXPECT_THROW(SetUser(*hs, "CC", 0.1), EMaterialXTools);
+    SetUser(*hs, "ModulusMethod", mxsirmStandard);
+    SetUser(*hs, "EURRef", 75000.0);
+    EXPECT_EQ(TMaterialXTools::GetUserOrdinalFrom(*hs, "ModulusMethod"), mxsirmStandard);
+    EXPECT_DOUBLE_EQ(TMaterialXTools::GetInternalPropertyValueFrom(*hs, "EurRefDirect"), 75000.0);
+    // G and K of the unloading stiffness with nu_ur 0.25.
+    EXPECT_DOUBLE_EQ(UserValue(*hs, "GRef"), 75000.0 / 2.5);
+    EXPECT_DOUBLE_EQ(UserValue(*hs, "KRef"), 75000.0 / 1.5);
+    SetUser(*hs, "pRef", 50e3);
+    EXPECT_DOUBLE_EQ(TMaterialXTools::GetInternalPropertyValueFrom(*hs, "HSPRef"), 50e3);
+    // The interface thickness and the void ratio limits act only with the dilatancy cut-off.
+    TMaterialXTools::SetInternalPropertyValueFrom(*hs, "DeltaInterDirect", 0.02);
+    EXPECT_EQ(UserValue(*hs, "DeltaInter"), 0.0);
+    EXPECT_THROW(SetUser(*hs, "DeltaInter", 0.03), EMaterialXTools);
+    SetUser(*hs, "DilatancyCutOff", 1);
+    EXPECT_DOUBLE_EQ(UserValue(*hs, "DeltaInter"), 0.02);
+}
+
+TEST(SoilModels, InitialK0OfTheOtherModels) {
+    // Jaky's 1 - sin(phi) of each model's own friction angle, 0.5 where a model has none or the
+    // drainage has no effective strength.
+    auto concrete = MakeSoil(mxsmmConcrete);
+    SetUser(*concrete, "phiMax", 30.0);
+    EXPECT_NEAR(UserValue(*concrete, "K0Primary"), 0.5, 1e-12);
+    SetUser(*concrete, "phiMax", 40.0);
+    EXPECT_NEAR(UserValue(*concrete, "K0Primary"), 1 - std::sin(40 * Pi / 180), 1e-12);
+    auto ubc = MakeSoil(mxsmmUBC3DPLM);
+    SetUser(*ubc, "phiP", 35.0);
+    EXPECT_NEAR(UserValue(*ubc, "K0Primary"), 1 - std::sin(35 * Pi / 180), 1e-12);
+    auto mc = MakeSoil(mxsmmMohrCoulomb);
+    EXPECT_EQ(UserValue(*mc, "K0Primary"), 0.5); // phi 0
+    SetUser(*mc, "phi", 40.0);
+    SetUser(*mc, "DrainageType", mxsdtUndrainedB);
+    EXPECT_EQ(UserValue(*mc, "K0Primary"), 0.5);
+    SetUser(*mc, "DrainageType", mxsdtNonPorous);
+    EXPECT_NEAR(UserValue(*mc, "K0Primary"), 1 - std::sin(40 * Pi / 180), 1e-12);
+
+    // Soft Soil unloads from its K0nc along the elastic line with nu_ur 0.15.
+    auto ss = MakeSoil(mxsmmSoftSoil);
+    SetUser(*ss, "phi", 30.0);
+    SetUser(*ss, "OCR", 2.0);
+    EXPECT_NEAR(UserValue(*ss, "K0Primary"), 0.5 * 2 - 0.15 / 0.85, 1e-12);
+    EXPECT_NEAR(UserValue(*ss, "K0Secondary"), 0.5 * 2 - 0.15 / 0.85, 1e-12);
+
+    // Models without a friction angle: 0.5, or 0.5 sqrt(OCR) with the enhanced preconsolidation.
+    for (TMXSoil_MaterialModel model :
+         {mxsmmLinearElastic, mxsmmHoekBrown, mxsmmJointedRock, mxsmmUserDefined}) {
+        auto material = MakeSoil(model);
+        SetUser(*material, "OCR", 4.0);
+        EXPECT_EQ(UserValue(*material, "K0Primary"), 0.5) << model;
+        TRuntimeSettings::Set("ENABLE_ENHANCED_POP", true);
+        EXPECT_EQ(UserValue(*material, "K0Primary"), 1.0) << model;
+        TRuntimeSettings::Set("ENABLE_ENHANCED_POP", false);
+    }
+}
+
+TEST(SoilModels, UndrainedBehaviourByTheSkemptonBAndTheSolidsStiffness) {
+    auto mc = MakeSoil(mxsmmMohrCoulomb);
+    SetUser(*mc, "nu", 0.3);
+    SetUser(*mc, "GRef", 4000e3);
+    SetUser(*mc, "DrainageType", mxsdtUndrainedA);
+    // By nu_u the solids are taken as stiff as they have always been taken.
+    EXPECT_EQ(UserValue(*mc, "Ks"), 3.8e7);
+    // B is the user's only in its own method; nu_u follows it:
+    // nu_u = (3 nu + alpha B (1 - 2 nu)) / (3 - alpha B (1 - 2 nu)) (Skempton 1954, Wang 2000).
+    EXPECT_THROW(SetUser(*mc, "SkemptonB", 0.9), EMaterialXTools);
+    SetUser(*mc, "UndrainedNuDefinitionMethod", mxsundSkemptonBBased);
+    SetUser(*mc, "SkemptonB", 0.9);
+    EXPECT_DOUBLE_EQ(UserValue(*mc, "SkemptonB"), 0.9);
+    EXPECT_NEAR(UserValue(*mc, "nuUEquivalent"), (0.9 + 0.9 * 0.4) / (3 - 0.9 * 0.4), 1e-12);
+    EXPECT_THROW(SetUser(*mc, "nuUEquivalent", 0.45), EMaterialXTools);
+    // Biot: the solids' modulus from the skeleton's, K / (1 - alpha).
+    SetUser(*mc, "ExcessPorePressureDetermination", mxsubBiotEffectiveStress);
+    const double k = 2 * 4000e3 * 1.3 / (3 * 0.4);
+    SetUser(*mc, "alphaBiot", 0.5);
+    EXPECT_NEAR(UserValue(*mc, "Ks"), k / 0.5, 1e-3);
+    SetUser(*mc, "alphaBiot", 1.0); // incompressible solids: a very large modulus, no error
+    EXPECT_NEAR(UserValue(*mc, "Ks") / (k / 1e-12), 1.0, 1e-12);
+}
+
+TEST(SoilModels, TheAssumedSaturationWritesTheWaterContent) {
+    // Wn = S e rho_w / rho_s: the water content of the pores filled to S (S as a fraction).
+    auto mc = MakeSoil(mxsmmMohrCoulomb);
+    SetUser(*mc, "eInit", 0.8);
+    const double rhoW = UserValue(*mc, "rhoPoreFluid");
+    SetUser(*mc, "SaturationAssumed", 0.5);
+    EXPECT_NEAR(UserValue(*mc, "Wn"), 0.5 * 0.8 * rhoW / 2600.0, 1e-12);
+    EXPECT_DOUBLE_EQ(TMaterialXTools::GetInternalPropertyValueFrom(*mc, "SaturationAssumedDirect"),
+                     0.5);
+    // Without solids' density the water content stays.
+    SetUser(*mc, "rhoS", 0.0);
+    SetUser(*mc, "SaturationAssumed", 0.9);
+    EXPECT_NEAR(UserValue(*mc, "Wn"), 0.5 * 0.8 * rhoW / 2600.0, 1e-12);
+}
+
+TEST(SoilModels, WhatTheOtherModelsShowAndLetBeWritten) {
+    auto published = [](const TKovMaterialX& m, const char* name) {
+        return m.FindUserProperty(name)->IsPublished();
+    };
+    auto readOnly = [](const TKovMaterialX& m, const char* name) {
+        return m.FindUserProperty(name)->ReadOnly();
+    };
+
+    // The concrete: shrinkage and creep show when included; the early strength classes take the
+    // user's ratios, CEB-FIP computes them.
+    auto concrete = MakeSoil(mxsmmConcrete);
+    EXPECT_FALSE(published(*concrete, "epsInfiniteShr"));
+    EXPECT_FALSE(published(*concrete, "tCr50"));
+    SetUser(*concrete, "IncludeShrinkage", 1);
+    EXPECT_TRUE(published(*concrete, "epsInfiniteShr"));
+    EXPECT_TRUE(published(*concrete, "tShr50"));
+    EXPECT_FALSE(published(*concrete, "phiCr"));
+    SetUser(*concrete, "IncludeCreep", 1);
+    EXPECT_TRUE(published(*concrete, "phiCr"));
+    SetUser(*concrete, "TimeDependentMechanicalProperties", 1);
+    EXPECT_TRUE(readOnly(*concrete, "fC1fC28Ratio"));
+    EXPECT_THROW(SetUser(*concrete, "fC1fC28Ratio", 0.4), EMaterialXTools);
+    SetUser(*concrete, "StrengthFunction", mxssfClassJ2);
+    SetUser(*concrete, "fC1fC28Ratio", 0.4);
+    SetUser(*concrete, "E1E28Ratio", 0.6);
+    EXPECT_EQ(UserValue(*concrete, "fC1fC28Ratio"), 0.4);
+    EXPECT_EQ(UserValue(*concrete, "E1E28Ratio"), 0.6);
+    SetUser(*concrete, "StrengthFunction", mxssfCEBFIP);
+    EXPECT_NEAR(UserValue(*concrete, "fC1fC28Ratio"), std::exp(0.25 * (1 - std::sqrt(28.0))),
+                1e-15);
+    // Only drained and non-porous: a concrete has no undrained behaviour of its own.
+    auto& drainage = static_cast<TIPEnumeration&>(*concrete->FindUserProperty("DrainageType"));
+    EXPECT_TRUE(drainage.IsDisabled(mxsdtUndrainedA));
+    EXPECT_FALSE(drainage.IsDisabled(mxsdtNonPorous));
+
+    // Hoek-Brown: the tensile strength is the user's only with the cut-off; the dilatancy can come
+    // from the soil intrinsics; a rock mass without mb has no tensile strength to show.
+    auto hb = MakeSoil(mxsmmHoekBrown);
+    EXPECT_TRUE(readOnly(*hb, "TensileStrength"));
+    SetUser(*hb, "TensionCutOff", 1);
+    SetUser(*hb, "TensileStrength", 100e3);
+    EXPECT_EQ(TMaterialXTools::GetInternalPropertyValueFrom(*hb, "HBTensileStrengthDirect"), 100e3);
+    SetUser(*hb, "PeakPsi", 12.0);
+    SetUser(*hb, "psiMaxMethod", mxsfsimFromSoilIntrinsics);
+    EXPECT_EQ(UserValue(*hb, "psiMax"), 12.0);
+    SetUser(*hb, "psiMax", 5.0);
+    EXPECT_EQ(TMaterialXTools::GetUserOrdinalFrom(*hb, "psiMaxMethod"), mxsfsimDirect);
+    EXPECT_EQ(UserValue(*hb, "psiMax"), 5.0);
+    SetUser(*hb, "AbsSigmaCI", 50e6);
+    const auto before = AllUserValues(*hb);
+    EXPECT_THAT([&] { UserValue(*hb, "SigmaT"); },
+                ThrowsMessage<ESoilMaterialXDerivedParametersConstructor>(
+                    StrEq("Cannot get σ_t# because of a division by zero."))); // mi 0: mb 0
+    EXPECT_EQ(AllUserValues(*hb), before);
+
+    // Jointed Rock: the third plane takes part with three planes only, and a plane's friction
+    // angle can come from the soil intrinsics.
+    auto rock = MakeSoil(mxsmmJointedRock);
+    SetUser(*rock, "NumberOfPlanes", mxsjrp2Plane);
+    EXPECT_FALSE(published(*rock, "phi3"));
+    SetUser(*rock, "NumberOfPlanes", mxsjrp3Plane);
+    EXPECT_TRUE(published(*rock, "phi3"));
+    EXPECT_TRUE(published(*rock, "TensileStrength3"));
+    SetUser(*rock, "PeakPhi", 28.0);
+    SetUser(*rock, "JRPhi2Method", mxsfsimFromSoilIntrinsics);
+    EXPECT_EQ(UserValue(*rock, "phi2"), 28.0);
+    EXPECT_EQ(UserValue(*rock, "phi1"), 0.0);
+
+    // NGI-ADP: the reference level under the name of the dimension (this binary is 3D); UDCAM-S
+    // writes the same stored values under its own names.
+    auto ngi = MakeSoil(mxsmmNGIADP);
+    EXPECT_FALSE(published(*ngi, "NGIYRef"));
+    EXPECT_TRUE(published(*ngi, "NGIZRef"));
+    SetUser(*ngi, "NGIZRef", -3.0);
+    EXPECT_EQ(UserValue(*ngi, "VerticalRef"), -3.0);
+    auto udcam = MakeSoil(mxsmmUDCAMSimplified);
+    SetUser(*udcam, "tauCRef", 35e3);
+    SetUser(*udcam, "GMaxtauCRatio", 800.0);
+    EXPECT_EQ(UserValue(*udcam, "sUARef"), 35e3);
+    EXPECT_EQ(UserValue(*udcam, "NGIGref"), 800.0 * 35e3);
+}
+
+TEST(SoilModels, SoftSoilFamilyDefaultsAndCreepIndices) {
+    // Soft Soil's K0nc is Jaky's under the defaults and the user's without them.
+    auto ss = MakeSoil(mxsmmSoftSoil);
+    SetUser(*ss, "phi", 25.0);
+    EXPECT_NEAR(UserValue(*ss, "K0NC"), 1 - std::sin(25 * Pi / 180), 1e-12);
+    EXPECT_THROW(SetUser(*ss, "SSK0nc", 0.6), EMaterialXTools);
+    SetUser(*ss, "UseDefaults", 0);
+    EXPECT_EQ(UserValue(*ss, "SSK0nc"), 1.0);
+    SetUser(*ss, "K0NC", 0.6);
+    EXPECT_EQ(TMaterialXTools::GetInternalPropertyValueFrom(*ss, "SSK0ncDirect"), 0.6);
+    SetUser(*ss, "nuUR", 0.2);
+    EXPECT_EQ(TMaterialXTools::GetInternalPropertyValueFrom(*ss, "SSNuUr"), 0.2);
+
+    // The creep indices from C_alpha in the alternatives: mu* = alpha* = C_alpha / (ln10 (1 + e))
+    // (Vermeer and Neher 1999).
+    for (TMXSoil_MaterialModel model : {mxsmmSoftSoilCreep, mxsmmSOViscid}) {
+        SCOPED_TRACE(MaterialModelCaption(model));
+        auto creep = MakeSoil(model);
+        const char* index = model == mxsmmSoftSoilCreep ? "muModified" : "alphaStar";
+        SetUser(*creep, "eInit", 1.0);
+        SetUser(*creep, "IndexMethod", mxsirmStandard);
+        SetUser(*creep, "lambdaModified", 0.1);
+        SetUser(*creep, "kappaModified", 0.02);
+        SetUser(*creep, index, 0.004);
+        SetUser(*creep, "UseAlternatives", 1);
+        EXPECT_NEAR(UserValue(*creep, "CAlpha"), Ln10 * 0.004 * 2, 1e-12);
+        SetUser(*creep, "CAlpha", 0.023);
+        EXPECT_NEAR(UserValue(*creep, index), 0.023 / (Ln10 * 2), 1e-12);
+        EXPECT_NEAR(UserValue(*creep, "lambdaModified"), 0.1, 1e-12);
+        // Back to the starred values: what the indices gave is kept.
+        SetUser(*creep, "UseAlternatives", 0);
+        EXPECT_NEAR(UserValue(*creep, index), 0.023 / (Ln10 * 2), 1e-12);
+        EXPECT_FALSE(creep->FindUserProperty(index)->ReadOnly());
+    }
+
+    // Sekiguchi-Ohta's K0nc from M keeps above 0.001 however steep the critical state line;
+    // Modified Cam-Clay's M can come from the peak friction angle, 6 sin phi / (3 - sin phi).
+    auto so = MakeSoil(mxsmmSOInviscid);
+    SetUser(*so, "SOMCsl", 6.0);
+    EXPECT_EQ(UserValue(*so, "SOK0nc"), 0.001);
+    auto mcc = MakeSoil(mxsmmModifiedCamClay);
+    SetUser(*mcc, "PeakPhi", 25.0);
+    SetUser(*mcc, "MCCMCslMethod", mxsfsimFromSoilIntrinsics);
+    const double s = std::sin(25 * Pi / 180);
+    EXPECT_NEAR(UserValue(*mcc, "M"), 6 * s / (3 - s), 1e-12);
+    // Jaky's K0nc is recovered from that M.
+    EXPECT_NEAR(UserValue(*mcc, "MCCK0nc"), 1 - s, 1e-12);
+}
+
+TEST(SoilModels, AnInterfaceFollowsTheOedometerModulusOnlyWhereThereIsOne) {
+    for (TMXSoil_MaterialModel model :
+         {mxsmmLinearElastic, mxsmmMohrCoulomb, mxsmmHardeningSoil, mxsmmHardeningSoilSmall}) {
+        auto material = MakeSoil(model);
+        SetUser(*material, "InterfacesStiffnessMethod", mxsistFromEoed);
+        EXPECT_EQ(TMaterialXTools::GetUserOrdinalFrom(*material, "InterfacesStiffnessMethod"),
+                  mxsistFromEoed);
+        // A model without one takes the stiffness otherwise, and a switch to it leaves the
+        // choice to the user again.
+        SetUser(*material, "SoilModel", mxsmmSoftSoil);
+        auto& method =
+            static_cast<TIPEnumeration&>(*material->FindUserProperty("InterfacesStiffnessMethod"));
+        EXPECT_TRUE(method.IsDisabled(mxsistFromEoed)) << MaterialModelCaption(model);
+        EXPECT_THROW(SetUser(*material, "InterfacesStiffnessMethod", mxsistFromEoed),
+                     EMaterialXValueOutOfRange);
+        SetUser(*material, "InterfacesStiffnessMethod", mxsistDirect);
+    }
+}
+
+TEST(SoilModels, AChoiceTheNewModelLacksGivesWayToItsFirstValidOne) {
+    // Mohr-Coulomb undrained (C) switched to Hardening Soil, which has no undrained (C): the
+    // material becomes drained rather than carry a drainage its model can't take to the kernel,
+    // what depends on the drainage follows, and undo brings the old pair back.
+    TKovObjectManager manager;
+    auto material = MakeSoil(mxsmmMohrCoulomb, &manager);
+    SetUser(*material, "DrainageType", mxsdtUndrainedC);
+    SetUser(*material, "InterfacesStiffnessMethod", mxsistFromEoed);
+    const auto before = AllUserValues(*material);
+    SetUser(*material, "SoilModel", mxsmmHardeningSoil);
+    EXPECT_EQ(TMaterialXTools::GetUserOrdinalFrom(*material, "DrainageType"), mxsdtDrained);
+    EXPECT_TRUE(material->FindUserProperty("CRefDrainedUndrainedA")->IsPublished());
+    EXPECT_FALSE(material->FindUserProperty("sURef")->IsPublished());
+    EXPECT_EQ(TMaterialXTools::GetUserOrdinalFrom(*material, "InterfacesStiffnessMethod"),
+              mxsistFromEoed); // Hardening Soil has an oedometer modulus
+    SetUser(*material, "SoilModel", mxsmmSoftSoil);
+    EXPECT_EQ(TMaterialXTools::GetUserOrdinalFrom(*material, "InterfacesStiffnessMethod"),
+              mxsistDerived);
+    manager.Undo();
+    manager.Undo();
+    EXPECT_EQ(AllUserValues(*material), before);
+}
