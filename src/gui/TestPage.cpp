@@ -181,27 +181,13 @@ int TTestConfigFrame::CurrentPhaseRow() const {
     return current.isValid() ? current.row() : -1;
 }
 
+// The phase buttons are the phase commands; the phase table follows the test's phases.
 void TTestConfigFrame::AddPhase() {
-    try {
-        if (FPhaseView)
-            FPhaseView->AddRow();
-        else
-            FTest.AddNewPhase();
-    } catch (const std::exception& e) {
-        UserMessages().ShowMessage(e.what(), MessageTitle);
-    }
+    FCommands.Run("addphase", {&FTest});
 }
 
 void TTestConfigFrame::InsertPhase() {
-    const int row = std::max(CurrentPhaseRow(), 0);
-    try {
-        if (FPhaseView)
-            FPhaseView->InsertRow(row);
-        else
-            FTest.InsertPhase(row);
-    } catch (const std::exception& e) {
-        UserMessages().ShowMessage(e.what(), MessageTitle);
-    }
+    FCommands.Run("insertphase", {&FTest, static_cast<int32_t>(std::max(CurrentPhaseRow(), 0))});
 }
 
 void TTestConfigFrame::RemovePhase() {
@@ -211,14 +197,7 @@ void TTestConfigFrame::RemovePhase() {
         row = phases - 1;
     if (row < 0 || phases <= 1)
         return; // a test keeps at least its first phase
-    try {
-        if (FPhaseView)
-            FPhaseView->DeleteRow(row);
-        else
-            FTest.DeletePhase(row);
-    } catch (const std::exception& e) {
-        UserMessages().ShowMessage(e.what(), MessageTitle);
-    }
+    FCommands.Run("deletephase", {&FTest, static_cast<int32_t>(row)});
 }
 
 QWidget* TTestConfigFrame::MakeCyclicPhases() {
@@ -257,21 +236,15 @@ QWidget* TTestConfigFrame::MakeCyclicPhases() {
         form->addRow(ok);
         if (dialog.exec() != QDialog::Accepted)
             return;
-        try {
-            FTest.MarkPhasesCyclic(first->value() - 1, last->value() - 1, cycles->value());
-        } catch (const std::exception& e) {
-            UserMessages().ShowMessage(e.what(), MessageTitle);
-        }
+        FCommands.Run("markphasescyclic", {&FTest, static_cast<int32_t>(first->value() - 1),
+                                           static_cast<int32_t>(last->value() - 1),
+                                           static_cast<int32_t>(cycles->value())});
     });
     connect(remove, &QPushButton::clicked, this, [this] {
         const int row = FCyclic->currentRow();
         if (row < 0)
             return;
-        try {
-            FTest.DeleteCyclicPhasesDefinition(row);
-        } catch (const std::exception& e) {
-            UserMessages().ShowMessage(e.what(), MessageTitle);
-        }
+        FCommands.Run("deletecyclicphases", {&FTest, static_cast<int32_t>(row)});
     });
     FCyclicObserver.SetOnNotify([this](TNotifySender) { FillCyclicPhases(); });
     FTest.CyclicPhases().AttachObserver(&FCyclicObserver);

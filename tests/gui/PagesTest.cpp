@@ -133,6 +133,8 @@ TEST_F(GuiFixture, PhaseTablesAddEditAndRemovePhases) {
     QTest::mouseClick(add, Qt::LeftButton);
     ASSERT_EQ(test.Phases().Count(), 2);
     ASSERT_EQ(rows.rowCount(), 2);
+    EXPECT_NE(LastCommand(window).find("addphase Oedometer_1"), std::string::npos)
+        << LastCommand(window);
     // A typed cell is a command: the vertical stress increment of the second phase, in kN/m2.
     ASSERT_TRUE(rows.setData(rows.index(1, 2), "-200", Qt::EditRole));
     EXPECT_DOUBLE_EQ(test.Phases()[1].GetStressIncrement(ldYY), -200e3);
@@ -146,6 +148,22 @@ TEST_F(GuiFixture, PhaseTablesAddEditAndRemovePhases) {
     // The first phase stays: Remove on a test of one phase changes nothing.
     QTest::mouseClick(ButtonOf(*oedometer.ConfigFrame(), "&Remove"), Qt::LeftButton);
     EXPECT_EQ(test.Phases().Count(), 1);
+    // Insert at the selected row copies the phase before it; Remove takes the selected row.
+    QTest::mouseClick(add, Qt::LeftButton);
+    ASSERT_TRUE(rows.setData(rows.index(1, 0), "40", Qt::EditRole));
+    table->setCurrentIndex(rows.index(1, 0));
+    QTest::mouseClick(ButtonOf(*oedometer.ConfigFrame(), "&Insert"), Qt::LeftButton);
+    ASSERT_EQ(test.Phases().Count(), 3);
+    EXPECT_EQ(test.Phases()[1].Steps(), test.Phases()[0].Steps());
+    EXPECT_EQ(test.Phases()[2].Steps(), 40);
+    EXPECT_NE(LastCommand(window).find("insertphase Oedometer_1 1"), std::string::npos)
+        << LastCommand(window);
+    table->setCurrentIndex(rows.index(2, 0));
+    QTest::mouseClick(ButtonOf(*oedometer.ConfigFrame(), "&Remove"), Qt::LeftButton);
+    ASSERT_EQ(test.Phases().Count(), 2);
+    EXPECT_NE(test.Phases()[1].Steps(), 40); // the selected one went
+    EXPECT_NE(LastCommand(window).find("deletephase Oedometer_1 2"), std::string::npos)
+        << LastCommand(window);
 
     // The general test shows its phases in a grid of their values, without the boundary
     // conditions (set for all phases by the test's own choices).
