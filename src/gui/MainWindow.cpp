@@ -62,40 +62,34 @@ TMainWindow::TMainWindow(TQBProject& project, const std::string& hostText, QWidg
       FCommands(std::make_unique<TGuiCommands>(project)),
       FConfigurations(std::make_unique<TConfigurationStore>()), FTabs(new QTabWidget(this)),
       FMaterialPanel(new TMaterialPanel(*FCommands, this)) {
-    TKovObjectManager* manager = project.ObjectManager();
-    auto selectedTest = [this]() -> TQBTestBase* {
-        return FPages.empty() ? nullptr : CurrentPage().Test();
-    };
     // The options read the selected test and are read-only when it can't have the condition;
     // setting one switches every main test that can. Making them is no step to undo.
-    auto makeOption = [manager](const char* name) {
+    auto makeOption = [this](const char* name, void (TQBProject::*set)(bool),
+                             bool (TQBTestBase::*isOn)() const,
+                             bool (TQBTestBase::*canHave)() const) {
+        TKovObjectManager* manager = FProject.ObjectManager();
         TRevertLock lock(manager);
         auto option = Make<TQBAdvancedOption>(manager);
         option->SetName(name);
+        auto selected = [this]() -> TQBTestBase* {
+            return FPages.empty() ? nullptr : CurrentPage().Test();
+        };
+        option->SetFunctions([this, set](bool value) { (FProject.*set)(value); },
+                             [selected, isOn] {
+                                 const TQBTestBase* test = selected();
+                                 return test && (test->*isOn)();
+                             },
+                             [selected, canHave] {
+                                 const TQBTestBase* test = selected();
+                                 return !test || !(test->*canHave)();
+                             });
         return option;
     };
-    FSuction = makeOption("Suction");
-    FSuction->SetFunctions([this](bool value) { FProject.SetIsSuctionEnabled(value); },
-                           [selectedTest] {
-                               const TQBTestBase* test = selectedTest();
-                               return test && test->IsSuctionEnabled();
-                           },
-                           [selectedTest] {
-                               const TQBTestBase* test = selectedTest();
-                               return !test || !test->CanHaveSuctionEnabled();
-                           });
-    if (project.TestMethod() == tm2D) {
-        FThermal = makeOption("Thermal");
-        FThermal->SetFunctions([this](bool value) { FProject.SetIsThermalEnabled(value); },
-                               [selectedTest] {
-                                   const TQBTestBase* test = selectedTest();
-                                   return test && test->IsThermalEnabled();
-                               },
-                               [selectedTest] {
-                                   const TQBTestBase* test = selectedTest();
-                                   return !test || !test->CanHaveThermalEnabled();
-                               });
-    }
+    FSuction = makeOption("Suction", &TQBProject::SetIsSuctionEnabled,
+                          &TQBTestBase::IsSuctionEnabled, &TQBTestBase::CanHaveSuctionEnabled);
+    if (project.TestMethod() == tm2D)
+        FThermal = makeOption("Thermal", &TQBProject::SetIsThermalEnabled,
+                              &TQBTestBase::IsThermalEnabled, &TQBTestBase::CanHaveThermalEnabled);
 
     for (const auto& [caption, type] : PageOrder()) {
         auto* page = new TTestPage(*FCommands, type, *FConfigurations, FTabs);
@@ -141,7 +135,7 @@ TMainWindow::TMainWindow(TQBProject& project, const std::string& hostText, QWidg
     for (TTestPage* page : FPages)
         if (TQBTestBase* test = page->Test())
             test->AttachObserver(&FTestObserver);
-    if (manager)
+    if (TKovObjectManager* manager = project.ObjectManager())
         manager->SetOnRevertStackChange([this] { UpdateUndoRedo(); });
     TTaskProgressWindow::Install(this);
 
