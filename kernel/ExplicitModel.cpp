@@ -273,6 +273,7 @@ TPrincipalStress::TPrincipalStress(const Vec6& stress, const Vec6* loading, TEig
         const Vec6 projector = 0.5 * (Derivative[a] + Derivative[b]);
         S(a) = S(b) = mean;
         Derivative[a] = Derivative[b] = projector;
+        Alike = a;
     }
 }
 

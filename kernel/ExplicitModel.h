@@ -44,6 +44,8 @@ struct TEigenCache {
 struct TPrincipalStress {
     Vec3 S;
     std::array<Vec6, 3> Derivative;
+    // The first of an equal pair taken alike (Derivative[Alike] == Derivative[Alike + 1]), or -1.
+    int Alike = -1;
     explicit TPrincipalStress(const Vec6& stress, const Vec6* loading = nullptr,
                               TEigenCache* cache = nullptr);
 };

@@ -30,8 +30,15 @@ constexpr int CapMinor[6] = {2, 1, 2, 0, 1, 0};
 // Where each family stands in the list of mechanisms.
 constexpr int ShearFirst = 0, CapFirst = 6, FailureFirst = 12, Count = 21;
 
+// A gradient or flow of principal components in Voigt form. The pair taken alike is summed
+// first, so that the orderings that differ only by swapping it give the same vector to the last
+// bit: then they count as one mechanism, not as two that make the system of multipliers
+// singular.
 Vec6 Voigt(const TPrincipalStress& p, const Vec3& v) {
-    return v(0) * p.Derivative[0] + v(1) * p.Derivative[1] + v(2) * p.Derivative[2];
+    const auto& d = p.Derivative;
+    if (p.Alike == 0)
+        return (v(0) * d[0] + v(1) * d[1]) + v(2) * d[2];
+    return v(0) * d[0] + (v(1) * d[1] + v(2) * d[2]);
 }
 
 // The deviatoric part of a Voigt strain (engineering shears) and the shear strain measure
