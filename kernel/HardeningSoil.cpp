@@ -77,6 +77,12 @@ THardeningSoil::THardeningSoil(const THardeningSoilParameters& p) : FP(p) {
     const double ks = p.EurRef / (3.0 * (1.0 - 2.0 * p.NuUr));
     FH = ks / (p.KsKc - 1.0);
     FSmallestCap = 1e-9 * p.PRef;
+    for (int k = 0; k < 6; ++k) {
+        FCapDirection[k] = Vec3::Zero();
+        FCapDirection[k](CapMajor[k]) = 1.0;
+        FCapDirection[k](CapMiddle[k]) = FDelta - 1.0;
+        FCapDirection[k](CapMinor[k]) = -FDelta;
+    }
 }
 
 double THardeningSoil::StiffnessFactor(double s3, double* derivative) const {
@@ -227,12 +233,7 @@ int THardeningSoil::Mechanisms(const TModelPoint& point, const Vec6* loading, TE
         const double p = (s(0) + s(1) + s(2)) / 3.0;
         const double alpha2 = FP.CapM * FP.CapM;
         const double p2 = qt * qt / alpha2 + p * p;
-        Vec3 dqt = Vec3::Zero();
-        if (qt > 0.0) {
-            dqt(ma) = 1.0;
-            dqt(mi) = FDelta - 1.0;
-            dqt(mn) = -FDelta;
-        }
+        const Vec3 dqt = qt > 0.0 ? FCapDirection[k] : Vec3::Zero();
         const Vec3 ac = (qt / alpha2 * dqt + Vec3::Constant(p / 3.0)) / pp;
         cap.F = 0.5 * (p2 / pp - pp);
         if (cap.F < far) {
