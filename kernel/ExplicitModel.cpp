@@ -215,8 +215,18 @@ void TEigenCache::Compute(const Vec6& stress) {
     Mat3 s;
     s << stress(0), stress(3), stress(5), stress(3), stress(1), stress(4), stress(5), stress(4),
         stress(2);
-    SymmetricEigen(s, Values, Vectors);
+    const Mat3 start = Vectors;
+    SymmetricEigen(s, Values, Vectors, Near ? &start : nullptr);
     Done = true;
+}
+
+TEigenCache TEigenCache::Nearby() const {
+    TEigenCache near;
+    if (Done || Near) {
+        near.Near = true;
+        near.Vectors = Vectors;
+    }
+    return near;
 }
 
 TPrincipalStress::TPrincipalStress(const Vec6& stress, const Vec6* loading, TEigenCache* cache) {
@@ -343,6 +353,7 @@ double MohrCoulombYield(const Vec3& s, double sinPhi, double cohesion, bool tens
 struct TExplicitModel::TRate {
     Vec6 Stress = Vec6::Zero();
     THardening Hardening = THardening::Zero();
+    TEigenCache Cache; // of the point
     TMechanism Mechanisms[MaxMechanisms];
     int Count = 0;
     std::array<bool, MaxMechanisms> Candidate{};
@@ -365,9 +376,11 @@ Mat6 TExplicitModel::ElasticTangent(const TModelPoint& point) const {
 }
 
 bool TExplicitModel::Rate(const TModelPoint& point, const Vec6& strain, double time, TRate& rate,
-                          const char** fault, const TEvaluation* known) const {
+                          const char** fault, const TEvaluation* known,
+                          const TEigenCache* near) const {
     TModuli moduli;
-    TEigenCache cache = known ? known->Cache : TEigenCache();
+    rate.Cache = known ? known->Cache : near ? near->Nearby() : TEigenCache();
+    TEigenCache& cache = rate.Cache;
     if (const char* why = Elasticity(point, cache, moduli)) {
         if (fault)
             *fault = why;
@@ -448,12 +461,12 @@ bool TExplicitModel::CorrectDrift(TModelPoint& point, const std::array<bool, Max
     // A stress outside a surface is brought back onto it, and one that a mechanism acting in
     // the substep left a little inside is brought onto it too (Sloan et al.: the correction
     // keeps |f| within the tolerance), along the plastic directions of the mechanisms concerned,
-    // with their hardening.
+    // with their hardening. The evaluation's cache comes with the directions of a stress nearby,
+    // and leaves with those of the point, or with the point's mechanisms when it is settled.
     TMechanism* m = evaluation.Mechanisms;
     evaluation.Count = -1;
     const auto places = HardeningPlaces();
     for (int round = 0; round < 6; ++round) {
-        evaluation.Cache = TEigenCache();
         TEigenCache& cache = evaluation.Cache;
         const int count = Mechanisms(point, loading, cache, m);
         const double scale = point.Stress.cwiseAbs().maxCoeff() + StressScale();
@@ -496,6 +509,7 @@ bool TExplicitModel::CorrectDrift(TModelPoint& point, const std::array<bool, Max
                 if (places[i] >= 0)
                     point.History[places[i]] += lambda(j) * m[idx[j]].Rate(i);
         }
+        cache = cache.Nearby(); // the point has moved
     }
     return false;
 }
@@ -586,7 +600,7 @@ bool TExplicitModel::Integrate(const TModelPoint& start, const Vec6& strainIncre
         TModelPoint euler = end;
         Advance(euler, first, 1.0);
         AddStrain(euler.History, strain);
-        if (!Rate(euler, strain, time, second, fault)) {
+        if (!Rate(euler, strain, time, second, fault, nullptr, &first.Cache)) {
             size *= 0.25; // the model cannot take the Euler point: try a shorter substep
             continue;
         }
@@ -607,7 +621,7 @@ bool TExplicitModel::Integrate(const TModelPoint& start, const Vec6& strainIncre
                 cut = lo + (hi - lo) * flo / (flo - fhi);
                 TModelPoint p = end;
                 Advance(p, first, cut);
-                TEigenCache cache;
+                TEigenCache cache = first.Cache.Nearby();
                 Mechanisms(p, &first.Stress, cache, scratch);
                 double f = -HUGE_VAL;
                 for (int k = 0; k < second.Count; ++k)
@@ -659,6 +673,7 @@ bool TExplicitModel::Integrate(const TModelPoint& start, const Vec6& strainIncre
         std::array<bool, MaxMechanisms> acting{};
         for (int k = 0; k < second.Count; ++k)
             acting[k] = first.Acting[k] || second.Acting[k];
+        evaluation.Cache = second.Cache.Nearby();
         CorrectDrift(end, acting, &second.Loading, evaluation);
         done += size;
         size *= error > 0.0 ? std::min(0.9 * std::sqrt(SubstepTolerance / error), 2.0) : 2.0;

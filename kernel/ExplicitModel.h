@@ -36,9 +36,13 @@ namespace tw::kernel {
 // the mechanisms of the point.
 struct TEigenCache {
     bool Done = false;
+    bool Near = false;           // not done, but Vectors are those of a stress nearby
     Vec3 Values = Vec3::Zero();  // ascending, tension positive
     Mat3 Vectors = Mat3::Zero(); // as columns
     void Compute(const Vec6& stress);
+    // The cache of a stress near this one (the next point of a substep, of a correction): its
+    // decomposition starts from these directions.
+    TEigenCache Nearby() const;
 };
 
 struct TPrincipalStress {
@@ -162,12 +166,15 @@ private:
     struct TRate;
     // The mechanisms of a point, kept for the next evaluation at the same point.
     struct TEvaluation {
-        TEigenCache Cache;
+        TEigenCache Cache; // of the point, or nearby until the point is evaluated
         TMechanism Mechanisms[MaxMechanisms];
         int Count = -1; // not valid
     };
+    // The rate at a point, from what an evaluation knows of it, else from the directions of a
+    // decomposition nearby, where given.
     bool Rate(const TModelPoint& point, const Vec6& strain, double time, TRate& rate,
-              const char** fault, const TEvaluation* known = nullptr) const;
+              const char** fault, const TEvaluation* known = nullptr,
+              const TEigenCache* near = nullptr) const;
     void Advance(TModelPoint& point, const TRate& rate, double fraction) const;
     double MostViolated(const TModelPoint& point, int& count, TMechanism* mechanisms) const;
     bool CorrectDrift(TModelPoint& point, const std::array<bool, MaxMechanisms>& acting,
