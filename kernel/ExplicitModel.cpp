@@ -354,11 +354,17 @@ struct TExplicitModel::TRate {
     Vec6 Stress = Vec6::Zero();
     THardening Hardening = THardening::Zero();
     TEigenCache Cache; // of the point
-    TMechanism Mechanisms[MaxMechanisms];
+    // The mechanisms of the point: those an evaluation knows (valid until it changes), else
+    // its own.
+    const TMechanism* Mechanisms = Own;
+    TMechanism Own[MaxMechanisms];
     int Count = 0;
     std::array<bool, MaxMechanisms> Candidate{};
     std::array<bool, MaxMechanisms> Acting{}; // its multiplier came out positive
     Vec6 Loading = Vec6::Zero();              // the elastic stress increment
+    TRate() = default;
+    TRate(const TRate&) = delete; // Mechanisms may point at Own
+    TRate& operator=(const TRate&) = delete;
 };
 
 double TExplicitModel::Accuracy() const {
@@ -393,9 +399,10 @@ bool TExplicitModel::Rate(const TModelPoint& point, const Vec6& strain, double t
     rate.Loading = elastic;
     if (known && known->Count >= 0) {
         rate.Count = known->Count;
-        std::copy(known->Mechanisms, known->Mechanisms + known->Count, rate.Mechanisms);
+        rate.Mechanisms = known->Mechanisms;
     } else {
-        rate.Count = Mechanisms(point, &elastic, cache, rate.Mechanisms);
+        rate.Count = Mechanisms(point, &elastic, cache, rate.Own);
+        rate.Mechanisms = rate.Own;
     }
     const double scale = point.Stress.cwiseAbs().maxCoeff() + StressScale();
     int idx[MaxMechanisms];
@@ -499,8 +506,11 @@ bool TExplicitModel::CorrectDrift(TModelPoint& point, const std::array<bool, Max
             for (int j = 0; j < n; ++j)
                 g(i, j) = m[idx[i]].A.dot(db[j]) - m[idx[i]].DFDH.dot(m[idx[j]].Rate);
         }
+        // Mechanisms that meet in a feature (an apex) make the system singular: then the
+        // smallest correction.
         VecM lambda(n);
-        LeastSquares(g, rhs, lambda);
+        if (!SolveSquare(g, rhs, lambda))
+            LeastSquares(g, rhs, lambda);
         if (!lambda.allFinite())
             return false;
         for (int j = 0; j < n; ++j) {
