@@ -287,6 +287,17 @@ TPrincipalStress::TPrincipalStress(const Vec6& stress, const Vec6* loading, TEig
     }
 }
 
+int TPrincipalStress::SwappedPair(int k) const {
+    if (Alike < 0)
+        return k;
+    auto swap = [&](int i) { return i == Alike ? Alike + 1 : i == Alike + 1 ? Alike : i; };
+    const int i = swap(PairMajor[k]), j = swap(PairMinor[k]);
+    for (int t = 0; t < 6; ++t)
+        if (PairMajor[t] == i && PairMinor[t] == j)
+            return t;
+    return k;
+}
+
 TInvariants::TInvariants(const Vec6& stress) {
     P = -(stress(0) + stress(1) + stress(2)) / 3.0;
     DP << -1.0 / 3, -1.0 / 3, -1.0 / 3, 0, 0, 0;
@@ -305,13 +316,15 @@ TInvariants::TInvariants(const Vec6& stress) {
 void MohrCoulombMechanisms(const TPrincipalStress& principal, double sinPhi, double cohesion,
                            double sinPsi, bool tensionCutOff, double tensileStrength,
                            const THardening& rate, TMechanism* out, double far) {
-    static constexpr int I[6] = {0, 0, 1, 1, 2, 2};
-    static constexpr int J[6] = {2, 1, 2, 0, 1, 0};
     const Vec3& s = principal.S;
     const double cc = cohesion * std::sqrt(std::max(0.0, 1.0 - sinPhi * sinPhi));
     for (int k = 0; k < 6; ++k) {
-        const int i = I[k], j = J[k];
+        const int i = PairMajor[k], j = PairMinor[k];
         TMechanism& m = out[k];
+        if (const int twin = principal.SwappedPair(k); twin < k) {
+            m = out[twin];
+            continue;
+        }
         const double f = 0.5 * (s(i) - s(j)) - 0.5 * (s(i) + s(j)) * sinPhi - cc;
         if (f < far) {
             m.SetInactive();

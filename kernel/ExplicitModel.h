@@ -52,7 +52,17 @@ struct TPrincipalStress {
     int Alike = -1;
     explicit TPrincipalStress(const Vec6& stress, const Vec6* loading = nullptr,
                               TEigenCache* cache = nullptr);
+    // The ordered pair (of PairMajor, PairMinor) that swapping the pair taken alike makes of pair
+    // k, else k: mechanisms of the two pairs built alike from S and Derivative are the same to
+    // the last bit.
+    int SwappedPair(int k) const;
 };
+
+// The six ordered pairs (i, j) of principal stresses, i the major of the pair, in the order in
+// which the mechanisms of every ordering are listed (an ordering of all three is taken by its
+// major and minor stress).
+constexpr int PairMajor[6] = {0, 0, 1, 1, 2, 2};
+constexpr int PairMinor[6] = {2, 1, 2, 0, 1, 0};
 
 // Invariants in compression-positive form: p = -(sxx + syy + szz) / 3 and the von Mises q, with
 // their gradients with respect to the Voigt stress.

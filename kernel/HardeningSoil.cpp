@@ -20,13 +20,9 @@ constexpr double Inactive = -HUGE_VAL;
 // stresses are equal (an edge, the hydrostatic axis) their directions are arbitrary, and only the
 // orderings of all of them let Koiter's rule pick what the loading makes act. An ordering against
 // the sorted one lies inside the surface.
-// The ordered pairs (i, j), i the major stress of the pair.
-constexpr int PairI[6] = {0, 0, 1, 1, 2, 2};
-constexpr int PairJ[6] = {2, 1, 2, 0, 1, 0};
-// The orderings (major, intermediate, minor) of the cap's qt.
-constexpr int CapMajor[6] = {0, 0, 1, 1, 2, 2};
+// The shear pairs are the ordered pairs (PairMajor, PairMinor); the cap's qt takes the
+// orderings (major, intermediate, minor) in the same order.
 constexpr int CapMiddle[6] = {1, 2, 0, 2, 0, 1};
-constexpr int CapMinor[6] = {2, 1, 2, 0, 1, 0};
 // Where each family stands in the list of mechanisms.
 constexpr int ShearFirst = 0, CapFirst = 6, FailureFirst = 12, Count = 21;
 
@@ -79,9 +75,9 @@ THardeningSoil::THardeningSoil(const THardeningSoilParameters& p) : FP(p) {
     FSmallestCap = 1e-9 * p.PRef;
     for (int k = 0; k < 6; ++k) {
         FCapDirection[k] = Vec3::Zero();
-        FCapDirection[k](CapMajor[k]) = 1.0;
+        FCapDirection[k](PairMajor[k]) = 1.0;
         FCapDirection[k](CapMiddle[k]) = FDelta - 1.0;
-        FCapDirection[k](CapMinor[k]) = -FDelta;
+        FCapDirection[k](PairMinor[k]) = -FDelta;
     }
 }
 
@@ -170,7 +166,13 @@ int THardeningSoil::Mechanisms(const TModelPoint& point, const Vec6* loading, TE
     const double far = -1e-3 * (s.cwiseAbs().maxCoeff() + FP.PRef);
 
     for (int k = 0; k < 6; ++k) {
-        const int i = PairI[k], j = PairJ[k];
+        // An ordering that swaps the pair taken alike of one before: the same mechanisms.
+        if (const int twin = principal.SwappedPair(k); twin < k) {
+            m[ShearFirst + k] = m[ShearFirst + twin];
+            m[CapFirst + k] = m[CapFirst + twin];
+            continue;
+        }
+        const int i = PairMajor[k], j = PairMinor[k];
         // The flow of a shear pair: d gamma_p is its multiplier.
         Vec3 b = Vec3::Zero();
         b(i) = 0.5 * (1.0 - sinPsiM);
@@ -226,7 +228,7 @@ int THardeningSoil::Mechanisms(const TModelPoint& point, const Vec6* loading, TE
 
         // The cap in this ordering.
         TMechanism& cap = m[CapFirst + k];
-        const int ma = CapMajor[k], mi = CapMiddle[k], mn = CapMinor[k];
+        const int ma = PairMajor[k], mi = CapMiddle[k], mn = PairMinor[k];
         // An ordering against the sorted one may give qt below 0; it counts as 0 there (the
         // cap's deviatoric measure of that ordering is not reached).
         const double qt = std::max(s(ma) + (FDelta - 1.0) * s(mi) - FDelta * s(mn), 0.0);
@@ -293,7 +295,7 @@ void THardeningSoil::Initialise(TModelPoint& point) const {
     // preconsolidation put the cap.
     double gammaP = 0.0;
     for (int k = 0; k < 6; ++k)
-        gammaP = std::max(gammaP, ShearFunction(s, PairI[k], PairJ[k]));
+        gammaP = std::max(gammaP, ShearFunction(s, PairMajor[k], PairMinor[k]));
     point.History[hGammaP] = gammaP;
     point.History[hCapPressure] =
         std::max({Preconsolidation(), CapPressure(point.Stress), FSmallestCap});
