@@ -47,8 +47,26 @@ template <typename B, typename X> bool SolveSquare(const MatM& a, const B& b, X&
             return false;
         x = b / a(0, 0);
         return true;
-    case 2:
-        return SolveFixed<2>(a, b, x);
+    case 2: {
+        // Gaussian elimination with full pivoting, as Eigen's LU does it, without its
+        // bookkeeping: singular where the second pivot falls below rounding of the first.
+        int p = 0, q = 0;
+        for (int i = 0; i < 2; ++i)
+            for (int j = 0; j < 2; ++j)
+                if (std::abs(a(i, j)) > std::abs(a(p, q))) {
+                    p = i;
+                    q = j;
+                }
+        const int r = 1 - p, t = 1 - q;
+        const double l = a(r, q) / a(p, q);
+        const double second = a(r, t) - l * a(p, t);
+        if (!(std::abs(second) > 2.0 * Eigen::NumTraits<double>::epsilon() * std::abs(a(p, q))))
+            return false;
+        x.resize(2, b.cols());
+        x.row(t) = (b.row(r) - l * b.row(p)) / second;
+        x.row(q) = (b.row(p) - a(p, t) * x.row(t)) / a(p, q);
+        return true;
+    }
     case 3:
         return SolveFixed<3>(a, b, x);
     case 4:
