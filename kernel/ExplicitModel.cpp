@@ -47,8 +47,26 @@ template <typename B, typename X> bool SolveSquare(const MatM& a, const B& b, X&
             return false;
         x = b / a(0, 0);
         return true;
-    case 2:
-        return SolveFixed<2>(a, b, x);
+    case 2: {
+        // Gaussian elimination with full pivoting, as Eigen's LU does it, without its
+        // bookkeeping: singular where the second pivot falls below rounding of the first.
+        int p = 0, q = 0;
+        for (int i = 0; i < 2; ++i)
+            for (int j = 0; j < 2; ++j)
+                if (std::abs(a(i, j)) > std::abs(a(p, q))) {
+                    p = i;
+                    q = j;
+                }
+        const int r = 1 - p, t = 1 - q;
+        const double l = a(r, q) / a(p, q);
+        const double second = a(r, t) - l * a(p, t);
+        if (!(std::abs(second) > 2.0 * Eigen::NumTraits<double>::epsilon() * std::abs(a(p, q))))
+            return false;
+        x.resize(2, b.cols());
+        x.row(t) = (b.row(r) - l * b.row(p)) / second;
+        x.row(q) = (b.row(p) - a(p, t) * x.row(t)) / a(p, q);
+        return true;
+    }
     case 3:
         return SolveFixed<3>(a, b, x);
     case 4:
@@ -215,8 +233,18 @@ void TEigenCache::Compute(const Vec6& stress) {
     Mat3 s;
     s << stress(0), stress(3), stress(5), stress(3), stress(1), stress(4), stress(5), stress(4),
         stress(2);
-    SymmetricEigen(s, Values, Vectors);
+    const Mat3 start = Vectors;
+    SymmetricEigen(s, Values, Vectors, Near ? &start : nullptr);
     Done = true;
+}
+
+TEigenCache TEigenCache::Nearby() const {
+    TEigenCache near;
+    if (Done || Near) {
+        near.Near = true;
+        near.Vectors = Vectors;
+    }
+    return near;
 }
 
 TPrincipalStress::TPrincipalStress(const Vec6& stress, const Vec6* loading, TEigenCache* cache) {
@@ -273,7 +301,19 @@ TPrincipalStress::TPrincipalStress(const Vec6& stress, const Vec6* loading, TEig
         const Vec6 projector = 0.5 * (Derivative[a] + Derivative[b]);
         S(a) = S(b) = mean;
         Derivative[a] = Derivative[b] = projector;
+        Alike = a;
     }
+}
+
+int TPrincipalStress::SwappedPair(int k) const {
+    if (Alike < 0)
+        return k;
+    auto swap = [&](int i) { return i == Alike ? Alike + 1 : i == Alike + 1 ? Alike : i; };
+    const int i = swap(PairMajor[k]), j = swap(PairMinor[k]);
+    for (int t = 0; t < 6; ++t)
+        if (PairMajor[t] == i && PairMinor[t] == j)
+            return t;
+    return k;
 }
 
 TInvariants::TInvariants(const Vec6& stress) {
@@ -294,13 +334,15 @@ TInvariants::TInvariants(const Vec6& stress) {
 void MohrCoulombMechanisms(const TPrincipalStress& principal, double sinPhi, double cohesion,
                            double sinPsi, bool tensionCutOff, double tensileStrength,
                            const THardening& rate, TMechanism* out, double far) {
-    static constexpr int I[6] = {0, 0, 1, 1, 2, 2};
-    static constexpr int J[6] = {2, 1, 2, 0, 1, 0};
     const Vec3& s = principal.S;
     const double cc = cohesion * std::sqrt(std::max(0.0, 1.0 - sinPhi * sinPhi));
     for (int k = 0; k < 6; ++k) {
-        const int i = I[k], j = J[k];
+        const int i = PairMajor[k], j = PairMinor[k];
         TMechanism& m = out[k];
+        if (const int twin = principal.SwappedPair(k); twin < k) {
+            m = out[twin];
+            continue;
+        }
         const double f = 0.5 * (s(i) - s(j)) - 0.5 * (s(i) + s(j)) * sinPhi - cc;
         if (f < far) {
             m.SetInactive();
@@ -342,11 +384,18 @@ double MohrCoulombYield(const Vec3& s, double sinPhi, double cohesion, bool tens
 struct TExplicitModel::TRate {
     Vec6 Stress = Vec6::Zero();
     THardening Hardening = THardening::Zero();
-    TMechanism Mechanisms[MaxMechanisms];
+    TEigenCache Cache; // of the point
+    // The mechanisms of the point: those an evaluation knows (valid until it changes), else
+    // its own.
+    const TMechanism* Mechanisms = Own;
+    TMechanism Own[MaxMechanisms];
     int Count = 0;
     std::array<bool, MaxMechanisms> Candidate{};
     std::array<bool, MaxMechanisms> Acting{}; // its multiplier came out positive
     Vec6 Loading = Vec6::Zero();              // the elastic stress increment
+    TRate() = default;
+    TRate(const TRate&) = delete; // Mechanisms may point at Own
+    TRate& operator=(const TRate&) = delete;
 };
 
 double TExplicitModel::Accuracy() const {
@@ -364,9 +413,11 @@ Mat6 TExplicitModel::ElasticTangent(const TModelPoint& point) const {
 }
 
 bool TExplicitModel::Rate(const TModelPoint& point, const Vec6& strain, double time, TRate& rate,
-                          const char** fault, const TEvaluation* known) const {
+                          const char** fault, const TEvaluation* known,
+                          const TEigenCache* near) const {
     TModuli moduli;
-    TEigenCache cache = known ? known->Cache : TEigenCache();
+    rate.Cache = known ? known->Cache : near ? near->Nearby() : TEigenCache();
+    TEigenCache& cache = rate.Cache;
     if (const char* why = Elasticity(point, cache, moduli)) {
         if (fault)
             *fault = why;
@@ -379,9 +430,10 @@ bool TExplicitModel::Rate(const TModelPoint& point, const Vec6& strain, double t
     rate.Loading = elastic;
     if (known && known->Count >= 0) {
         rate.Count = known->Count;
-        std::copy(known->Mechanisms, known->Mechanisms + known->Count, rate.Mechanisms);
+        rate.Mechanisms = known->Mechanisms;
     } else {
-        rate.Count = Mechanisms(point, &elastic, cache, rate.Mechanisms);
+        rate.Count = Mechanisms(point, &elastic, cache, rate.Own);
+        rate.Mechanisms = rate.Own;
     }
     const double scale = point.Stress.cwiseAbs().maxCoeff() + StressScale();
     int idx[MaxMechanisms];
@@ -447,12 +499,12 @@ bool TExplicitModel::CorrectDrift(TModelPoint& point, const std::array<bool, Max
     // A stress outside a surface is brought back onto it, and one that a mechanism acting in
     // the substep left a little inside is brought onto it too (Sloan et al.: the correction
     // keeps |f| within the tolerance), along the plastic directions of the mechanisms concerned,
-    // with their hardening.
+    // with their hardening. The evaluation's cache comes with the directions of a stress nearby,
+    // and leaves with those of the point, or with the point's mechanisms when it is settled.
     TMechanism* m = evaluation.Mechanisms;
     evaluation.Count = -1;
     const auto places = HardeningPlaces();
     for (int round = 0; round < 6; ++round) {
-        evaluation.Cache = TEigenCache();
         TEigenCache& cache = evaluation.Cache;
         const int count = Mechanisms(point, loading, cache, m);
         const double scale = point.Stress.cwiseAbs().maxCoeff() + StressScale();
@@ -485,8 +537,11 @@ bool TExplicitModel::CorrectDrift(TModelPoint& point, const std::array<bool, Max
             for (int j = 0; j < n; ++j)
                 g(i, j) = m[idx[i]].A.dot(db[j]) - m[idx[i]].DFDH.dot(m[idx[j]].Rate);
         }
+        // Mechanisms that meet in a feature (an apex) make the system singular: then the
+        // smallest correction.
         VecM lambda(n);
-        LeastSquares(g, rhs, lambda);
+        if (!SolveSquare(g, rhs, lambda))
+            LeastSquares(g, rhs, lambda);
         if (!lambda.allFinite())
             return false;
         for (int j = 0; j < n; ++j) {
@@ -495,6 +550,7 @@ bool TExplicitModel::CorrectDrift(TModelPoint& point, const std::array<bool, Max
                 if (places[i] >= 0)
                     point.History[places[i]] += lambda(j) * m[idx[j]].Rate(i);
         }
+        cache = cache.Nearby(); // the point has moved
     }
     return false;
 }
@@ -585,7 +641,7 @@ bool TExplicitModel::Integrate(const TModelPoint& start, const Vec6& strainIncre
         TModelPoint euler = end;
         Advance(euler, first, 1.0);
         AddStrain(euler.History, strain);
-        if (!Rate(euler, strain, time, second, fault)) {
+        if (!Rate(euler, strain, time, second, fault, nullptr, &first.Cache)) {
             size *= 0.25; // the model cannot take the Euler point: try a shorter substep
             continue;
         }
@@ -606,7 +662,7 @@ bool TExplicitModel::Integrate(const TModelPoint& start, const Vec6& strainIncre
                 cut = lo + (hi - lo) * flo / (flo - fhi);
                 TModelPoint p = end;
                 Advance(p, first, cut);
-                TEigenCache cache;
+                TEigenCache cache = first.Cache.Nearby();
                 Mechanisms(p, &first.Stress, cache, scratch);
                 double f = -HUGE_VAL;
                 for (int k = 0; k < second.Count; ++k)
@@ -658,6 +714,7 @@ bool TExplicitModel::Integrate(const TModelPoint& start, const Vec6& strainIncre
         std::array<bool, MaxMechanisms> acting{};
         for (int k = 0; k < second.Count; ++k)
             acting[k] = first.Acting[k] || second.Acting[k];
+        evaluation.Cache = second.Cache.Nearby();
         CorrectDrift(end, acting, &second.Loading, evaluation);
         done += size;
         size *= error > 0.0 ? std::min(0.9 * std::sqrt(SubstepTolerance / error), 2.0) : 2.0;

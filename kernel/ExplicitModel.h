@@ -36,17 +36,33 @@ namespace tw::kernel {
 // the mechanisms of the point.
 struct TEigenCache {
     bool Done = false;
+    bool Near = false;           // not done, but Vectors are those of a stress nearby
     Vec3 Values = Vec3::Zero();  // ascending, tension positive
     Mat3 Vectors = Mat3::Zero(); // as columns
     void Compute(const Vec6& stress);
+    // The cache of a stress near this one (the next point of a substep, of a correction): its
+    // decomposition starts from these directions.
+    TEigenCache Nearby() const;
 };
 
 struct TPrincipalStress {
     Vec3 S;
     std::array<Vec6, 3> Derivative;
+    // The first of an equal pair taken alike (Derivative[Alike] == Derivative[Alike + 1]), or -1.
+    int Alike = -1;
     explicit TPrincipalStress(const Vec6& stress, const Vec6* loading = nullptr,
                               TEigenCache* cache = nullptr);
+    // The ordered pair (of PairMajor, PairMinor) that swapping the pair taken alike makes of pair
+    // k, else k: mechanisms of the two pairs built alike from S and Derivative are the same to
+    // the last bit.
+    int SwappedPair(int k) const;
 };
+
+// The six ordered pairs (i, j) of principal stresses, i the major of the pair, in the order in
+// which the mechanisms of every ordering are listed (an ordering of all three is taken by its
+// major and minor stress).
+constexpr int PairMajor[6] = {0, 0, 1, 1, 2, 2};
+constexpr int PairMinor[6] = {2, 1, 2, 0, 1, 0};
 
 // Invariants in compression-positive form: p = -(sxx + syy + szz) / 3 and the von Mises q, with
 // their gradients with respect to the Voigt stress.
@@ -160,12 +176,15 @@ private:
     struct TRate;
     // The mechanisms of a point, kept for the next evaluation at the same point.
     struct TEvaluation {
-        TEigenCache Cache;
+        TEigenCache Cache; // of the point, or nearby until the point is evaluated
         TMechanism Mechanisms[MaxMechanisms];
         int Count = -1; // not valid
     };
+    // The rate at a point, from what an evaluation knows of it, else from the directions of a
+    // decomposition nearby, where given.
     bool Rate(const TModelPoint& point, const Vec6& strain, double time, TRate& rate,
-              const char** fault, const TEvaluation* known = nullptr) const;
+              const char** fault, const TEvaluation* known = nullptr,
+              const TEigenCache* near = nullptr) const;
     void Advance(TModelPoint& point, const TRate& rate, double fraction) const;
     double MostViolated(const TModelPoint& point, int& count, TMechanism* mechanisms) const;
     bool CorrectDrift(TModelPoint& point, const std::array<bool, MaxMechanisms>& acting,

@@ -20,18 +20,21 @@ constexpr double Inactive = -HUGE_VAL;
 // stresses are equal (an edge, the hydrostatic axis) their directions are arbitrary, and only the
 // orderings of all of them let Koiter's rule pick what the loading makes act. An ordering against
 // the sorted one lies inside the surface.
-// The ordered pairs (i, j), i the major stress of the pair.
-constexpr int PairI[6] = {0, 0, 1, 1, 2, 2};
-constexpr int PairJ[6] = {2, 1, 2, 0, 1, 0};
-// The orderings (major, intermediate, minor) of the cap's qt.
-constexpr int CapMajor[6] = {0, 0, 1, 1, 2, 2};
+// The shear pairs are the ordered pairs (PairMajor, PairMinor); the cap's qt takes the
+// orderings (major, intermediate, minor) in the same order.
 constexpr int CapMiddle[6] = {1, 2, 0, 2, 0, 1};
-constexpr int CapMinor[6] = {2, 1, 2, 0, 1, 0};
 // Where each family stands in the list of mechanisms.
 constexpr int ShearFirst = 0, CapFirst = 6, FailureFirst = 12, Count = 21;
 
+// A gradient or flow of principal components in Voigt form. The pair taken alike is summed
+// first, so that the orderings that differ only by swapping it give the same vector to the last
+// bit: then they count as one mechanism, not as two that make the system of multipliers
+// singular.
 Vec6 Voigt(const TPrincipalStress& p, const Vec3& v) {
-    return v(0) * p.Derivative[0] + v(1) * p.Derivative[1] + v(2) * p.Derivative[2];
+    const auto& d = p.Derivative;
+    if (p.Alike == 0)
+        return (v(0) * d[0] + v(1) * d[1]) + v(2) * d[2];
+    return v(0) * d[0] + (v(1) * d[1] + v(2) * d[2]);
 }
 
 // The deviatoric part of a Voigt strain (engineering shears) and the shear strain measure
@@ -70,6 +73,12 @@ THardeningSoil::THardeningSoil(const THardeningSoilParameters& p) : FP(p) {
     const double ks = p.EurRef / (3.0 * (1.0 - 2.0 * p.NuUr));
     FH = ks / (p.KsKc - 1.0);
     FSmallestCap = 1e-9 * p.PRef;
+    for (int k = 0; k < 6; ++k) {
+        FCapDirection[k] = Vec3::Zero();
+        FCapDirection[k](PairMajor[k]) = 1.0;
+        FCapDirection[k](CapMiddle[k]) = FDelta - 1.0;
+        FCapDirection[k](PairMinor[k]) = -FDelta;
+    }
 }
 
 double THardeningSoil::StiffnessFactor(double s3, double* derivative) const {
@@ -157,7 +166,13 @@ int THardeningSoil::Mechanisms(const TModelPoint& point, const Vec6* loading, TE
     const double far = -1e-3 * (s.cwiseAbs().maxCoeff() + FP.PRef);
 
     for (int k = 0; k < 6; ++k) {
-        const int i = PairI[k], j = PairJ[k];
+        // An ordering that swaps the pair taken alike of one before: the same mechanisms.
+        if (const int twin = principal.SwappedPair(k); twin < k) {
+            m[ShearFirst + k] = m[ShearFirst + twin];
+            m[CapFirst + k] = m[CapFirst + twin];
+            continue;
+        }
+        const int i = PairMajor[k], j = PairMinor[k];
         // The flow of a shear pair: d gamma_p is its multiplier.
         Vec3 b = Vec3::Zero();
         b(i) = 0.5 * (1.0 - sinPsiM);
@@ -213,19 +228,14 @@ int THardeningSoil::Mechanisms(const TModelPoint& point, const Vec6* loading, TE
 
         // The cap in this ordering.
         TMechanism& cap = m[CapFirst + k];
-        const int ma = CapMajor[k], mi = CapMiddle[k], mn = CapMinor[k];
+        const int ma = PairMajor[k], mi = CapMiddle[k], mn = PairMinor[k];
         // An ordering against the sorted one may give qt below 0; it counts as 0 there (the
         // cap's deviatoric measure of that ordering is not reached).
         const double qt = std::max(s(ma) + (FDelta - 1.0) * s(mi) - FDelta * s(mn), 0.0);
         const double p = (s(0) + s(1) + s(2)) / 3.0;
         const double alpha2 = FP.CapM * FP.CapM;
         const double p2 = qt * qt / alpha2 + p * p;
-        Vec3 dqt = Vec3::Zero();
-        if (qt > 0.0) {
-            dqt(ma) = 1.0;
-            dqt(mi) = FDelta - 1.0;
-            dqt(mn) = -FDelta;
-        }
+        const Vec3 dqt = qt > 0.0 ? FCapDirection[k] : Vec3::Zero();
         const Vec3 ac = (qt / alpha2 * dqt + Vec3::Constant(p / 3.0)) / pp;
         cap.F = 0.5 * (p2 / pp - pp);
         if (cap.F < far) {
@@ -285,7 +295,7 @@ void THardeningSoil::Initialise(TModelPoint& point) const {
     // preconsolidation put the cap.
     double gammaP = 0.0;
     for (int k = 0; k < 6; ++k)
-        gammaP = std::max(gammaP, ShearFunction(s, PairI[k], PairJ[k]));
+        gammaP = std::max(gammaP, ShearFunction(s, PairMajor[k], PairMinor[k]));
     point.History[hGammaP] = gammaP;
     point.History[hCapPressure] =
         std::max({Preconsolidation(), CapPressure(point.Stress), FSmallestCap});

@@ -100,6 +100,9 @@ private:
     double FEiRef;
     double FH; // cap hardening modulus
     double FSmallestCap;
+    // d qt / d s of the cap in each ordering of the principal stresses (worked out once: the
+    // mechanisms are evaluated many times a step).
+    Vec3 FCapDirection[6];
 };
 
 } // namespace tw::kernel

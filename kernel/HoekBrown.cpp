@@ -5,11 +5,6 @@
 
 namespace tw::kernel {
 
-namespace {
-constexpr int PairI[6] = {0, 0, 1, 1, 2, 2};
-constexpr int PairJ[6] = {2, 1, 2, 0, 1, 0};
-} // namespace
-
 THoekBrown::THoekBrown(const THoekBrownParameters& p) : FP(p) {
     const double own = p.S * p.SigmaCi / p.Mb;
     FTension = p.TensionCutOff ? std::min(p.TensileStrength, own) : own;
@@ -44,7 +39,7 @@ int THoekBrown::Mechanisms(const TModelPoint& point, const Vec6* loading, TEigen
     // Near the criterion's apex its gradient grows without bound; the cut-off acts there.
     const double smallest = 1e-12 * std::max(FP.S, 1e-9);
     for (int k = 0; k < 6; ++k) {
-        const int i = PairI[k], j = PairJ[k];
+        const int i = PairMajor[k], j = PairMinor[k];
         const double argument = std::max(FP.Mb * s(j) / FP.SigmaCi + FP.S, smallest);
         const double power = std::pow(argument, FP.A);
         TMechanism& mech = m[k];

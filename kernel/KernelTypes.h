@@ -24,7 +24,9 @@ inline double BulkModulus(double g, double nu) {
 // The eigenvalues of a symmetric 3x3 matrix in ascending order and the eigenvectors as columns,
 // to rounding: the closed form of the characteristic cubic, refined by Jacobi rotations of what
 // it leaves off the diagonal (the closed form alone loses digits where eigenvalues nearly meet,
-// at the edges of a yield surface). Several times faster than the iterative QR solver.
-void SymmetricEigen(const Mat3& matrix, Vec3& values, Mat3& vectors);
+// at the edges of a yield surface). Several times faster than the iterative QR solver. Given the
+// orthonormal eigenvectors of a matrix nearby (as columns), the rotations start from them
+// instead, which is cheaper still.
+void SymmetricEigen(const Mat3& matrix, Vec3& values, Mat3& vectors, const Mat3* start = nullptr);
 
 } // namespace tw::kernel

@@ -20,48 +20,17 @@ std::array<int, 3> Ascending(const Vec3& d) {
     return order;
 }
 
-} // namespace
-
-void SymmetricEigen(const Mat3& matrix, Vec3& values, Mat3& vectors) {
-    // Without shear (triaxial, oedometer and isotropic states) the axes are the directions.
-    if (matrix(0, 1) == 0.0 && matrix(0, 2) == 0.0 && matrix(1, 2) == 0.0) {
-        const Vec3 d = matrix.diagonal();
-        const auto order = Ascending(d);
-        vectors.setZero();
-        for (int i = 0; i < 3; ++i) {
-            values(i) = d(order[i]);
-            vectors(order[i], i) = 1.0;
-        }
-        return;
-    }
-    Eigen::SelfAdjointEigenSolver<Mat3> direct;
-    direct.computeDirect(matrix);
-    Mat3 q = direct.eigenvectors();
-    if (!q.allFinite()) {
-        const Eigen::SelfAdjointEigenSolver<Mat3> iterative(matrix);
-        values = iterative.eigenvalues();
-        vectors = iterative.eigenvectors();
-        return;
-    }
-    // Well apart, the closed form's eigenvalues and vectors are exact to rounding.
-    const Vec3& e = direct.eigenvalues();
-    const double scale = matrix.cwiseAbs().maxCoeff();
-    if (std::min(e(1) - e(0), e(2) - e(1)) > 1e-3 * scale) {
-        values = e;
-        vectors = q;
-        return;
-    }
-    // Where eigenvalues nearly meet, the closed form's vectors need not be orthogonal: make
-    // them so. In their basis the matrix is nearly diagonal, and cyclic Jacobi rotations take
-    // off the rest, quadratically.
-    q.col(0).normalize();
-    q.col(1) -= q.col(0).dot(q.col(1)) * q.col(0);
-    q.col(1).normalize();
-    q.col(2) = q.col(0).cross(q.col(1));
+// Cyclic Jacobi rotations from the orthonormal directions q (which they turn): in their basis
+// the matrix is nearly diagonal, and the rotations take off the rest, quadratically. Answers
+// whether what is left off the diagonal came below rounding within a few sweeps (the values and
+// vectors are given either way, ascending).
+bool JacobiFrom(const Mat3& matrix, Mat3& q, double scale, Vec3& values, Mat3& vectors) {
     Mat3 a = q.transpose() * matrix * q;
-    for (int sweep = 0; sweep < 4; ++sweep) {
+    bool converged = false;
+    for (int sweep = 0; sweep <= 4; ++sweep) {
         const double off = std::abs(a(0, 1)) + std::abs(a(0, 2)) + std::abs(a(1, 2));
-        if (!(off > 1e-15 * scale))
+        converged = !(off > 1e-15 * scale);
+        if (converged || sweep == 4)
             break;
         for (int p = 0; p < 2; ++p)
             for (int r = p + 1; r < 3; ++r) {
@@ -98,6 +67,54 @@ void SymmetricEigen(const Mat3& matrix, Vec3& values, Mat3& vectors) {
         values(i) = d(order[i]);
         vectors.col(i) = q.col(order[i]);
     }
+    return converged;
+}
+
+} // namespace
+
+void SymmetricEigen(const Mat3& matrix, Vec3& values, Mat3& vectors, const Mat3* start) {
+    // Without shear (triaxial, oedometer and isotropic states) the axes are the directions.
+    if (matrix(0, 1) == 0.0 && matrix(0, 2) == 0.0 && matrix(1, 2) == 0.0) {
+        const Vec3 d = matrix.diagonal();
+        const auto order = Ascending(d);
+        vectors.setZero();
+        for (int i = 0; i < 3; ++i) {
+            values(i) = d(order[i]);
+            vectors(order[i], i) = 1.0;
+        }
+        return;
+    }
+    const double scale = matrix.cwiseAbs().maxCoeff();
+    // From the directions of a stress nearby the rotations converge in a sweep or two, which is
+    // cheaper than the closed form.
+    if (start) {
+        Mat3 q = *start;
+        if (JacobiFrom(matrix, q, scale, values, vectors))
+            return;
+    }
+    Eigen::SelfAdjointEigenSolver<Mat3> direct;
+    direct.computeDirect(matrix);
+    Mat3 q = direct.eigenvectors();
+    if (!q.allFinite()) {
+        const Eigen::SelfAdjointEigenSolver<Mat3> iterative(matrix);
+        values = iterative.eigenvalues();
+        vectors = iterative.eigenvectors();
+        return;
+    }
+    // Well apart, the closed form's eigenvalues and vectors are exact to rounding.
+    const Vec3& e = direct.eigenvalues();
+    if (std::min(e(1) - e(0), e(2) - e(1)) > 1e-3 * scale) {
+        values = e;
+        vectors = q;
+        return;
+    }
+    // Where eigenvalues nearly meet, the closed form's vectors need not be orthogonal: make
+    // them so, and let the rotations take off the rest.
+    q.col(0).normalize();
+    q.col(1) -= q.col(0).dot(q.col(1)) * q.col(0);
+    q.col(1).normalize();
+    q.col(2) = q.col(0).cross(q.col(1));
+    JacobiFrom(matrix, q, scale, values, vectors);
 }
 
 Mat6 ElasticStiffness(double g, double nu) {
