@@ -23,6 +23,17 @@ const char* const ModelCaptions[] = {"None",
                                      "UDCAM-S"};
 } // namespace
 
+const std::vector<TMXSoil_MaterialModel>& AllSoilMaterialModels() {
+    static const std::vector<TMXSoil_MaterialModel> models = [] {
+        std::vector<TMXSoil_MaterialModel> all;
+        for (int model = mxsmmNone; model <= mxsmmUDCAMSimplified; ++model)
+            all.push_back(static_cast<TMXSoil_MaterialModel>(model));
+        all.push_back(mxsmmUserDefined);
+        return all;
+    }();
+    return models;
+}
+
 std::string MaterialModelCaption(int model) {
     if (model >= 0 && model <= mxsmmUDCAMSimplified)
         return ModelCaptions[model];

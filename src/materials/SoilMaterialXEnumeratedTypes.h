@@ -29,6 +29,9 @@ enum TMXSoil_MaterialModel : int {
     mxsmmUserDefined = 100,
 };
 
+// Every soil model in the order of its number, the user-defined one last.
+const std::vector<TMXSoil_MaterialModel>& AllSoilMaterialModels();
+
 enum TMXSoil_DrainageType : int {
     mxsdtDrained = 0,
     mxsdtUndrainedA = 1,

@@ -13,27 +13,6 @@ using namespace tw::testing;
 
 namespace {
 
-const std::vector<TMXSoil_MaterialModel>& Models() {
-    static const std::vector<TMXSoil_MaterialModel> models{mxsmmNone,
-                                                           mxsmmLinearElastic,
-                                                           mxsmmMohrCoulomb,
-                                                           mxsmmHardeningSoil,
-                                                           mxsmmHardeningSoilSmall,
-                                                           mxsmmSoftSoil,
-                                                           mxsmmSoftSoilCreep,
-                                                           mxsmmJointedRock,
-                                                           mxsmmModifiedCamClay,
-                                                           mxsmmNGIADP,
-                                                           mxsmmHoekBrown,
-                                                           mxsmmSOInviscid,
-                                                           mxsmmSOViscid,
-                                                           mxsmmConcrete,
-                                                           mxsmmUBC3DPLM,
-                                                           mxsmmUDCAMSimplified,
-                                                           mxsmmUserDefined};
-    return models;
-}
-
 // Gives each stored number a value of its own within its limits, so that a lost value shows.
 void ScrambleStoredNumbers(TKovMaterialX& material) {
     int i = 0;
@@ -91,7 +70,7 @@ TEST(InputFiles, AMaterialOfEveryModelReadsBackWithUnitsAndExpansions) {
     units.SetUnitsOfNewProject();
     units.Length.SetPresentationUnit("cm");
     units.Temperature.SetPresentationUnit("°C");
-    for (TMXSoil_MaterialModel model : Models()) {
+    for (TMXSoil_MaterialModel model : AllSoilMaterialModels()) {
         SCOPED_TRACE(MaterialModelCaption(model));
         auto material = TMaterialXFactory::CreateSoilMaterialX(nullptr, "Soil", model, nullptr);
         ScrambleStoredNumbers(*material);

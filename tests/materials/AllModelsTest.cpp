@@ -12,27 +12,6 @@ using namespace tw::testing;
 
 namespace {
 
-const std::vector<TMXSoil_MaterialModel>& Models() {
-    static const std::vector<TMXSoil_MaterialModel> models{mxsmmNone,
-                                                           mxsmmLinearElastic,
-                                                           mxsmmMohrCoulomb,
-                                                           mxsmmHardeningSoil,
-                                                           mxsmmHardeningSoilSmall,
-                                                           mxsmmSoftSoil,
-                                                           mxsmmSoftSoilCreep,
-                                                           mxsmmJointedRock,
-                                                           mxsmmModifiedCamClay,
-                                                           mxsmmNGIADP,
-                                                           mxsmmHoekBrown,
-                                                           mxsmmSOInviscid,
-                                                           mxsmmSOViscid,
-                                                           mxsmmConcrete,
-                                                           mxsmmUBC3DPLM,
-                                                           mxsmmUDCAMSimplified,
-                                                           mxsmmUserDefined};
-    return models;
-}
-
 std::map<std::string, std::string> Stored(const TKovMaterialX& material) {
     std::map<std::string, std::string> values;
     for (TKovIntrinsicProperty* property : material.InternalProperties())
@@ -73,8 +52,8 @@ void Typical(TKovMaterialX& material, TMXSoil_MaterialModel model) {
 } // namespace
 
 TEST(AllSoilModels, SwitchToEveryOtherModelAndBackKeepsTheStoredValues) {
-    for (TMXSoil_MaterialModel model : Models())
-        for (TMXSoil_MaterialModel other : Models()) {
+    for (TMXSoil_MaterialModel model : AllSoilMaterialModels())
+        for (TMXSoil_MaterialModel other : AllSoilMaterialModels()) {
             if (other == model)
                 continue;
             auto material = MakeSoil(model);
@@ -97,7 +76,7 @@ TEST(AllSoilModels, SwitchToEveryOtherModelAndBackKeepsTheStoredValues) {
 
 TEST(AllSoilModels, CopyAndWriteEveryModel) {
     TUserDLLs::RegisterLibrary("udsm_hps64.dll", {{"HPS", 1, {{"K", "K", qtPressure, 1e6, 30}}}});
-    for (TMXSoil_MaterialModel model : Models()) {
+    for (TMXSoil_MaterialModel model : AllSoilMaterialModels()) {
         auto material = MakeSoil(model);
         Typical(*material, model);
         if (model == mxsmmUserDefined) {
@@ -123,7 +102,7 @@ TEST(AllSoilModels, CopyAndWriteEveryModel) {
 TEST(AllSoilModels, AValueOutOfItsRangeIsRefusedAndChangesNothing) {
     // Every writable number of every model, written just outside its range as a user would:
     // refused with its range in the message, and the material stays as it was.
-    for (TMXSoil_MaterialModel model : Models()) {
+    for (TMXSoil_MaterialModel model : AllSoilMaterialModels()) {
         auto material = MakeSoil(model);
         Typical(*material, model);
         const auto before = AllUserValues(*material);
@@ -150,7 +129,7 @@ TEST(AllSoilModels, EveryWriteEitherTakesOrRaisesItsOwnTextAndChangesNothing) {
     // Every writable number of every model, written with a value inside its range: it takes, or
     // its setter refuses it with a material error (a division by zero, say), and then the
     // material is as it was before the write. No other failure may escape.
-    for (TMXSoil_MaterialModel model : Models()) {
+    for (TMXSoil_MaterialModel model : AllSoilMaterialModels()) {
         auto material = MakeSoil(model);
         Typical(*material, model);
         std::vector<std::string> names;
@@ -177,7 +156,7 @@ TEST(AllSoilModels, EveryWriteEitherTakesOrRaisesItsOwnTextAndChangesNothing) {
 
 TEST(AllSoilModels, EveryWriteOfEveryModelIsTakenBackByUndo) {
     // A setter that stores outside the write's undo step would leave a trace after undo.
-    for (TMXSoil_MaterialModel model : Models()) {
+    for (TMXSoil_MaterialModel model : AllSoilMaterialModels()) {
         SCOPED_TRACE(MaterialModelCaption(model));
         TKovObjectManager manager;
         auto material = MakeSoil(model, &manager);
@@ -202,7 +181,7 @@ TEST(AllSoilModels, TheKernelRecordOfEveryModelGoesBackIntoAMaterialOfThatModel)
     // Writing a material and reading its record into a fresh material of the model brings back
     // every value a user may write: the reverse map undoes the sines and the units of the file.
     // (Values the material derives, such as Jointed Rock's G_t, stay the fresh material's.)
-    for (TMXSoil_MaterialModel model : Models()) {
+    for (TMXSoil_MaterialModel model : AllSoilMaterialModels()) {
         if (model == mxsmmNone || model == mxsmmUserDefined)
             continue; // no kernel number, no library
         SCOPED_TRACE(MaterialModelCaption(model));
@@ -240,7 +219,7 @@ TEST(AllSoilModels, TheKernelRecordOfEveryModelGoesBackIntoAMaterialOfThatModel)
 TEST(AllSoilModels, CopiesOfEveryModelHoldEveryValueOfTheirSource) {
     // With a value of its own in every stored number, a copy and a static copy read the same as
     // their source, and the copy stays derived where the source is.
-    for (TMXSoil_MaterialModel model : Models()) {
+    for (TMXSoil_MaterialModel model : AllSoilMaterialModels()) {
         SCOPED_TRACE(MaterialModelCaption(model));
         auto material = MakeSoil(model);
         ScrambleStoredNumbers(*material);
@@ -271,8 +250,8 @@ TEST(AllSoilModels, AfterEverySwitchEveryChoiceIsOneTheModelOffers) {
                 found.push_back(enumeration);
         return found;
     };
-    for (TMXSoil_MaterialModel model : Models())
-        for (TMXSoil_MaterialModel other : Models()) {
+    for (TMXSoil_MaterialModel model : AllSoilMaterialModels())
+        for (TMXSoil_MaterialModel other : AllSoilMaterialModels()) {
             if (other == model)
                 continue;
             auto material = MakeSoil(model);
