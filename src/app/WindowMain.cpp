@@ -2,9 +2,10 @@
 // the input file it hands over; without one it refuses, in a message box.
 //
 // Two named parameters serve the documentation and the figures of README:
-// -Screenshot=FILE runs the triaxial test, picks a point on its first chart, saves a picture of
-// the window as PNG and ends; -QuitWhenShown prints the time from the process's start (the
-// loading of Qt and the program included) to the window's first paint and ends.
+// -Screenshot=FILE runs the triaxial test (or the test of page -Page=N, counted from 0), picks a
+// point on its first chart, saves a picture of the window as PNG and ends; -QuitWhenShown prints
+// the time from the process's start (the loading of Qt and the program included) to the window's
+// first paint and ends.
 
 #include "app/WindowStart.h"
 #include "gui/ChartsArea.h"
@@ -12,6 +13,7 @@
 #include "gui/QtText.h"
 #include "gui/TestPage.h"
 #include "services/Format.h"
+#include "services/Strings.h"
 
 #include <QApplication>
 #include <QElapsedTimer>
@@ -41,8 +43,8 @@ void Settle(int milliseconds) {
     }
 }
 
-bool Screenshot(TMainWindow& window, const std::string& fileName) {
-    window.SelectPage(0);
+bool Screenshot(TMainWindow& window, const std::string& fileName, int pageIndex) {
+    window.SelectPage(pageIndex);
     Settle(200);
     if (!window.RunSelectedTest())
         return false;
@@ -121,7 +123,13 @@ int main(int argc, char** argv) {
     } else if (screenshot) {
         int result = 1;
         QTimer::singleShot(0, &application, [&] {
-            result = Screenshot(window, *screenshot) ? 0 : 1;
+            int page = 0;
+            const std::string pageText = TCommandLine::Program().Named("Page").value_or("0");
+            if (!TryStrToInt(pageText, page) || page < 0 || page >= window.PageCount())
+                std::cerr << Format("No page %s: the window has pages 0 to %d\n", pageText,
+                                    window.PageCount() - 1);
+            else if (Screenshot(window, *screenshot, page))
+                result = 0;
             application.quit();
         });
         application.exec();
