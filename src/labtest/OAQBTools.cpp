@@ -82,6 +82,8 @@ void TOAQBCalculationTools::ComCalculate(TKovObject* object,
     if (!project->DoTest(test->TestType())) {
         output.InitializeAsError(cecExecutionFailed,
                                  Translate("Error reading (a part of) the test results."));
+        if (!project->LastKernelMessage().empty())
+            output.AddAdditionalInfoLine(project->LastKernelMessage());
         return;
     }
     for (const auto& finding : findings)

@@ -357,6 +357,13 @@ bool TQBProject::DoTest(TQBTestType testType) {
         return result;
     }
 
+    // The kernel's standard error goes to a log that grows over the session; what this run adds
+    // to it is the reason of a failure.
+    const std::string log = KernelWorkingDirectory() + "kernel.log";
+    const std::uintmax_t logSizeBefore =
+        std::filesystem::exists(log, ec) ? std::filesystem::file_size(log, ec) : std::uintmax_t(0);
+    FLastKernelMessage.clear();
+
     bool success = false;
     TQBTestBase& test = *FMainTests->ByTestType(testType);
     test.Results().ClearRows();
@@ -382,6 +389,12 @@ bool TQBProject::DoTest(TQBTestType testType) {
     if (TKovObjectManager* manager = ObjectManager())
         if (!manager->IsUndoRedoSnapshotOpened())
             manager->ClearRevertStacks();
+    if (!success) {
+        std::ifstream added(log, std::ios::binary);
+        added.seekg(
+            static_cast<std::streamoff>(logSizeBefore == std::uintmax_t(-1) ? 0 : logSizeBefore));
+        FLastKernelMessage = Trim(std::string(std::istreambuf_iterator<char>(added), {}));
+    }
     if (!success)
         UserMessages().ShowMessage(
             Translate("There was an error during the execution of the test."), "Tarnwick");

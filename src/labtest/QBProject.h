@@ -152,6 +152,9 @@ public:
     bool ReadQBR(const std::string& fileName, TQBTestType testType);
     // The kernel executable for the project's method: "qbabc_2d" or "qbabc_3d".
     std::string KernelExecutableName() const;
+    // What the kernel wrote on its standard error during the last run that failed (why it
+    // refused its input or stopped), trimmed; empty after a run that succeeded.
+    const std::string& LastKernelMessage() const { return FLastKernelMessage; }
 
     void Close() {
         if (FOnCloseProject)
@@ -172,6 +175,7 @@ private:
     void MainMaterialChanged();
 
     std::string FApplicationDirectory;
+    std::string FLastKernelMessage;
     std::vector<TDeleteCallback> FDeleteCallbacks;
     std::vector<TMXDeleteCallback> FMXDeleteCallbacks;
     std::unique_ptr<ITestMaterial> FMainMaterial;

@@ -11,10 +11,13 @@
 #include "materials/MaterialXTools.h"
 #include "objects/KovValues.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <cmath>
 
+using ::testing::HasSubstr;
+using ::testing::StartsWith;
 using namespace tw;
 using namespace tw::testing;
 
@@ -250,11 +253,19 @@ TEST_F(LabCommands, CalculateValidatesAndReportsAFailedRun) {
     Ok("set Material.SoilModel 7"); // jointed rock
     const TLine failed = Run("calculate Triaxial_1");
     EXPECT_FALSE(failed.Success);
-    EXPECT_EQ(failed.ErrorText, "Error reading (a part of) the test results.");
+    // The kernel's own reason comes with it on a line of its own, and only this run's.
+    EXPECT_THAT(failed.ErrorText,
+                StartsWith("Error reading (a part of) the test results.\r\nqbabc_3d: "));
+    EXPECT_THAT(failed.ErrorText, HasSubstr("(Jointed Rock) is not supported by this kernel"));
+    EXPECT_EQ(failed.ErrorText.find("qbabc"), failed.ErrorText.rfind("qbabc"));
     EXPECT_EQ(Project->TriaxialTest()->Results().RowCount(), 0);
     ASSERT_FALSE(Messages.Messages.empty());
     EXPECT_EQ(Messages.Messages.back().Text,
               "There was an error during the execution of the test.");
+    // Back on the sand, a run leaves no reason behind.
+    Ok("undo");
+    ASSERT_EQ(Ok("calculate Triaxial_1"), "Calculated Triaxial_1: 21 result rows");
+    EXPECT_EQ(Project->LastKernelMessage(), "");
 }
 
 TEST_F(LabCommands, ValidateSaysWhatTheObjectsCanTell) {

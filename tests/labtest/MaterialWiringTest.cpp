@@ -12,12 +12,14 @@
 #include "materials/SoilMaterialXRegistration.h"
 #include "objects/ObjectManager.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <cmath>
 #include <filesystem>
 #include <numbers>
 
+using ::testing::HasSubstr;
 using namespace tw;
 using namespace tw::testing;
 namespace fs = std::filesystem;
@@ -142,6 +144,7 @@ TEST_F(WiringFixture, ARunSendsTheMaterialToOurKernel) {
     Set(Material(), "SoilModel", mxsmmJointedRock);
     EXPECT_FALSE(Project->DoTest(ttTriaxial));
     EXPECT_EQ(Project->TriaxialTest()->Results().RowCount(), 0);
+    EXPECT_THAT(Project->LastKernelMessage(), HasSubstr("is not supported by this kernel"));
 }
 
 TEST_F(WiringFixture, AHardeningSoilTriaxialTestGoesToTheKernelAsItsGoldenFile) {
