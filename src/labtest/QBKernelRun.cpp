@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <fcntl.h>
 #include <filesystem>
+#include <fstream>
 #include <mutex>
 #include <signal.h>
 #include <spawn.h>
@@ -53,6 +54,22 @@ void DeleteKernelWorkingDirectory() {
     WorkingDirectory().Delete();
 }
 
+std::string KernelLogFile() {
+    return KernelWorkingDirectory() + "kernel.log";
+}
+
+std::uintmax_t KernelLogSize() {
+    std::error_code ec;
+    const std::uintmax_t size = std::filesystem::file_size(KernelLogFile(), ec);
+    return ec ? 0 : size;
+}
+
+std::string KernelLogSince(std::uintmax_t offset) {
+    std::ifstream log(KernelLogFile(), std::ios::binary);
+    log.seekg(static_cast<std::streamoff>(offset));
+    return Trim(std::string(std::istreambuf_iterator<char>(log), {}));
+}
+
 std::string BuildKernelCommandLine(const std::string& kernelPath, const std::string& inputPath) {
     std::string line;
     for (const std::string& part : {kernelPath, inputPath})
@@ -63,7 +80,7 @@ std::string BuildKernelCommandLine(const std::string& kernelPath, const std::str
 int RunKernelProcess(const std::string& kernelPath, const std::string& inputPath,
                      const std::function<void(int pid)>& onStarted,
                      const std::function<void()>& beforeReap) {
-    const std::string log = KernelWorkingDirectory() + "kernel.log";
+    const std::string log = KernelLogFile();
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
     posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);

@@ -4,6 +4,7 @@
 
 #include "commands/KovTasks.h"
 
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <string>
@@ -16,16 +17,23 @@ std::string KernelWorkingDirectory();
 // Deletes the working directory now, if it exists (the program's end does it too).
 void DeleteKernelWorkingDirectory();
 
+// The log in the working directory that takes the kernels' standard output and error; it grows
+// over the session. Its size now in bytes (0 when there is none), and what was written to it
+// after `offset`, trimmed: the reason of a run that failed.
+std::string KernelLogFile();
+std::uintmax_t KernelLogSize();
+std::string KernelLogSince(std::uintmax_t offset);
+
 // The command line as shown to users: each part quoted when it holds a blank, followed by one
 // blank, and the whole trimmed.
 std::string BuildKernelCommandLine(const std::string& kernelPath, const std::string& inputPath);
 
 // Starts the kernel with the input path as its only argument, in a process group of its own,
-// with standard input from /dev/null and its output appended to "kernel.log" in the working
-// directory, and waits for it without limit. `onStarted` gets the process id once it runs;
-// `beforeReap` is called after it ended but while its id is still taken, so that whoever could
-// signal it can let go first. Answers the exit status, -1 when it could not be started or did
-// not exit normally. The caller looks at nothing but the result file.
+// with standard input from /dev/null and its output appended to the kernel log, and waits for it
+// without limit. `onStarted` gets the process id once it runs; `beforeReap` is called after it
+// ended but while its id is still taken, so that whoever could signal it can let go first. Answers
+// the exit status, -1 when it could not be started or did not exit normally. The caller looks at
+// nothing but the result file.
 int RunKernelProcess(const std::string& kernelPath, const std::string& inputPath,
                      const std::function<void(int pid)>& onStarted = nullptr,
                      const std::function<void()>& beforeReap = nullptr);

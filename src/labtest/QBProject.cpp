@@ -357,11 +357,8 @@ bool TQBProject::DoTest(TQBTestType testType) {
         return result;
     }
 
-    // The kernel's standard error goes to a log that grows over the session; what this run adds
-    // to it is the reason of a failure.
-    const std::string log = KernelWorkingDirectory() + "kernel.log";
-    const std::uintmax_t logSizeBefore =
-        std::filesystem::exists(log, ec) ? std::filesystem::file_size(log, ec) : std::uintmax_t(0);
+    // What this run adds to the kernel log is the reason of a failure.
+    const std::uintmax_t logSizeBefore = KernelLogSize();
     FLastKernelMessage.clear();
 
     bool success = false;
@@ -390,14 +387,10 @@ bool TQBProject::DoTest(TQBTestType testType) {
         if (!manager->IsUndoRedoSnapshotOpened())
             manager->ClearRevertStacks();
     if (!success) {
-        std::ifstream added(log, std::ios::binary);
-        added.seekg(
-            static_cast<std::streamoff>(logSizeBefore == std::uintmax_t(-1) ? 0 : logSizeBefore));
-        FLastKernelMessage = Trim(std::string(std::istreambuf_iterator<char>(added), {}));
-    }
-    if (!success)
+        FLastKernelMessage = KernelLogSince(logSizeBefore);
         UserMessages().ShowMessage(
             Translate("There was an error during the execution of the test."), "Tarnwick");
+    }
     result = success;
     test.UpdateAdvancedResultsVisibility();
     test.SetMaterialInSyncWithTest(true);
