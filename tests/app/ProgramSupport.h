@@ -2,6 +2,8 @@
 // What the tests of the programs share: a temporary folder, and the headless program run as a
 // user runs it from a shell.
 
+#include "TemporaryFiles.h"
+
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -13,28 +15,6 @@
 #include <vector>
 
 namespace tw::testing {
-
-// A fresh folder under the temporary folder, removed with its contents at the end of a test.
-class TTemporaryFolder {
-public:
-    TTemporaryFolder() {
-        std::string pattern = (std::filesystem::temp_directory_path() / "tw_app_XXXXXX").string();
-        if (!::mkdtemp(pattern.data()))
-            throw std::runtime_error("mkdtemp failed");
-        FPath = pattern;
-    }
-    ~TTemporaryFolder() {
-        std::error_code ignored;
-        std::filesystem::remove_all(FPath, ignored);
-    }
-    TTemporaryFolder(const TTemporaryFolder&) = delete;
-    TTemporaryFolder& operator=(const TTemporaryFolder&) = delete;
-    std::string File(const std::string& name) const { return (FPath / name).string(); }
-    const std::filesystem::path& Path() const { return FPath; }
-
-private:
-    std::filesystem::path FPath;
-};
 
 struct TProgramRun {
     int ExitCode;

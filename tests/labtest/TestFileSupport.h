@@ -3,6 +3,7 @@
 // phases, cyclic phases, chart settings and results of every column, and comparisons of tests.
 
 #include "LabTestSupport.h"
+#include "TemporaryFiles.h"
 
 #include "labtest/QBPersisters.h"
 #include "labtest/QBProject.h"
@@ -26,33 +27,6 @@
 #include <unistd.h>
 
 namespace tw::testing {
-
-// A fresh folder under the temporary folder, removed with its contents at the end of a test.
-class TTemporaryFolder {
-public:
-    TTemporaryFolder() {
-        std::string pattern =
-            (std::filesystem::temp_directory_path() / "tw_labfiles_XXXXXX").string();
-        if (!::mkdtemp(pattern.data()))
-            throw std::runtime_error("mkdtemp failed");
-        FPath = pattern;
-    }
-    ~TTemporaryFolder() {
-        std::error_code ignored;
-        std::filesystem::remove_all(FPath, ignored);
-    }
-    std::string File(const std::string& name) const { return (FPath / name).string(); }
-    const std::filesystem::path& Path() const { return FPath; }
-    size_t FileCount() const {
-        size_t count = 0;
-        for ([[maybe_unused]] const auto& entry : std::filesystem::directory_iterator(FPath))
-            ++count;
-        return count;
-    }
-
-private:
-    std::filesystem::path FPath;
-};
 
 // The material client of a 3D project, once.
 inline void SetUpMaterials() {

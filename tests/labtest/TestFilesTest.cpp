@@ -48,27 +48,6 @@ std::string Message(const std::function<void()>& action) {
     return "(nothing raised)";
 }
 
-// Lowers the largest file size this process may write, for the life of the object: a write
-// beyond it fails as on a full disk.
-class TFileSizeLimit {
-public:
-    explicit TFileSizeLimit(rlim_t bytes) {
-        ::getrlimit(RLIMIT_FSIZE, &FOld);
-        FOldHandler = std::signal(SIGXFSZ, SIG_IGN);
-        rlimit limit = FOld;
-        limit.rlim_cur = bytes;
-        ::setrlimit(RLIMIT_FSIZE, &limit);
-    }
-    ~TFileSizeLimit() {
-        ::setrlimit(RLIMIT_FSIZE, &FOld);
-        std::signal(SIGXFSZ, FOldHandler);
-    }
-
-private:
-    rlimit FOld{};
-    void (*FOldHandler)(int);
-};
-
 } // namespace
 
 TEST_F(TestFilesFixture, ATestFileReadsBackAsALoadedTestWithItsMaterialAndResults) {

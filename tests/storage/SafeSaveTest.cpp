@@ -17,37 +17,7 @@ using ::testing::HasSubstr;
 using ::testing::StrEq;
 using ::testing::ThrowsMessage;
 
-namespace {
-
-size_t FilesIn(const std::filesystem::path& folder) {
-    size_t count = 0;
-    for ([[maybe_unused]] const auto& entry : std::filesystem::directory_iterator(folder))
-        ++count;
-    return count;
-}
-
-// Lowers the largest file size this process may write, for the life of the object: a write
-// beyond it fails as on a full disk.
-class TFileSizeLimit {
-public:
-    explicit TFileSizeLimit(rlim_t bytes) {
-        ::getrlimit(RLIMIT_FSIZE, &FOld);
-        FOldHandler = std::signal(SIGXFSZ, SIG_IGN);
-        rlimit limit = FOld;
-        limit.rlim_cur = bytes;
-        ::setrlimit(RLIMIT_FSIZE, &limit);
-    }
-    ~TFileSizeLimit() {
-        ::setrlimit(RLIMIT_FSIZE, &FOld);
-        std::signal(SIGXFSZ, FOldHandler);
-    }
-
-private:
-    rlimit FOld{};
-    void (*FOldHandler)(int);
-};
-
-} // namespace
+namespace {} // namespace
 
 TEST(SafeSave, AWriteThatFailsHalfWayLeavesTheOldFile) {
     TTemporaryFolder folder;
@@ -64,7 +34,7 @@ TEST(SafeSave, AWriteThatFailsHalfWayLeavesTheOldFile) {
                                      }),
                  EStreamError);
     EXPECT_EQ(ReadFileBytes(file), "the old contents");
-    EXPECT_EQ(FilesIn(folder.Path()), 1u);
+    EXPECT_EQ(folder.FileCount(), 1u);
 
     // The system refuses bytes past 64 KiB while a tree of about 1 MB is saved.
     THSKovBinaryXML root("Test");
@@ -81,7 +51,7 @@ TEST(SafeSave, AWriteThatFailsHalfWayLeavesTheOldFile) {
             << "the save should have failed";
     }
     EXPECT_EQ(ReadFileBytes(file), "the old contents");
-    EXPECT_EQ(FilesIn(folder.Path()), 1u);
+    EXPECT_EQ(folder.FileCount(), 1u);
 
     // Without the limit the same save replaces the file, and missing folders are made.
     root.SaveToFile(file);

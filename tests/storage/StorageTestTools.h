@@ -2,6 +2,7 @@
 // Helpers of the storage tests: temporary folders, whole files as bytes, and a reader of the
 // sections of a kovml file that is independent of the back-end's own.
 
+#include "TemporaryFiles.h"
 #include "storage/HierarchicStorage.h"
 
 #include <cstdint>
@@ -15,27 +16,6 @@
 #include <unistd.h>
 
 namespace tw::testing {
-
-// A fresh folder under the temporary folder, removed with its contents at the end of the test.
-class TTemporaryFolder {
-public:
-    TTemporaryFolder() {
-        std::string pattern =
-            (std::filesystem::temp_directory_path() / "tw_storage_XXXXXX").string();
-        if (!::mkdtemp(pattern.data()))
-            throw std::runtime_error("mkdtemp failed");
-        FPath = pattern;
-    }
-    ~TTemporaryFolder() {
-        std::error_code ignored;
-        std::filesystem::remove_all(FPath, ignored);
-    }
-    std::string File(const std::string& name) const { return (FPath / name).string(); }
-    const std::filesystem::path& Path() const { return FPath; }
-
-private:
-    std::filesystem::path FPath;
-};
 
 inline std::string ReadFileBytes(const std::string& fileName) {
     std::ifstream in(fileName, std::ios::binary);
