@@ -8,7 +8,7 @@ packages=(
     # building
     g++ cmake ninja-build pkg-config git
     # windows and charts
-    qt6-base-dev qt6-charts-dev libqt6opengl6-dev
+    qt6-base-dev qt6-charts-dev libqt6opengl6-dev fonts-dejavu-core
     # libraries
     libcpp-httplib-dev nlohmann-json3-dev libpugixml-dev zlib1g-dev libssl-dev gettext
     libfmt-dev libeigen3-dev libnlopt-cxx-dev

@@ -97,8 +97,13 @@ int main(int argc, char** argv) {
     TCommandLine::SetProgram(TCommandLine(argc, argv));
     QApplication application(argc, argv);
     application.setApplicationName("Tarnwick");
+    // The picture and the timing run unattended: their messages go to standard error, where a
+    // box would wait for a click that never comes.
+    const bool unattended = TCommandLine::Program().HasNamed("Screenshot") ||
+                            TCommandLine::Program().HasNamed("QuitWhenShown");
     TMessageBoxes boxes;
-    SetUserMessages(&boxes);
+    if (!unattended)
+        SetUserMessages(&boxes);
 
     TWindowStart start(TCommandLine::Program());
     if (!start.Started())

@@ -18,6 +18,11 @@ public:
         ++Count;
         FInner.ShowMessage(text, title);
     }
+    void ShowDetailedMessage(const std::string& text, const std::string& title,
+                             const std::string& details) override {
+        ++Count;
+        FInner.ShowDetailedMessage(text, title, details);
+    }
     bool AskQuestion(const std::string& text, const std::string& title) override {
         ++Count;
         return FInner.AskQuestion(text, title);

@@ -500,11 +500,15 @@ void TMainWindow::ShowCommandHistory() {
 }
 
 void TMainWindow::OpenHelpFile(const std::string& relativePath) {
+    // The help folder stands beside the program (the build writes it there).
     const std::string path = FProject.ApplicationDirectory() + "help/" + relativePath;
     std::error_code ec;
-    if (!std::filesystem::exists(path, ec) ||
-        !QDesktopServices::openUrl(QUrl::fromLocalFile(ToQ(path))))
+    if (!std::filesystem::exists(path, ec))
         UserMessages().ShowMessage(Format(Translate("File %s was not found."), path), MessageTitle);
+    else if (!QDesktopServices::openUrl(QUrl::fromLocalFile(ToQ(path))))
+        UserMessages().ShowMessage(
+            Format(Translate("No program to show %s was found on this system."), path),
+            MessageTitle);
 }
 
 void TMainWindow::closeEvent(QCloseEvent* event) {

@@ -388,8 +388,9 @@ bool TQBProject::DoTest(TQBTestType testType) {
             manager->ClearRevertStacks();
     if (!success) {
         FLastKernelMessage = KernelLogSince(logSizeBefore);
-        UserMessages().ShowMessage(
-            Translate("There was an error during the execution of the test."), "Tarnwick");
+        UserMessages().ShowDetailedMessage(
+            Translate("There was an error during the execution of the test."), "Tarnwick",
+            FLastKernelMessage);
     }
     result = success;
     test.UpdateAdvancedResultsVisibility();

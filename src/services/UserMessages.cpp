@@ -8,6 +8,13 @@ void TConsoleUserMessages::ShowMessage(const std::string& text, const std::strin
     std::cerr << title << ": " << text << std::endl;
 }
 
+void TConsoleUserMessages::ShowDetailedMessage(const std::string& text, const std::string& title,
+                                               const std::string& details) {
+    std::cerr << title << ": " << text << std::endl;
+    if (!details.empty())
+        std::cerr << details << (details.back() == '\n' ? "" : "\n") << std::flush;
+}
+
 bool TConsoleUserMessages::AskQuestion(const std::string& text, const std::string& title) {
     std::cerr << title << ": " << text << " [Yes]" << std::endl;
     return true;

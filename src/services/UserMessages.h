@@ -12,6 +12,13 @@ public:
     virtual ~IUserMessages() = default;
     // An information or error box with a title and one OK button.
     virtual void ShowMessage(const std::string& text, const std::string& title) = 0;
+    // The same with a detail below the text, such as the reason a kernel gave for a failed run.
+    // Receivers that show only texts drop the detail; an empty detail is a plain message.
+    virtual void ShowDetailedMessage(const std::string& text, const std::string& title,
+                                     const std::string& details) {
+        (void)details;
+        ShowMessage(text, title);
+    }
     // A question with Yes and No; answers true for Yes.
     virtual bool AskQuestion(const std::string& text, const std::string& title) = 0;
 };
@@ -21,6 +28,8 @@ public:
 class TConsoleUserMessages : public IUserMessages {
 public:
     void ShowMessage(const std::string& text, const std::string& title) override;
+    void ShowDetailedMessage(const std::string& text, const std::string& title,
+                             const std::string& details) override;
     bool AskQuestion(const std::string& text, const std::string& title) override;
 };
 

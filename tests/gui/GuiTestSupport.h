@@ -30,6 +30,12 @@ public:
     void ShowMessage(const std::string& text, const std::string& title) override {
         Messages.push_back(text);
         Titles.push_back(title);
+        Details.push_back({});
+    }
+    void ShowDetailedMessage(const std::string& text, const std::string& title,
+                             const std::string& details) override {
+        ShowMessage(text, title);
+        Details.back() = details;
     }
     bool AskQuestion(const std::string& text, const std::string& title) override {
         Questions.push_back(text);
@@ -37,6 +43,7 @@ public:
         return Answer;
     }
     std::vector<std::string> Messages;
+    std::vector<std::string> Details; // beside Messages
     std::vector<std::string> Questions;
     std::vector<std::string> Titles;
     bool Answer = true;

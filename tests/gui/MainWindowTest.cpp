@@ -259,6 +259,23 @@ TEST_F(GuiFixture, AMissingKernelIsReportedAndLeavesTheWindowWithoutRun) {
     EXPECT_EQ(Project->TriaxialTest()->ResultCount(), 101);
 }
 
+// A run the kernel refuses: one box with the run's message, and the kernel's reason below it so
+// that the user knows what to change; the test's settings stay.
+TEST_F(GuiFixture, AFailedRunShowsTheKernelsReasonBelowItsMessage) {
+    MakeProject();
+    TMainWindow& window = OpenWindow();
+    ASSERT_TRUE(window.Commands().Run("set Material.SoilModel \"Jointed Rock\""));
+    const double cellPressure = Project->TriaxialTest()->GetInitialEffectiveStress(ldXX);
+    Messages.Messages.clear();
+    Messages.Details.clear();
+    EXPECT_FALSE(window.RunSelectedTest());
+    ASSERT_EQ(Messages.Messages.size(), 1u);
+    EXPECT_EQ(Messages.Messages[0], "There was an error during the execution of the test.");
+    EXPECT_NE(Messages.Details[0].find("is not supported by this kernel"), std::string::npos)
+        << Messages.Details[0];
+    EXPECT_EQ(Project->TriaxialTest()->GetInitialEffectiveStress(ldXX), cellPressure);
+}
+
 TEST_F(GuiFixture, ALongRunShowsTheProgressWindowWhoseStopEndsTheKernel) {
     // A kernel that would run for half a minute and writes nothing.
     TTempFolder folder;

@@ -66,7 +66,7 @@ inline void WriteBytes(const std::filesystem::path& path, const std::string& byt
 class TMessageRecorder : public IUserMessages {
 public:
     struct TMessage {
-        std::string Text, Title;
+        std::string Text, Title, Details;
     };
     std::vector<TMessage> Messages;
     bool Answer = true;
@@ -74,10 +74,14 @@ public:
     TMessageRecorder() : FPrevious(SetUserMessages(this)) {}
     ~TMessageRecorder() override { SetUserMessages(FPrevious); }
     void ShowMessage(const std::string& text, const std::string& title) override {
-        Messages.push_back({text, title});
+        Messages.push_back({text, title, {}});
+    }
+    void ShowDetailedMessage(const std::string& text, const std::string& title,
+                             const std::string& details) override {
+        Messages.push_back({text, title, details});
     }
     bool AskQuestion(const std::string& text, const std::string& title) override {
-        Messages.push_back({text, title});
+        Messages.push_back({text, title, {}});
         return Answer;
     }
 

@@ -145,6 +145,10 @@ TEST_F(WiringFixture, ARunSendsTheMaterialToOurKernel) {
     EXPECT_FALSE(Project->DoTest(ttTriaxial));
     EXPECT_EQ(Project->TriaxialTest()->Results().RowCount(), 0);
     EXPECT_THAT(Project->LastKernelMessage(), HasSubstr("is not supported by this kernel"));
+    // The user reads the kernel's reason beside the message.
+    ASSERT_EQ(Messages.Messages.size(), 1u);
+    EXPECT_EQ(Messages.Messages[0].Text, "There was an error during the execution of the test.");
+    EXPECT_EQ(Messages.Messages[0].Details, Project->LastKernelMessage());
 }
 
 TEST_F(WiringFixture, AHardeningSoilTriaxialTestGoesToTheKernelAsItsGoldenFile) {
