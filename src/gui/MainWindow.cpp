@@ -93,6 +93,7 @@ TMainWindow::TMainWindow(TQBProject& project, const std::string& hostText, QWidg
 
     for (const auto& [caption, type] : PageOrder()) {
         auto* page = new TTestPage(*FCommands, type, *FConfigurations, FTabs);
+        connect(page, &TTestPage::RunEnded, this, &TMainWindow::ShowRunOutcome);
         FPages.push_back(page);
         FTabs->addTab(page, Tr(caption));
     }
@@ -351,9 +352,22 @@ void TMainWindow::ToggleOption(TQBAdvancedOption& option) {
 bool TMainWindow::RunSelectedTest() {
     if (!FCanRun)
         return false;
-    const bool done = CurrentPage().RunTest();
+    return CurrentPage().RunTest();
+}
+
+void TMainWindow::ShowRunOutcome(bool done) {
     UpdateUndoRedo();
-    return done;
+    // A kernel that stopped part-way leaves the rows it computed; the status bar says so, with
+    // its reason, where a finished run tells its row count.
+    const TQBTestBase* test = CurrentPage().Test();
+    if (done && test && !FProject.LastKernelMessage().empty())
+        statusBar()->showMessage(Tr("The kernel stopped before the end of the test: ") +
+                                 ToQ(FProject.LastKernelMessage()).simplified());
+    else if (done && test)
+        statusBar()->showMessage(ToQ(Format(Translate("Calculated %s: %d result rows"),
+                                            test->Name(), test->Results().RowCount())));
+    else
+        statusBar()->clearMessage();
 }
 
 bool TMainWindow::CheckKernels() {

@@ -97,6 +97,8 @@ private:
     void ToggleOption(TQBAdvancedOption& option);
     void ShowSettings();
     void ShowCommandHistory();
+    // The status bar after a run: its row count, or why the kernel stopped early.
+    void ShowRunOutcome(bool done);
     void OpenHelpFile(const std::string& relativePath);
 
     TQBProject& FProject;

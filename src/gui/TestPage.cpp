@@ -401,12 +401,14 @@ bool TTestPage::RunTest() {
         return false;
     TTaskProgressWindow::SetHeading(
         Format(Translate("Running the %s test"), TestTypeName(test->TestType())));
+    bool done = false;
     try {
-        return FRunner(*test);
+        done = FRunner(*test);
     } catch (const std::exception& e) {
         UserMessages().ShowMessage(e.what(), MessageTitle);
-        return false;
     }
+    emit RunEnded(done);
+    return done;
 }
 
 } // namespace tw

@@ -114,6 +114,11 @@ public:
     using TRunner = std::function<bool(TQBTestBase& test)>;
     void SetRunner(TRunner runner) { FRunner = std::move(runner); }
 
+signals:
+    // After every Run of the page, from the menu or the frame's button: whether the test has
+    // results.
+    void RunEnded(bool done);
+
 private:
     TGuiCommands& FCommands;
     TQBTestType FType;

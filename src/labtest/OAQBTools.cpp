@@ -88,6 +88,8 @@ void TOAQBCalculationTools::ComCalculate(TKovObject* object,
     }
     for (const auto& finding : findings)
         output.AddAdditionalInfoLine(TQBValidation::FindingLine(finding));
+    if (!project->LastKernelMessage().empty())
+        output.AddAdditionalInfoLine(project->LastKernelMessage());
     output.AddAdditionalInfoLine(Format(Translate("Calculated %s: %d result rows"),
                                         ObjectName(test), test->Results().RowCount()));
     output.AddResultObject(test);

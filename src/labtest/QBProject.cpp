@@ -386,8 +386,10 @@ bool TQBProject::DoTest(TQBTestType testType) {
     if (TKovObjectManager* manager = ObjectManager())
         if (!manager->IsUndoRedoSnapshotOpened())
             manager->ClearRevertStacks();
+    // A kernel that stopped part-way says why on standard error; its rows so far count as the
+    // run's results, and the reason stays for the caller to show beside them.
+    FLastKernelMessage = KernelLogSince(logSizeBefore);
     if (!success) {
-        FLastKernelMessage = KernelLogSince(logSizeBefore);
         UserMessages().ShowDetailedMessage(
             Translate("There was an error during the execution of the test."), "Tarnwick",
             FLastKernelMessage);

@@ -79,6 +79,7 @@ TEST_F(GuiFixture, RunOnTheTriaxialPageFillsItsChartsAndTablesFromOurKernel) {
     ASSERT_TRUE(Messages.Messages.empty()) << Messages.Messages.front();
     const TQBTestBase& test = *Project->TriaxialTest();
     ASSERT_EQ(test.ResultCount(), 101); // the initial state and 100 steps
+    EXPECT_EQ(window.statusBar()->currentMessage(), "Calculated Triaxial_1: 101 result rows");
     // The run is a command of the history: scripts and the window go one way.
     const TCommandHistory& history = window.Commands().SuccessfulCommands();
     ASSERT_GT(history.Count(), 0);
@@ -274,6 +275,23 @@ TEST_F(GuiFixture, AFailedRunShowsTheKernelsReasonBelowItsMessage) {
     EXPECT_NE(Messages.Details[0].find("is not supported by this kernel"), std::string::npos)
         << Messages.Details[0];
     EXPECT_EQ(Project->TriaxialTest()->GetInitialEffectiveStress(ldXX), cellPressure);
+
+    // Back on the sand, an unconfined sample loaded far beyond its strength by stress: the
+    // kernel stops in the first step, the row it wrote stands, and the status bar says why.
+    ASSERT_TRUE(window.Commands().Run("undo"));
+    for (const char* direction : {"xx", "yy", "zz"})
+        ASSERT_TRUE(window.Commands().Run(std::string("set General_1.BoundaryCondition") +
+                                          direction + " 1"));
+    ASSERT_TRUE(window.Commands().Run("set General_1.Phases[0].Sigyyinc -1000"));
+    window.SelectPage(7);
+    Messages.Messages.clear();
+    EXPECT_TRUE(window.RunSelectedTest());
+    EXPECT_TRUE(Messages.Messages.empty());
+    EXPECT_EQ(Project->GeneralTest()->ResultCount(), 1);
+    EXPECT_TRUE(window.statusBar()->currentMessage().startsWith(
+        "The kernel stopped before the end of the test: "))
+        << window.statusBar()->currentMessage().toStdString();
+    EXPECT_NE(window.statusBar()->currentMessage().indexOf("no convergence"), -1);
 }
 
 TEST_F(GuiFixture, ALongRunShowsTheProgressWindowWhoseStopEndsTheKernel) {

@@ -16,6 +16,7 @@
 
 #include <cmath>
 
+using ::testing::EndsWith;
 using ::testing::HasSubstr;
 using ::testing::StartsWith;
 using namespace tw;
@@ -266,6 +267,22 @@ TEST_F(LabCommands, CalculateValidatesAndReportsAFailedRun) {
     Ok("undo");
     ASSERT_EQ(Ok("calculate Triaxial_1"), "Calculated Triaxial_1: 21 result rows");
     EXPECT_EQ(Project->LastKernelMessage(), "");
+}
+
+// An unconfined sand loaded far beyond its strength by stress: the kernel stops in the first
+// step. The rows it wrote count as the run's results, and the command says why they end there.
+TEST_F(LabCommands, AKernelThatStopsPartWayLeavesItsRowsAndItsReason) {
+    UseOurKernel();
+    for (const char* direction : {"xx", "yy", "zz"})
+        Ok(std::string("set General_1.BoundaryCondition") + direction + " 1"); // fixed stress
+    Ok("set General_1.Phases[0].Sigyyinc -1000");
+    Ok("set General_1.Phases[0].Steps 10");
+    const TLine run = Run("calculate General_1");
+    ASSERT_TRUE(run.Success) << run.ErrorText;
+    EXPECT_THAT(run.Info, HasSubstr("stopped: no convergence in phase 1, step 1 of 10"));
+    EXPECT_THAT(run.Info, EndsWith("Calculated General_1: 1 result rows"));
+    EXPECT_THAT(Project->LastKernelMessage(), HasSubstr("no convergence"));
+    EXPECT_EQ(Project->GeneralTest()->Results().RowCount(), 1);
 }
 
 TEST_F(LabCommands, ValidateSaysWhatTheObjectsCanTell) {
