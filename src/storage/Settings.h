@@ -11,6 +11,7 @@
 // ~/.config/tarnwick. Settings are used from the main thread. Several program instances may share
 // a file, which is why reading and writing a file are retried.
 
+#include "objects/IntrinsicPropertyDeclaration.h"
 #include "objects/KovBaseClasses.h"
 #include "storage/HPReadErrors.h"
 #include "storage/KovPersisters.h"
