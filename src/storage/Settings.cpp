@@ -72,7 +72,9 @@ std::unique_ptr<TKovIntrinsicPropertyDeclaration> MakeDeclaration(const std::str
 }
 } // namespace
 
-TKovSettings::TKovSettings(TKovObjectManager* manager) : TKovObservableObject(manager) {}
+TKovSettings::TKovSettings(TKovObjectManager* manager) : TKovObservableObject(manager) {
+    RegisterSettingsPersister();
+}
 
 TKovSettings::~TKovSettings() {
     // The properties refer to the declarations owned here: they go first.
@@ -306,12 +308,6 @@ void TKovSettingsWithDefault::Fail(const std::string& message) {
 }
 
 namespace {
-// The storage class and the persister of a settings file, or the message that there is none.
-struct TSettingsRoute {
-    const THierarchicStorageClass* StorageClass = nullptr;
-    THPObject* Persister = nullptr;
-};
-
 std::string ExtensionOf(const std::string& fileName) {
     return fs::path(fileName).extension().string();
 }
@@ -335,19 +331,30 @@ std::string Retry(int attempts, std::chrono::milliseconds pause,
 }
 } // namespace
 
+bool TKovSettingsWithDefault::FindRoute(const std::string& fileName,
+                                        const THierarchicStorageClass*& storageClass,
+                                        THPObject*& persister) {
+    storageClass = THierarchicStorageRegistry::Instance().GetStorageByExtension(fileName);
+    if (!storageClass) {
+        Fail(Format("Did not find storage class for file type \"%s\"", ExtensionOf(fileName)));
+        return false;
+    }
+    FCachedFileName = fileName;
+    persister = THierarchicPersisters::Instance().GetPersisterFor(this);
+    if (!persister) {
+        Fail(Format("Did not find persister for class \"%s\"", ClassType().Name()));
+        return false;
+    }
+    return true;
+}
+
 void TKovSettingsWithDefault::LoadFromFile(const std::string& fileName) {
     FLastError.clear();
     FReadErrors.Clear();
-    RegisterSettingsPersister();
-    const THierarchicStorageClass* storageClass =
-        THierarchicStorageRegistry::Instance().GetStorageByExtension(fileName);
-    if (!storageClass)
-        return Fail(
-            Format("Did not find storage class for file type \"%s\"", ExtensionOf(fileName)));
-    FCachedFileName = fileName;
-    THPObject* persister = THierarchicPersisters::Instance().GetPersisterFor(this);
-    if (!persister)
-        return Fail(Format("Did not find persister for class \"%s\"", ClassType().Name()));
+    const THierarchicStorageClass* storageClass = nullptr;
+    THPObject* persister = nullptr;
+    if (!FindRoute(fileName, storageClass, persister))
+        return;
     std::error_code error;
     if (!fs::exists(fileName, error))
         return;
@@ -371,16 +378,10 @@ void TKovSettingsWithDefault::LoadFromFile(const std::string& fileName) {
 
 void TKovSettingsWithDefault::SaveToFile(const std::string& fileName) {
     FLastError.clear();
-    RegisterSettingsPersister();
-    const THierarchicStorageClass* storageClass =
-        THierarchicStorageRegistry::Instance().GetStorageByExtension(fileName);
-    if (!storageClass)
-        return Fail(
-            Format("Did not find storage class for file type \"%s\"", ExtensionOf(fileName)));
-    FCachedFileName = fileName;
-    THPObject* persister = THierarchicPersisters::Instance().GetPersisterFor(this);
-    if (!persister)
-        return Fail(Format("Did not find persister for class \"%s\"", ClassType().Name()));
+    const THierarchicStorageClass* storageClass = nullptr;
+    THPObject* persister = nullptr;
+    if (!FindRoute(fileName, storageClass, persister))
+        return;
     std::unique_ptr<THierarchicStorage> storage = storageClass->Create("Settings");
     try {
         persister->PersistObjectDirectlyInStorage(*this, *storage);

@@ -147,6 +147,10 @@ protected:
 private:
     // Ends the operation: raises when errors are reported, else keeps the text.
     void Fail(const std::string& message);
+    // The back-end of the file's extension and the persister of this class; false (after Fail)
+    // when either is missing. Caches the file name once the back-end is known.
+    bool FindRoute(const std::string& fileName, const THierarchicStorageClass*& storageClass,
+                   THPObject*& persister);
 
     std::string FCachedFileName;
     bool FReportPersistenceErrors = false;
