@@ -52,8 +52,19 @@ std::vector<std::string> FilesIn(const std::string& folder) {
 // ---------------------------------------------------------------------------------------------
 // TConfigurationStore
 
-TConfigurationStore::TConfigurationStore(std::string root, std::string templates)
-    : FRoot(root.empty() ? DefaultRoot() : std::move(root)), FTemplates(std::move(templates)) {}
+TConfigurationStore::TConfigurationStore(std::string root, std::string templates,
+                                         TTarnwickSettings* settings)
+    : FRoot(root.empty() ? DefaultRoot() : root), FTemplates(std::move(templates)),
+      FSettings(settings) {
+    if (!FSettings) {
+        FOwnedSettings = TTarnwickSettings::Open(
+            root.empty()
+                ? std::string()
+                : (fs::path(FRoot) / TTarnwickSettings::GetDefaultSettingsFilename("Tarnwick"))
+                      .string());
+        FSettings = FOwnedSettings.get();
+    }
+}
 
 std::string TConfigurationStore::DefaultRoot() {
     const char* data = std::getenv("XDG_DATA_HOME");
@@ -102,38 +113,53 @@ std::string TConfigurationStore::IndexFileName() const {
     return (fs::path(FRoot) / IndexName).string();
 }
 
-std::string TConfigurationStore::GetDefaultsFileName(TQBTestType type) const {
+namespace {
+// Saves the settings, raising a failure or not whatever the settings' own choice is, which
+// stays as it was.
+void SaveSettings(TTarnwickSettings& settings, bool report) {
+    const bool before = settings.ReportPersistenceErrors();
+    settings.SetReportPersistenceErrors(report);
+    try {
+        settings.Save();
+    } catch (...) {
+        settings.SetReportPersistenceErrors(before);
+        throw;
+    }
+    settings.SetReportPersistenceErrors(before);
+}
+} // namespace
+
+void TConfigurationStore::TakeOverOldIndex() const {
     std::error_code error;
     if (!fs::exists(IndexFileName(), error))
-        return {};
-    std::string fileName;
+        return;
     try {
         auto index = LoadStorageFromFile(IndexFileName());
-        if (const THierarchicStorage* node = index->GetChildByName(TestClassTypeName(type)))
-            fileName = node->GetValueAsString();
+        for (int i = 0; i < QBTestTypeCount; ++i) {
+            const auto type = static_cast<TQBTestType>(i);
+            const THierarchicStorage* node = index->GetChildByName(TestClassTypeName(type));
+            if (node && !FSettings->HasDefaultsFileName(type))
+                FSettings->SetDefaultsFileName(type, node->GetValueAsString());
+        }
     } catch (const EKovException&) {
-        return {}; // an index that can't be read names no defaults
+        // An index that can't be read names no defaults; it goes all the same.
     }
+    SaveSettings(*FSettings, false);
+    if (FSettings->LastError().empty())
+        fs::remove(IndexFileName(), error);
+}
+
+std::string TConfigurationStore::GetDefaultsFileName(TQBTestType type) const {
+    TakeOverOldIndex();
+    const std::string fileName = FSettings->GetDefaultsFileName(type);
+    std::error_code error;
     return !fileName.empty() && fs::is_regular_file(fileName, error) ? fileName : std::string();
 }
 
 void TConfigurationStore::SetDefaultsFileName(TQBTestType type, const std::string& fileName) {
-    std::unique_ptr<THierarchicStorage> index;
-    std::error_code error;
-    if (fs::exists(IndexFileName(), error)) {
-        try {
-            index = LoadStorageFromFile(IndexFileName());
-        } catch (const EKovException&) {
-            index.reset(); // rewritten whole
-        }
-    }
-    if (!index)
-        index = CreateStorageForFile(IndexFileName(), "ConfigurationDefaults");
-    const std::string key = TestClassTypeName(type);
-    index->RemoveChildByName(key);
-    if (!fileName.empty())
-        index->AddChild(key).SetValueAsString(fileName);
-    index->SaveToFile(IndexFileName(), true);
+    TakeOverOldIndex();
+    FSettings->SetDefaultsFileName(type, fileName);
+    SaveSettings(*FSettings, true);
 }
 
 void TConfigurationStore::Write(const TQBTestBase& test, const std::string& fileName,

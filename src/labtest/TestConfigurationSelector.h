@@ -5,8 +5,12 @@
 // TConfigurationStore keeps them in a folder per test type under its root, by default
 // $XDG_DATA_HOME/tarnwick/configurations (else ~/.local/share/tarnwick/configurations), one file
 // "<name>.tws.kovml" each (".qbs", the legacy text form, with USE_LEGACY_MATERIALS on). The
-// default configuration of each type is remembered in "defaults.xml" at the root. A store may
-// name a folder of templates as well, shipped configurations that show but are never changed.
+// default configuration of each type is kept in the lab's settings (TTarnwickSettings): those the
+// store is given (the window's), else its own, read from the user's settings file for the default
+// root and from "Tarnwick.settings.xml" at any other root, so a store of a folder of its own
+// never touches the user's defaults. The index "defaults.xml" that older versions kept at the
+// root is taken over into the settings once and then removed. A store may name a folder of
+// templates as well, shipped configurations that show but are never changed.
 //
 // The rest is the logic of the window's selector and dialogs, as plain classes that a window
 // drives: the selector's pop-up menu and its Save and Manage actions, the save dialog and the
@@ -14,10 +18,12 @@
 // for a name through a function the window gives it.
 
 #include "labtest/QBTestBase.h"
+#include "labtest/TarnwickSettings.h"
 #include "storage/HPReadErrors.h"
 #include "units/SystemOfUnits.h"
 
 #include <functional>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -25,8 +31,10 @@ namespace tw {
 
 class TConfigurationStore {
 public:
-    // `root` empty: the default root. `templates` empty: no templates.
-    explicit TConfigurationStore(std::string root = {}, std::string templates = {});
+    // `root` empty: the default root. `templates` empty: no templates. `settings` (not owned,
+    // outliving the store) empty: settings of the store's own, see above.
+    explicit TConfigurationStore(std::string root = {}, std::string templates = {},
+                                 TTarnwickSettings* settings = nullptr);
     static std::string DefaultRoot();
 
     const std::string& Root() const { return FRoot; }
@@ -45,8 +53,10 @@ public:
 
     // The default configuration of a type; empty when none is set or its file is gone.
     std::string GetDefaultsFileName(TQBTestType type) const;
-    // Empty clears it. Written through a temporary file beside the index.
+    // Empty clears it. The settings are saved at once; raises EKovSettingsException when they
+    // can't be, and the file keeps what it held.
     void SetDefaultsFileName(TQBTestType type, const std::string& fileName);
+    TTarnwickSettings& Settings() const { return *FSettings; }
 
     // Writes the setup of `test` (no results, no material) to `fileName`, by its extension,
     // through a temporary file beside it; `units` are those of the legacy text form.
@@ -68,9 +78,15 @@ public:
                      THPReadErrorList* errors = nullptr) const;
 
 private:
+    // The index of older versions at the root.
     std::string IndexFileName() const;
+    // Takes the defaults of an old index over into the settings (a type the settings have a
+    // default for keeps it) and removes the index once the settings are saved.
+    void TakeOverOldIndex() const;
     std::string FRoot;
     std::string FTemplates;
+    std::unique_ptr<TTarnwickSettings> FOwnedSettings;
+    TTarnwickSettings* FSettings;
 };
 
 // The warning for advanced options a configuration has on but a test can't have:

@@ -78,6 +78,12 @@ TEST(ConfigurationStore, KeepsConfigurationsUnderTheUsersDataFolder) {
     EXPECT_EQ(TConfigurationStore::DefaultRoot(),
               "/home/engineer/.local/share/tarnwick/configurations");
     EXPECT_EQ(TConfigurationStore::NameOf("/x/Loose sand.tws.kovml"), "Loose sand");
+    // The defaults of the default root are the user's settings.
+    TEnvironment config("XDG_CONFIG_HOME", "/config/of/user");
+    EXPECT_EQ(Make<TTarnwickSettings>()->FileName(),
+              "/config/of/user/tarnwick/Tarnwick.settings.xml");
+    EXPECT_EQ(TConfigurationStore().Settings().FileName(),
+              "/config/of/user/tarnwick/Tarnwick.settings.xml");
     EXPECT_EQ(TConfigurationStore::NameOf("old.QBS"), "old");
 }
 
@@ -263,6 +269,48 @@ TEST_F(ConfigurationsFixture, TheManageDialogDeletesAndSetsTheDefaultOnlyAtOK) {
     EXPECT_EQ(Messages.Messages[0].Text, "Could not delete file '" + b + "'.");
     EXPECT_EQ(Messages.Messages[0].Title, "Error");
     EXPECT_EQ(Store.GetDefaultsFileName(ttTriaxial), c);
+}
+
+TEST_F(ConfigurationsFixture, DefaultsLiveInTheSettingsAndTheOldIndexIsTakenOverOnce) {
+    for (const char* name : {"A", "B"})
+        ASSERT_TRUE(Selector(Triaxial(), name)->actSaveExecute());
+    ASSERT_TRUE(Selector(*Project->OedometerTest(), "C")->actSaveExecute());
+    const std::string a = Store.FileNameFor(ttTriaxial, "A"),
+                      b = Store.FileNameFor(ttTriaxial, "B"),
+                      c = Store.FileNameFor(ttOedometer, "C");
+    const std::string settingsFile = Folder.File("configurations/Tarnwick.settings.xml");
+
+    // The index of an older version names A for the triaxial test and C for the oedometer; the
+    // settings already hold B for the triaxial test, which stays.
+    auto settings = TTarnwickSettings::Open(settingsFile);
+    settings->SetDefaultsFileName(ttTriaxial, b);
+    settings->Save();
+    const std::string index = Folder.File("configurations/defaults.xml");
+    auto old = CreateStorageForFile(index, "ConfigurationDefaults");
+    old->AddChild("Triaxial").SetValueAsString(a);
+    old->AddChild("Oedometer").SetValueAsString(c);
+    old->SaveToFile(index);
+
+    TConfigurationStore store(Folder.File("configurations"));
+    EXPECT_EQ(store.GetDefaultsFileName(ttTriaxial), b);
+    EXPECT_EQ(store.GetDefaultsFileName(ttOedometer), c);
+    EXPECT_FALSE(std::filesystem::exists(index));
+    EXPECT_EQ(TTarnwickSettings::Open(settingsFile)->GetDefaultsFileName(ttOedometer), c);
+
+    // A store given the window's settings sets its defaults there, and saves them at once.
+    TTemporaryFolder elsewhere;
+    auto window = TTarnwickSettings::Open(elsewhere.File("Tarnwick.settings.xml"));
+    window->SetAdditional(adAll);
+    TConfigurationStore shared(Folder.File("configurations"), {}, window.get());
+    EXPECT_EQ(shared.GetDefaultsFileName(ttTriaxial), "");
+    shared.SetDefaultsFileName(ttTriaxial, a);
+    EXPECT_EQ(window->GetDefaultsFileName(ttTriaxial), a);
+    auto saved = TTarnwickSettings::Open(elsewhere.File("Tarnwick.settings.xml"));
+    EXPECT_EQ(saved->GetDefaultsFileName(ttTriaxial), a);
+    EXPECT_EQ(saved->Additional(), adAll);
+    // A default whose file is gone names nothing.
+    std::filesystem::remove(a);
+    EXPECT_EQ(shared.GetDefaultsFileName(ttTriaxial), "");
 }
 
 TEST_F(ConfigurationsFixture, WithTheLegacySwitchConfigurationsAreTextFiles) {
