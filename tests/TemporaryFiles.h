@@ -1,16 +1,45 @@
 #pragma once
-// What tests of files share, whatever their library: a temporary folder of their own, and a limit
-// on the size of the files this process may write, which makes a write fail as on a full disk.
+// What tests of files share, whatever their library: a temporary folder of their own, a limit
+// on the size of the files this process may write, which makes a write fail as on a full disk,
+// and an environment variable set for a while (the user's folders).
 
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <sys/resource.h>
 #include <unistd.h>
 
 namespace tw::testing {
+
+// Sets an environment variable for the life of the object (nullptr: unsets it), and puts the
+// old value back at the end.
+class TEnvironment {
+public:
+    TEnvironment(const char* name, const char* value) : FName(name) {
+        if (const char* old = std::getenv(name))
+            FOld = old;
+        if (value)
+            ::setenv(name, value, 1);
+        else
+            ::unsetenv(name);
+    }
+    TEnvironment(const char* name, const std::string& value) : TEnvironment(name, value.c_str()) {}
+    ~TEnvironment() {
+        if (FOld)
+            ::setenv(FName, FOld->c_str(), 1);
+        else
+            ::unsetenv(FName);
+    }
+    TEnvironment(const TEnvironment&) = delete;
+    TEnvironment& operator=(const TEnvironment&) = delete;
+
+private:
+    const char* FName;
+    std::optional<std::string> FOld;
+};
 
 // A fresh folder under the temporary folder, removed with its contents at the end of a test.
 class TTemporaryFolder {

@@ -5,6 +5,7 @@
 #include "gui/QtText.h"
 #include "gui/TestPage.h"
 #include "labtest/QBTestFileHandler.h"
+#include "labtest/TarnwickSettings.h"
 #include "labtest/TestConfigurationSelector.h"
 #include "objects/ObjectManager.h"
 #include "services/Format.h"
@@ -59,9 +60,10 @@ const std::vector<std::pair<const char*, TQBTestType>>& TMainWindow::PageOrder()
 
 TMainWindow::TMainWindow(TQBProject& project, const std::string& hostText, QWidget* parent)
     : QMainWindow(parent), FProject(project), FHostText(hostText),
-      FCommands(std::make_unique<TGuiCommands>(project)),
-      FConfigurations(std::make_unique<TConfigurationStore>()), FTabs(new QTabWidget(this)),
-      FMaterialPanel(new TMaterialPanel(*FCommands, this)) {
+      FCommands(std::make_unique<TGuiCommands>(project)), FSettings(TTarnwickSettings::Open()),
+      FConfigurations(
+          std::make_unique<TConfigurationStore>(std::string(), std::string(), FSettings.get())),
+      FTabs(new QTabWidget(this)), FMaterialPanel(new TMaterialPanel(*FCommands, this)) {
     // The options read the selected test and are read-only when it can't have the condition;
     // setting one switches every main test that can. Making them is no step to undo.
     auto makeOption = [this](const char* name, void (TQBProject::*set)(bool),
@@ -95,6 +97,7 @@ TMainWindow::TMainWindow(TQBProject& project, const std::string& hostText, QWidg
         auto* page = new TTestPage(*FCommands, type, *FConfigurations, FTabs);
         connect(page, &TTestPage::RunEnded, this, &TMainWindow::ShowRunOutcome);
         FPages.push_back(page);
+        page->ChartsFrame().SetFailureLines(FSettings->Additional());
         FTabs->addTab(page, Tr(caption));
     }
     setCentralWidget(FTabs);
@@ -491,9 +494,15 @@ void TMainWindow::ShowSettings() {
     layout->addWidget(buttons);
     if (dialog.exec() != QDialog::Accepted)
         return;
-    const auto choice = static_cast<TQBAdditionalLines>(lines->currentData().toInt());
+    SetFailureEnvelopes(static_cast<TQBAdditionalLines>(lines->currentData().toInt()));
+}
+
+void TMainWindow::SetFailureEnvelopes(TQBAdditionalLines lines) {
     for (TTestPage* page : FPages)
-        page->ChartsFrame().SetFailureLines(choice);
+        page->ChartsFrame().SetFailureLines(lines);
+    // A settings file that can't be written costs only the choice at the next start.
+    FSettings->SetAdditional(lines);
+    FSettings->Save();
 }
 
 void TMainWindow::ShowCommandHistory() {

@@ -22,6 +22,7 @@ class QTabWidget;
 namespace tw {
 
 class TConfigurationStore;
+class TTarnwickSettings;
 class TMaterialPanel;
 class TTestPage;
 
@@ -76,6 +77,13 @@ public:
     // The extension of test files, with its leading dot.
     static const char* const TestFileExtension;
 
+    // The user's settings (Tarnwick.settings.xml in the settings folder), read at start and
+    // shared with the configuration store.
+    TTarnwickSettings& Settings() const { return *FSettings; }
+    // The Settings dialog's choice "Show failure envelope for": every page's charts follow it,
+    // and it is kept in the user's settings for the next start.
+    void SetFailureEnvelopes(TQBAdditionalLines lines);
+
 public slots:
     void UpdateCaption();
     void UpdateOptions();
@@ -104,6 +112,7 @@ private:
     TQBProject& FProject;
     std::string FHostText;
     std::unique_ptr<TGuiCommands> FCommands;
+    std::unique_ptr<TTarnwickSettings> FSettings;
     std::unique_ptr<TConfigurationStore> FConfigurations;
     std::unique_ptr<TQBAdvancedOption> FSuction;
     std::unique_ptr<TQBAdvancedOption> FThermal;

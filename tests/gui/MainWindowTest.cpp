@@ -9,6 +9,7 @@
 #include "gui/ProgressWindow.h"
 #include "gui/PropertyEditors.h"
 #include "gui/TestPage.h"
+#include "labtest/TarnwickSettings.h"
 #include "materials/MaterialXTools.h"
 
 #include <QAction>
@@ -174,6 +175,25 @@ TEST_F(GuiFixture, AnEditTypedIntoTheInputFrameIsOneCommandThatUndoAndRedoWalk) 
     undo->trigger();
     EXPECT_LT(test.Phases()[0].GetStrainIncrement(ldYY), 0.0);
     EXPECT_EQ(direction->currentText(), "Compression");
+}
+
+// The Settings dialog's failure envelope choice reaches every page at once and is the user's
+// choice at the next start, from the user's settings file; a damaged file starts with the default.
+TEST_F(GuiFixture, TheFailureEnvelopeChoiceIsKeptBetweenSessions) {
+    TMainWindow& first = OpenWindow();
+    EXPECT_EQ(first.Page(0).ChartsFrame().FailureLines(), adCurrent);
+    first.SetFailureEnvelopes(adAll);
+    for (int i = 0; i < first.PageCount(); ++i)
+        EXPECT_EQ(first.Page(i).ChartsFrame().FailureLines(), adAll);
+    Window.reset();
+    TMainWindow& second = OpenWindow();
+    EXPECT_EQ(second.Page(2).ChartsFrame().FailureLines(), adAll);
+    const std::string file = second.Settings().FileName();
+    EXPECT_EQ(std::filesystem::path(file).parent_path(),
+              UserFolders.Path() / "config" / "tarnwick");
+    Window.reset();
+    std::ofstream(file) << "<Settings><broken";
+    EXPECT_EQ(OpenWindow().Page(0).ChartsFrame().FailureLines(), adCurrent);
 }
 
 TEST_F(GuiFixture, TheOptionMenusFollowTheSelectedTest) {

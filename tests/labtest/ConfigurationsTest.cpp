@@ -41,28 +41,6 @@ struct ConfigurationsFixture : ::testing::Test {
     }
 };
 
-// Sets an environment variable for the life of the object.
-class TEnvironment {
-public:
-    TEnvironment(const char* name, const char* value) : FName(name) {
-        if (const char* old = std::getenv(name))
-            FOld = old;
-        if (value)
-            ::setenv(name, value, 1);
-        else
-            ::unsetenv(name);
-    }
-    ~TEnvironment() {
-        if (FOld)
-            ::setenv(FName, FOld->c_str(), 1);
-        else
-            ::unsetenv(FName);
-    }
-
-private:
-    const char* FName;
-    std::optional<std::string> FOld;
-};
 
 } // namespace
 

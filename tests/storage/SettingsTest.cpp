@@ -21,26 +21,6 @@ using ::testing::ThrowsMessage;
 
 namespace {
 
-// Sets an environment variable for the life of the object.
-class TEnvironment {
-public:
-    TEnvironment(const char* name, const std::string& value) : FName(name) {
-        if (const char* old = std::getenv(name))
-            FOld = old;
-        ::setenv(name, value.c_str(), 1);
-    }
-    ~TEnvironment() {
-        if (FOld)
-            ::setenv(FName, FOld->c_str(), 1);
-        else
-            ::unsetenv(FName);
-    }
-
-private:
-    const char* FName;
-    std::optional<std::string> FOld;
-};
-
 // Counts the notifications of an observable.
 struct TCounter {
     int Count = 0;
