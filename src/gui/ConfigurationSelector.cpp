@@ -58,7 +58,7 @@ void TConfigurationButton::FillMenu() {
 
 void TConfigurationButton::Load(const TConfigurationMenuItem& item) {
     const TConfigurationStore::TLoadReport report = FSelector->SelectConfiguration(item);
-    if (!report.Loaded())
+    if (!report.Loaded() && !report.FailedAndTold)
         UserMessages().ShowMessage(report.Message, report.Title);
     else if (!report.Warning.empty())
         UserMessages().ShowMessage(report.Warning, MessageTitle);

@@ -89,6 +89,11 @@ TTestConfigFrame::TTestConfigFrame(TGuiCommands& commands, TQBTestBase& test,
       FRun(new QPushButton(Tr("Run"), this)),
       FConfigurations(new TConfigurationButton(configurations, test,
                                                commands.Project().SystemOfUnits(), this)) {
+    // Loading a saved configuration is a command, so that it stands in the history and a
+    // script can repeat it.
+    FConfigurations->Selector().LoadThroughCommand = [this](const std::string& fileName) {
+        return FCommands.Run("loadconfiguration", {&FTest, fileName});
+    };
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(4, 4, 4, 4);
     auto* group = new QGroupBox(Tr(GroupCaption(test.TestType())), this);

@@ -6,10 +6,12 @@
 #include "labtest/QBTestBase.h"
 #include "labtest/QBTestFileHandler.h"
 #include "labtest/TarnwickResults.h"
+#include "labtest/TestConfigurationSelector.h"
 #include "materials/KovMaterialX.h"
 #include "services/Format.h"
 #include "services/Localisation.h"
 #include "services/Strings.h"
+#include "services/UserMessages.h"
 #include "storage/HierarchicStorage.h"
 
 #include <filesystem>
@@ -20,6 +22,8 @@ namespace {
 
 const TCommandNameRecord CalculateCommand{"calculate", "&Calculate", "ca"};
 const TCommandNameRecord SaveCommand{"save", "&Save", "sv"};
+const TCommandNameRecord LoadConfigurationCommand{"loadconfiguration", "&Load configuration",
+                                                  "lcf"};
 const TCommandNameRecord ValidateCommand{"validate", "&Validate", "val"};
 
 std::string ObjectName(const TKovObject* object) {
@@ -102,6 +106,9 @@ TOAQBSaveTools::TOAQBSaveTools() : TOAKovObject(TQBSaveTools::StaticClass()) {
     RemoveCommand("rename");
     AddCommand(SaveCommand, {{TComParOrIPKovObject::Class(), TComParOrIPText::Class()}},
                &TOAQBSaveTools::ComSave);
+    AddCommand(LoadConfigurationCommand,
+               {{TComParOrIPKovObject::Class(), TComParOrIPText::Class()}},
+               &TOAQBSaveTools::ComLoadConfiguration);
 }
 
 std::string TOAQBSaveTools::TestFileName(const std::string& name) {
@@ -146,6 +153,47 @@ void TOAQBSaveTools::ComSave(TKovObject*, const TCommandParameterList& parameter
         output.AddAdditionalInfoLine(
             Translate("Warning: Test results are possibly out of sync with material data."));
     output.AddAdditionalInfoLine(Format(Translate("Saved %s to %s"), ObjectName(target), fileName));
+    output.AddResultObject(target);
+}
+
+void TOAQBSaveTools::ComLoadConfiguration(TKovObject* object,
+                                          const TCommandParameterList& parameters,
+                                          TCommandOutput& output, bool predict) const {
+    TKovObject* target = TComParOrIPKovObject::GetObject(*parameters[0]);
+    auto* test = dynamic_cast<TQBTestBase*>(target);
+    if (!test) {
+        output.InitializeAsError(cecExecutionFailed,
+                                 Format(Translate("%s is not a test object"), ObjectName(target)));
+        return;
+    }
+    const std::string fileName = Trim(TComParOrIPText::GetValue(*parameters[1]));
+    std::error_code error;
+    if (!std::filesystem::is_regular_file(fileName, error)) {
+        output.InitializeAsError(cecExecutionFailed,
+                                 Format(Translate("File %s was not found."), fileName));
+        return;
+    }
+    if (predict)
+        return;
+    TQBProject* project = static_cast<TQBSaveTools&>(*object).ParentProject();
+    if (!project) {
+        output.InitializeAsError(cecExecutionFailed, Translate("Global helpers not initialized."));
+        return;
+    }
+    // The test takes the configuration's setup and keeps its results and material; a file that
+    // can't be read, or one of another test type, leaves it as it was. The interpreter makes the
+    // change one undo step.
+    const TConfigurationStore::TLoadReport report =
+        TConfigurationStore().Read(*test, fileName, project->SystemOfUnits());
+    if (!report.Loaded()) {
+        output.InitializeAsError(cecExecutionFailed, report.Message);
+        return;
+    }
+    // Options the test can't have were dropped: the user is told, as when the window loads it.
+    if (!report.Warning.empty())
+        UserMessages().ShowMessage(report.Warning, "Tarnwick");
+    output.AddAdditionalInfoLine(
+        Format(Translate("Loaded %s from %s"), ObjectName(target), fileName));
     output.AddResultObject(target);
 }
 

@@ -27,6 +27,9 @@ public:
 private:
     void ComSave(TKovObject* object, const TCommandParameterList& parameters,
                  TCommandOutput& output, bool predict) const;
+    // `loadconfiguration Triaxial_1 "FILE"`: a saved test configuration into the test.
+    void ComLoadConfiguration(TKovObject* object, const TCommandParameterList& parameters,
+                              TCommandOutput& output, bool predict) const;
 };
 
 class TOAQBMaterialTools : public TOAKovObject {

@@ -330,7 +330,12 @@ std::vector<TConfigurationMenuItem> TdmTestConfigurationSelector::PopUp() const 
 
 TConfigurationStore::TLoadReport
 TdmTestConfigurationSelector::SelectConfiguration(const TConfigurationMenuItem& item) {
-    TConfigurationStore::TLoadReport report = FStore.Read(*FTest, item.FileName, FUnits);
+    TConfigurationStore::TLoadReport report;
+    if (LoadThroughCommand) {
+        report.FailedAndTold = !LoadThroughCommand(item.FileName);
+    } else {
+        report = FStore.Read(*FTest, item.FileName, FUnits);
+    }
     if (report.Loaded()) {
         FActiveConfigurationFileName = item.FileName;
         if (OnConfigurationSelection)

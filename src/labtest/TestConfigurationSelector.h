@@ -69,7 +69,9 @@ public:
         std::string Title;
         // Loaded with options this test can't have: the warning to show.
         std::string Warning;
-        bool Loaded() const { return Message.empty(); }
+        // Failed, and the user was told already (by the command that loaded it).
+        bool FailedAndTold = false;
+        bool Loaded() const { return Message.empty() && !FailedAndTold; }
     };
     // Loads a configuration into `test` as one undo step; the test keeps its results and the
     // material it runs on. A file of another test type, or one that can't be read, leaves the
@@ -165,6 +167,10 @@ public:
     // A click on an item: loads it into the test and makes it the active one. Answers the
     // report of the load; OnConfigurationSelection hears of a load that succeeded.
     TConfigurationStore::TLoadReport SelectConfiguration(const TConfigurationMenuItem& item);
+    // How SelectConfiguration loads a file into the test when set: the window sends the
+    // `loadconfiguration` command, which tells the user of its failure or warning itself, and
+    // answers whether the test took the file. Unset, the store reads it and the report says.
+    std::function<bool(const std::string& fileName)> LoadThroughCommand;
 
     // Save: asks the name (the active file's, or the default's, proposed), asks before an
     // existing file is overwritten, writes, and makes it the default when asked. Answers whether

@@ -232,6 +232,11 @@ TEST_F(GuiFixture, ATestConfigurationIsSavedAndLoadedFromTheFramesMenu) {
     EXPECT_TRUE(loose->isChecked()); // the active one
     loose->trigger();
     EXPECT_DOUBLE_EQ(test.GetInitialEffectiveStress(ldXX), -50e3);
+    // It went as a command: the history can repeat it.
+    const TCommandHistory& history = window.Commands().SuccessfulCommands();
+    EXPECT_EQ(history.GetCommand(history.Count() - 1).rfind("_loadconfiguration Triaxial_1 \"", 0),
+              0u)
+        << history.GetCommand(history.Count() - 1);
     // The input frame follows, and the load is one step to undo.
     EXPECT_EQ(qobject_cast<QLineEdit*>(page.ConfigFrame()->Form().EditorOf("CellPressure"))->text(),
               "50");

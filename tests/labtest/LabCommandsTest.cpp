@@ -2,6 +2,8 @@
 // refuses, and that a refused line changes nothing.
 
 #include "LabCommandsSupport.h"
+#include "TemporaryFiles.h"
+#include "labtest/TestConfigurationSelector.h"
 
 #include "labtest/OAQBAdvancedOption.h"
 #include "labtest/OAQBProject.h"
@@ -283,6 +285,35 @@ TEST_F(LabCommands, AKernelThatStopsPartWayLeavesItsRowsAndItsReason) {
     EXPECT_THAT(run.Info, EndsWith("Calculated General_1: 1 result rows"));
     EXPECT_THAT(Project->LastKernelMessage(), HasSubstr("no convergence"));
     EXPECT_EQ(Project->GeneralTest()->Results().RowCount(), 1);
+}
+
+// A saved configuration goes into a test by command, as one step to undo; a file that isn't
+// there or belongs to another test type leaves the test as it was.
+TEST_F(LabCommands, LoadConfigurationTakesASavedSetupAsOneStep) {
+    TTemporaryFolder folder;
+    TConfigurationStore store(folder.Path().string());
+    Ok("set Triaxial_1.CellPressure 50");
+    const std::string triaxial = (folder.Path() / "loose.tws.kovml").string();
+    store.Write(*Project->TriaxialTest(), triaxial, Project->SystemOfUnits());
+    const std::string oedometer = (folder.Path() / "oed.tws.kovml").string();
+    store.Write(*Project->OedometerTest(), oedometer, Project->SystemOfUnits());
+    Ok("set Triaxial_1.CellPressure 250");
+    const int undoBefore = Manager.UndoCount();
+
+    EXPECT_EQ(Ok("loadconfiguration Triaxial_1 \"" + triaxial + "\""),
+              "Loaded Triaxial_1 from " + triaxial);
+    EXPECT_DOUBLE_EQ(Project->TriaxialTest()->GetInitialEffectiveStress(ldXX), -50e3);
+    EXPECT_EQ(Manager.UndoCount(), undoBefore + 1);
+    Ok("undo");
+    EXPECT_DOUBLE_EQ(Project->TriaxialTest()->GetInitialEffectiveStress(ldXX), -250e3);
+
+    EXPECT_EQ(RunFailing("lcf Triaxial_1 \"" + triaxial + ".gone\"").ErrorText,
+              "File " + triaxial + ".gone was not found.");
+    EXPECT_THAT(RunFailing("lcf Triaxial_1 \"" + oedometer + "\"").ErrorText,
+                StartsWith("Error reading Triaxial test configuration from file " + oedometer));
+    EXPECT_EQ(RunFailing("lcf Material \"" + triaxial + "\"").ErrorText,
+              "Material is not a test object");
+    EXPECT_DOUBLE_EQ(Project->TriaxialTest()->GetInitialEffectiveStress(ldXX), -250e3);
 }
 
 TEST_F(LabCommands, ValidateSaysWhatTheObjectsCanTell) {
