@@ -61,7 +61,11 @@ int TCamClay::Mechanisms(const TModelPoint& point, const Vec6* loading, TEigenCa
             // d pc = pc / (lambda* - kappa*) d eps_v^p, and d eps_v^p = dp per multiplier.
             cap.Rate = THardening(pc / (FP.LambdaStar - FP.KappaStar) * dp, 0.0);
         } else {
+            // At the apex of the ellipse's deviatoric term (zero stress for Modified Cam-Clay)
+            // the cap is not reached, but its function stays finite, -pc as at p = q = 0: a
+            // substep from here cuts where the cap starts to act, as from any stress inside.
             cap.SetInactive();
+            cap.F = -pc;
         }
     }
     if (FP.Kind != TCamClayParameters::ModifiedCamClay) {

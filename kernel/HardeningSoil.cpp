@@ -231,7 +231,11 @@ int THardeningSoil::Mechanisms(const TModelPoint& point, const Vec6* loading, TE
             }
             shear.F = f;
         } else {
+            // At the apex of the cone (zero stress without cohesion) the surface has no size:
+            // its function stays finite, a floor's pressure inside, so that a substep from here
+            // cuts where the surface starts to act.
             shear.SetInactive();
+            shear.F = -FP.PressureFloor;
         }
 
         // The cap in this ordering.
