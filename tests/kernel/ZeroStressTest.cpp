@@ -166,6 +166,20 @@ TEST(ZeroStress, FloorFollowsTheStressUnitAndTensionIsRefusedBeyondTheCohesion) 
         }
     }
 
+    // A force unit the lab does not write: the floor is taken as 1 of the file's unit, and said.
+    TKernelFile unknown = CamClay(5);
+    unknown.TestType = 1;
+    unknown.Phases = {TPhaseEntry{}};
+    unknown.Phases[0].Stress(1) = -100;
+    unknown.Phases[0].Conditions = OedometerConditions;
+    std::string text = unknown.Text();
+    text.replace(text.find("kN\t=unit of force"), 2, "daN");
+    const TComputedTest odd = ComputeTest(ParseKernelInput("daN.qbc", text));
+    EXPECT_TRUE(odd.Outcome.Completed) << odd.Outcome.Message;
+    EXPECT_THAT(odd.Warnings, ::testing::Contains(::testing::HasSubstr(
+                                  "the pressure unit daN/m2 is not known: the smallest pressure "
+                                  "of the stress-dependent stiffness is taken as 1 daN/m2")));
+
     auto start = [](TKernelFile file, double meanStress) {
         file.TestType = 1;
         file.Error = 1e-9;
