@@ -4,10 +4,10 @@
 // - Modified Cam-Clay and Soft Soil on the normal compression line, eps_v = lambda* ln(p1 / p0)
 //   (Roscoe and Burland 1968; see Wood 1990, Soil Behaviour and Critical State Soil Mechanics);
 // - Soft Soil Creep at a constant rate of stress: with the creep rate of Vermeer and Neher
-//   (1999), mu* / tau (p_eq / p_p)^beta, beta = (lambda* - kappa*) / mu*, steady loading keeps
-//   p_eq / p_p at (mu* p / (tau (lambda* - kappa*) dp/dt))^(-1 / beta), so that the creep volume
-//   (lambda* - kappa*) ln(p_p1 / p_p0) is (lambda* - kappa* + mu*) ln(p1 / p0) and the whole
-//   eps_v = (lambda* + mu*) ln(p1 / p0);
+//   (1999), mu* / tau (p_eq / p_p)^beta, beta = (lambda* - kappa*) / mu*, steady loading at a
+//   constant stress ratio creeps at a rate proportional to (dp/dt) / p, so (p_eq / p_p)^beta
+//   goes as 1 / p and p_p as p^(1 + 1 / beta): the creep volume (lambda* - kappa*) ln(p_p1 / p_p0)
+//   is (lambda* - kappa* + mu*) ln(p1 / p0) and the whole eps_v = (lambda* + mu*) ln(p1 / p0);
 // - Hardening Soil and HS small: Eoed = EOedRef (sigma1 / p_ref)^m on the fitted cap (Schanz,
 //   Vermeer and Bonnier 1999), so eps1 = p_ref^m (s1^(1-m) - s0^(1-m)) / ((1 - m) EOedRef),
 //   at K0nc.
@@ -26,8 +26,6 @@ using namespace tw::kernel;
 using namespace tw::kernel::testing;
 
 namespace {
-
-constexpr double Pi = 3.14159265358979323846;
 
 double MeanStress(const TResultRow& r) {
     return -(r[rcSigXX] + r[rcSigXX + 1] + r[rcSigXX + 2]) / 3;
@@ -69,6 +67,8 @@ struct TCase {
     // The vertical strain (compression positive) from the row at 20 kPa to that at 100 kPa of
     // the 1000-step run, by the closed form of the model.
     std::function<double(const TResultRow& at20, const TResultRow& at100)> Expected;
+    // Hardening Soil: EOedRef, the tangent d sigma1 / d eps1 at sigma1 = p_ref = 100 kPa.
+    double EOedRef = 0;
 };
 
 TKernelFile CamClay(int model, double cohesion = 0) {
@@ -116,9 +116,11 @@ std::vector<TCase> Cases() {
         file.HardeningSoil(soil);
         if (small)
             file.Model = 19, file.ModelCaption = "HS small";
-        cases.push_back({name, file, [soil](const TResultRow& a, const TResultRow& b) {
+        cases.push_back({name, file,
+                         [soil](const TResultRow& a, const TResultRow& b) {
                              return OedometerStrain(soil, -a[rcSigXX + 1], -b[rcSigXX + 1]);
-                         }});
+                         },
+                         soil.EOed});
         TKernelFile cohesive;
         cohesive.HardeningSoil(Soil(10, small));
         cohesive.Model = file.Model, cohesive.ModelCaption = file.ModelCaption;
@@ -147,6 +149,13 @@ TEST(ZeroStress, OedometerFromZeroStressFollowsTheClosedFormsAboveTheFloor) {
         const double expected = c.Expected(fine[200], fine[1000]);
         const double computed = fine[200][rcEpsXX + 1] - fine[1000][rcEpsXX + 1];
         EXPECT_NEAR(computed, expected, 0.01 * expected) << c.Name;
+        if (c.EOedRef > 0) {
+            // Central difference about the 99 kPa of row 990, where the tangent is EOedRef
+            // (0.99)^m, m = 0.5.
+            const double tangent = (fine[991][rcSigXX + 1] - fine[989][rcSigXX + 1]) /
+                                   (fine[991][rcEpsXX + 1] - fine[989][rcEpsXX + 1]);
+            EXPECT_NEAR(tangent, c.EOedRef * std::sqrt(0.99), 0.01 * c.EOedRef) << c.Name;
+        }
     }
 }
 
