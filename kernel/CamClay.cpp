@@ -7,8 +7,9 @@ namespace tw::kernel {
 
 namespace {
 
-const char* const NoMeanStress = "the mean effective stress has reached tension beyond what the "
-                                 "cohesion carries, which this model cannot take";
+const char* const NoMeanStress = "the mean effective stress has reached tension beyond c' "
+                                 "cot(phi') (any tension without cohesion), which this model "
+                                 "cannot take";
 // Where the normal of the ellipse turns upright (at the critical state line) the creep volume
 // of Vermeer and Neher has no direction; d p_eq / d p is kept from falling below this there,
 // so the creep stays finite (failure normally bounds the stress first).

@@ -469,7 +469,7 @@ double TKernelInput::KiloPascal() const {
     const double length = find(Lengths, LengthUnit);
     if (force == 0.0 || length == 0.0)
         return 0.0;
-    // The file's pressure unit is force / length^2 kPa.
+    // One pressure unit of the file is force / length^2 kPa (force in kN, length in m).
     return length * length / force;
 }
 
