@@ -7,8 +7,9 @@ namespace tw::kernel {
 
 namespace {
 
-const char* const NoMeanStress =
-    "the mean effective stress has reached zero or tension, which this model cannot take";
+const char* const NoMeanStress = "the mean effective stress has reached tension beyond c' "
+                                 "cot(phi') (any tension without cohesion), which this model "
+                                 "cannot take";
 // Where the normal of the ellipse turns upright (at the critical state line) the creep volume
 // of Vermeer and Neher has no direction; d p_eq / d p is kept from falling below this there,
 // so the creep stays finite (failure normally bounds the stress first).
@@ -37,9 +38,11 @@ double TCamClay::EquivalentPressure(const TInvariants& v, Vec6* gradient, double
 
 const char* TCamClay::Elasticity(const TModelPoint& point, TEigenCache&, TModuli& moduli) const {
     const double p = -(point.Stress(0) + point.Stress(1) + point.Stress(2)) / 3.0;
-    if (!(p > 0.0))
+    if (!(p + FShift >= 0.0))
         return NoMeanStress;
-    moduli.K = p / FP.KappaStar;
+    // Below the floor (at zero stress, or in the tension the cohesion carries) the stiffness is
+    // that of the floor: K = p / kappa* has none at zero.
+    moduli.K = std::max(p, FP.PressureFloor) / FP.KappaStar;
     moduli.G = 1.5 * moduli.K * (1.0 - 2.0 * FP.NuUr) / (1.0 + FP.NuUr);
     return nullptr;
 }
@@ -59,7 +62,11 @@ int TCamClay::Mechanisms(const TModelPoint& point, const Vec6* loading, TEigenCa
             // d pc = pc / (lambda* - kappa*) d eps_v^p, and d eps_v^p = dp per multiplier.
             cap.Rate = THardening(pc / (FP.LambdaStar - FP.KappaStar) * dp, 0.0);
         } else {
+            // At the apex of the ellipse's deviatoric term (zero stress for Modified Cam-Clay)
+            // the cap is not reached, but its function stays finite, -pc as at p = q = 0: a
+            // substep from here cuts where the cap starts to act, as from any stress inside.
             cap.SetInactive();
+            cap.F = -pc;
         }
     }
     if (FP.Kind != TCamClayParameters::ModifiedCamClay) {
@@ -130,16 +137,23 @@ double TCamClay::CapPressure(const Vec6& stress) const {
 }
 
 const char* TCamClay::InitialStateFault(const Vec6& stress) const {
+    // Zero stress is a start (the stiffness and the cap take the floor there); tension only as
+    // far as c' cot(phi') reaches, which Modified Cam-Clay has none of.
     const double p = -(stress(0) + stress(1) + stress(2)) / 3.0;
-    return p > 0.0 ? nullptr
-                   : "the initial mean effective stress must be compressive (above 0) for this "
-                     "model";
+    if (p + FShift >= 0.0)
+        return nullptr;
+    return FShift > 0.0 ? "the initial mean effective stress is tensile beyond c' cot(phi'), "
+                          "which this model cannot take"
+                        : "the initial mean effective stress must not be tensile (below 0) for "
+                          "this model";
 }
 
 void TCamClay::Initialise(TModelPoint& point) const {
     point.History.fill(0.0);
+    // A normally consolidated sample at a mean stress below the floor starts with the cap (or
+    // the p_p of creep) of the floor.
     point.History[hCapPressure] =
-        std::max({Preconsolidation(), CapPressure(point.Stress), 1e-12 * FP.StressScale});
+        std::max({Preconsolidation(), CapPressure(point.Stress), FP.PressureFloor});
 }
 
 double TCamClay::YieldValue(const Vec6& stress) const {

@@ -34,6 +34,10 @@ struct TCamClayParameters {
     double MuStar = 0.0;
     double Tau = 1.0; // reference time, time unit of the file
     double StressScale = 1.0;
+    // The smallest mean stress of the stiffness and of the initial cap, pressure unit (1 kPa of
+    // the file's unit, chosen where the model is read): a sample at zero stress starts with the
+    // stiffness and the normally consolidated cap of this pressure.
+    double PressureFloor = 1.0;
 };
 
 class TCamClay final : public TExplicitModel, public ICapModel {

@@ -72,7 +72,15 @@ THardeningSoil::THardeningSoil(const THardeningSoilParameters& p) : FP(p) {
     FEiRef = 2.0 * p.E50Ref / (2.0 - p.Rf);
     const double ks = p.EurRef / (3.0 * (1.0 - 2.0 * p.NuUr));
     FH = ks / (p.KsKc - 1.0);
-    FSmallestCap = 1e-9 * p.PRef;
+    // The stiffness law's pressure s3 + c cot phi (s3 itself without friction) does not fall
+    // below the floor, and a normally consolidated sample at zero stress starts with the cap of
+    // the floor: a cap of almost no size hardens almost not at all (H (pp / p_ref)^m), and the
+    // first load from zero stress would take endless substeps to grow it.
+    const double reference = p.Cohesion * FCosPhi + p.PRef * p.SinPhi;
+    const double floorBase =
+        reference > 0.0 ? p.PressureFloor * p.SinPhi / reference : p.PressureFloor / p.PRef;
+    FSmallestBase = std::max(SmallestStiffnessBase, floorBase);
+    FSmallestCap = p.PressureFloor;
     for (int k = 0; k < 6; ++k) {
         FCapDirection[k] = Vec3::Zero();
         FCapDirection[k](PairMajor[k]) = 1.0;
@@ -92,8 +100,8 @@ double THardeningSoil::StiffnessFactor(double s3, double* derivative) const {
         *derivative = 0.0;
     if (FP.PowerM == 0.0)
         return 1.0;
-    if (base <= SmallestStiffnessBase)
-        return Power(SmallestStiffnessBase, FP.PowerM);
+    if (base <= FSmallestBase)
+        return Power(FSmallestBase, FP.PowerM);
     const double f = Power(base, FP.PowerM);
     if (derivative)
         *derivative = FP.PowerM * f / base * slope / scale;
@@ -223,7 +231,11 @@ int THardeningSoil::Mechanisms(const TModelPoint& point, const Vec6* loading, TE
             }
             shear.F = f;
         } else {
+            // At the apex of the cone (zero stress without cohesion) the surface has no size:
+            // its function stays finite, a floor's pressure inside, so that a substep from here
+            // cuts where the surface starts to act.
             shear.SetInactive();
+            shear.F = -FP.PressureFloor;
         }
 
         // The cap in this ordering.

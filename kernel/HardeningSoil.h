@@ -6,7 +6,8 @@
 //
 // Compression positive inside the model, principal effective stresses s1 >= s2 >= s3:
 // - stiffness E = E_ref F(s3), F = ((c cos phi + s3 sin phi) / (c cos phi + p_ref sin phi))^m,
-//   not below E_ref (1/100)^m; unloading and reloading with Eur and nu_ur;
+//   not below E_ref (1/100)^m nor below its value where s3 + c cot phi is the pressure floor;
+//   unloading and reloading with Eur and nu_ur;
 // - shear hardening f = (2 / Ei) q / (1 - q / qa) - 2 q / Eur - gamma_p for each pair of principal
 //   stresses (q = s_i - s_j, qa = qf(s_j) / Rf, the stiffnesses at F(s_j), which is F(s3) for the
 //   pair that governs), Ei = 2 E50 / (2 - Rf), so that drained primary
@@ -49,6 +50,11 @@ struct THardeningSoilParameters {
     bool SmallStrain = false;  // HS small
     double G0Ref = 0.0;
     double Gamma07 = 0.0;
+    // The smallest pressure of the stiffness law (s3 + c cot phi, or s3 without friction) and of
+    // the initial cap, pressure unit (1 kPa of the file's unit, chosen where the model is read):
+    // a sample at zero stress starts with the stiffness and the normally consolidated cap of
+    // this pressure.
+    double PressureFloor = 1.0;
 };
 
 class THardeningSoil final : public TExplicitModel, public ICapModel {
@@ -98,7 +104,8 @@ private:
     double FSinPhiCv;
     double FDelta;
     double FEiRef;
-    double FH; // cap hardening modulus
+    double FH;            // cap hardening modulus
+    double FSmallestBase; // of the stiffness law
     double FSmallestCap;
     // d qt / d s of the cap in each ordering of the principal stresses (worked out once: the
     // mechanisms are evaluated many times a step).

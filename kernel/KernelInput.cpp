@@ -448,6 +448,31 @@ TKernelInput ParseKernelInput(const std::string& fileName, std::string_view text
     return input;
 }
 
+double TKernelInput::KiloPascal() const {
+    // The units of the lab's projects: force in kN, length in m.
+    struct TFactor {
+        const char* Name;
+        double Value;
+    };
+    static constexpr TFactor Forces[] = {
+        {"N", 0.001}, {"kN", 1.0}, {"MN", 1000.0}, {"lbf", 4.448221615e-3}, {"kip", 4.448221615}};
+    static constexpr TFactor Lengths[] = {{"mm", 0.001},  {"cm", 0.01},   {"m", 1.0},
+                                          {"km", 1000.0}, {"in", 0.0254}, {"ft", 0.3048},
+                                          {"yd", 0.9144}};
+    auto find = [](const auto& table, const std::string& name) {
+        for (const auto& f : table)
+            if (name == f.Name)
+                return f.Value;
+        return 0.0;
+    };
+    const double force = find(Forces, ForceUnit);
+    const double length = find(Lengths, LengthUnit);
+    if (force == 0.0 || length == 0.0)
+        return 0.0;
+    // One pressure unit of the file is force / length^2 kPa (force in kN, length in m).
+    return length * length / force;
+}
+
 TKernelInput ReadKernelInput(const std::string& fileName) {
     std::ifstream stream(fileName, std::ios::binary);
     if (!stream)

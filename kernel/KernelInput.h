@@ -120,6 +120,9 @@ struct TKernelInput {
     double TotalDuration = 0.0;
 
     std::string PressureUnit() const { return ForceUnit + "/" + LengthUnit + "2"; }
+    // One kPa in the pressure unit of the file (1 for kN/m2, 0.001 for MN/m2), or 0 when the
+    // force or the length unit is not one the lab writes.
+    double KiloPascal() const;
 };
 
 // Reads the whole file; raises EKernelInput when it cannot be opened or does not hold what a

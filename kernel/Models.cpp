@@ -108,10 +108,30 @@ std::unique_ptr<TSoilModel> CreateMohrCoulomb(const TPlaces& p,
     return std::make_unique<TMohrCoulomb>(mc);
 }
 
-std::unique_ptr<TSoilModel> CreateHardeningSoil(const TPlaces& p, bool smallStrain,
+// The smallest pressure that the stress-dependent stiffness and the caps of Hardening Soil, HS
+// small, Soft Soil, Soft Soil Creep and Modified Cam-Clay take, in the pressure unit of the file.
+// Their stiffness grows with a power of the pressure, so a sample at zero stress has none, and the
+// cap of a normally consolidated sample there has no size: neither could start, yet the
+// oedometer, CRS and DSS tests start at zero stress. A laboratory sample is never entirely
+// unloaded; below the floor the laws take the floor instead. 1 kPa lies below any stress that a
+// laboratory test reports, and leaves every result above it unchanged.
+double PressureFloor(const TKernelInput& input, std::vector<std::string>& warnings) {
+    constexpr double FloorKiloPascal = 1.0;
+    if (const double kiloPascal = input.KiloPascal(); kiloPascal > 0.0)
+        return FloorKiloPascal * kiloPascal;
+    warnings.push_back("the pressure unit " + input.PressureUnit() +
+                       " is not known: the smallest pressure of the stress-dependent stiffness "
+                       "is taken as 1 " +
+                       input.PressureUnit());
+    return FloorKiloPascal;
+}
+
+std::unique_ptr<TSoilModel> CreateHardeningSoil(const TKernelInput& input, const TPlaces& p,
+                                                bool smallStrain,
                                                 std::vector<std::string>& warnings) {
     THardeningSoilParameters parameters;
     auto& hs = parameters;
+    hs.PressureFloor = PressureFloor(input, warnings);
     double gur = 0.0;
     ReadElasticity(p, gur, hs.NuUr);
     hs.EurRef = 2.0 * gur * (1.0 + hs.NuUr);
@@ -193,9 +213,11 @@ constexpr int M = 30, K0nc = 36, KappaStar = 37, LambdaStar = 38, MuStar = 40, T
 }
 
 std::unique_ptr<TSoilModel> CreateCamClay(const TKernelInput& input, const TPlaces& p,
-                                          TCamClayParameters::TKind kind) {
+                                          TCamClayParameters::TKind kind,
+                                          std::vector<std::string>& warnings) {
     TCamClayParameters cc;
     cc.Kind = kind;
+    cc.PressureFloor = PressureFloor(input, warnings);
     cc.NuUr = p.Require(place::PoissonRatio,
                         p[place::PoissonRatio] > -1.0 && p[place::PoissonRatio] < 0.5,
                         "Poisson's ratio nu_ur must lie above -1 and below 0.5");
@@ -216,10 +238,11 @@ std::unique_ptr<TSoilModel> CreateCamClay(const TKernelInput& input, const TPlac
         cc.MuStar = p.Positive(ccplace::MuStar, "the modified creep index mu*");
         cc.Tau = p.Positive(ccplace::Tau, "the reference time tau0");
     }
-    // A stress scale for the tolerances of the integration: a hundredth of the test's stresses.
+    // A stress scale for the tolerances of the integration: a hundredth of the test's stresses,
+    // or the floor of the pressure for a sample that starts at zero stress.
     const double scale = std::max({input.InitialStress.cwiseAbs().maxCoeff(),
                                    input.PreconsolidationStress, cc.Cohesion, cc.TensileStrength});
-    cc.StressScale = scale > 0.0 ? 0.01 * scale : 1.0;
+    cc.StressScale = scale > 0.0 ? 0.01 * scale : cc.PressureFloor;
     return std::make_unique<TCamClay>(cc);
 }
 
@@ -283,7 +306,7 @@ std::unique_ptr<TSoilModel> CreateSoilModel(const TKernelInput& input,
         return CreateMohrCoulomb(p, warnings);
     case mnHardeningSoil:
     case mnHSSmall: {
-        auto model = CreateHardeningSoil(p, input.ModelNumber == mnHSSmall, warnings);
+        auto model = CreateHardeningSoil(input, p, input.ModelNumber == mnHSSmall, warnings);
         SetPreconsolidation(input, dynamic_cast<ICapModel&>(*model));
         return model;
     }
@@ -296,7 +319,7 @@ std::unique_ptr<TSoilModel> CreateSoilModel(const TKernelInput& input,
                               ? TCamClayParameters::ModifiedCamClay
                           : input.ModelNumber == mnSoftSoil ? TCamClayParameters::SoftSoil
                                                             : TCamClayParameters::SoftSoilCreep;
-        auto model = CreateCamClay(input, p, kind);
+        auto model = CreateCamClay(input, p, kind, warnings);
         SetPreconsolidation(input, dynamic_cast<ICapModel&>(*model));
         return model;
     }
