@@ -24,13 +24,14 @@ std::array<int, 3> Ascending(const Vec3& d) {
 // the matrix is nearly diagonal, and the rotations take off the rest, quadratically. Answers
 // whether what is left off the diagonal came below rounding within a few sweeps (the values and
 // vectors are given either way, ascending).
-bool JacobiFrom(const Mat3& matrix, Mat3& q, double scale, Vec3& values, Mat3& vectors) {
+bool JacobiFrom(const Mat3& matrix, Mat3& q, double scale, Vec3& values, Mat3& vectors,
+                int sweeps = 4) {
     Mat3 a = q.transpose() * matrix * q;
     bool converged = false;
-    for (int sweep = 0; sweep <= 4; ++sweep) {
+    for (int sweep = 0; sweep <= sweeps; ++sweep) {
         const double off = std::abs(a(0, 1)) + std::abs(a(0, 2)) + std::abs(a(1, 2));
         converged = !(off > 1e-15 * scale);
-        if (converged || sweep == 4)
+        if (converged || sweep == sweeps)
             break;
         for (int p = 0; p < 2; ++p)
             for (int r = p + 1; r < 3; ++r) {
@@ -42,21 +43,19 @@ bool JacobiFrom(const Mat3& matrix, Mat3& q, double scale, Vec3& values, Mat3& v
                                  (std::abs(theta) + std::sqrt(theta * theta + 1.0));
                 const double c = 1.0 / std::sqrt(t * t + 1.0);
                 const double s = t * c;
-                // a <- J^T a J with J the rotation in the plane (p, r).
-                for (int k = 0; k < 3; ++k) {
-                    const double akp = a(k, p), akr = a(k, r);
-                    a(k, p) = c * akp - s * akr;
-                    a(k, r) = s * akp + c * akr;
-                }
-                for (int k = 0; k < 3; ++k) {
-                    const double apk = a(p, k), ark = a(r, k);
-                    a(p, k) = c * apk - s * ark;
-                    a(r, k) = s * apk + c * ark;
-                }
-                for (int k = 0; k < 3; ++k) {
-                    const double qkp = q(k, p), qkr = q(k, r);
-                    q(k, p) = c * qkp - s * qkr;
-                    q(k, r) = s * qkp + c * qkr;
+                // a <- J^T a J with J the rotation in the plane (p, r), which takes a(p, r) to
+                // zero: of the rest only the diagonal of the plane and the third row change.
+                const int k = 3 - p - r;
+                const double akp = a(k, p), akr = a(k, r);
+                a(p, p) -= t * apr;
+                a(r, r) += t * apr;
+                a(p, r) = a(r, p) = 0.0;
+                a(k, p) = a(p, k) = c * akp - s * akr;
+                a(k, r) = a(r, k) = s * akp + c * akr;
+                for (int i = 0; i < 3; ++i) {
+                    const double qip = q(i, p), qir = q(i, r);
+                    q(i, p) = c * qip - s * qir;
+                    q(i, r) = s * qip + c * qir;
                 }
             }
     }
@@ -90,6 +89,12 @@ void SymmetricEigen(const Mat3& matrix, Vec3& values, Mat3& vectors, const Mat3*
     if (start) {
         Mat3 q = *start;
         if (JacobiFrom(matrix, q, scale, values, vectors))
+            return;
+    } else {
+        // From the axes too: a few more sweeps still cost less than the closed form, which
+        // must be polished by the rotations where two eigenvalues nearly meet (an edge).
+        Mat3 q = Mat3::Identity();
+        if (JacobiFrom(matrix, q, scale, values, vectors, 8))
             return;
     }
     Eigen::SelfAdjointEigenSolver<Mat3> direct;
