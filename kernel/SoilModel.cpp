@@ -39,9 +39,13 @@ bool JacobiFrom(const Mat3& matrix, Mat3& q, double scale, Vec3& values, Mat3& v
                 if (apr == 0.0)
                     continue;
                 const double theta = (a(r, r) - a(p, p)) / (2.0 * apr);
-                const double t = (theta >= 0.0 ? 1.0 : -1.0) /
-                                 (std::abs(theta) + std::sqrt(theta * theta + 1.0));
-                const double c = 1.0 / std::sqrt(t * t + 1.0);
+                // Nearly diagonal (the last sweeps from nearby directions), t = 1 / (2 theta)
+                // and c = 1 to rounding: no roots.
+                const bool small = std::abs(theta) > 1e8;
+                const double t = small ? 0.5 / theta
+                                       : (theta >= 0.0 ? 1.0 : -1.0) /
+                                             (std::abs(theta) + std::sqrt(theta * theta + 1.0));
+                const double c = small ? 1.0 : 1.0 / std::sqrt(t * t + 1.0);
                 const double s = t * c;
                 // a <- J^T a J with J the rotation in the plane (p, r), which takes a(p, r) to
                 // zero: of the rest only the diagonal of the plane and the third row change.
