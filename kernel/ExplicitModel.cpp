@@ -324,17 +324,6 @@ TPrincipalStress::TPrincipalStress(const Vec6& stress, const Vec6* loading, TEig
     }
 }
 
-int TPrincipalStress::SwappedPair(int k) const {
-    if (Alike < 0)
-        return k;
-    auto swap = [&](int i) { return i == Alike ? Alike + 1 : i == Alike + 1 ? Alike : i; };
-    const int i = swap(PairMajor[k]), j = swap(PairMinor[k]);
-    for (int t = 0; t < 6; ++t)
-        if (PairMajor[t] == i && PairMinor[t] == j)
-            return t;
-    return k;
-}
-
 TInvariants::TInvariants(const Vec6& stress) {
     P = -(stress(0) + stress(1) + stress(2)) / 3.0;
     DP << -1.0 / 3, -1.0 / 3, -1.0 / 3, 0, 0, 0;

@@ -67,6 +67,13 @@ struct TPrincipalStress {
 constexpr int PairMajor[6] = {0, 0, 1, 1, 2, 2};
 constexpr int PairMinor[6] = {2, 1, 2, 0, 1, 0};
 
+inline int TPrincipalStress::SwappedPair(int k) const {
+    // The pairs above with stresses 0 and 1 swapped, and with 1 and 2 swapped (a table: the
+    // mechanisms ask for every pair at every evaluation).
+    constexpr int swapped[2][6] = {{2, 3, 0, 1, 5, 4}, {1, 0, 4, 5, 2, 3}};
+    return Alike < 0 ? k : swapped[Alike][k];
+}
+
 // Invariants in compression-positive form: p = -(sxx + syy + szz) / 3 and the von Mises q, with
 // their gradients with respect to the Voigt stress.
 struct TInvariants {
