@@ -604,7 +604,7 @@ void TExplicitModel::ContinuumTangent(const TModelPoint& point, const Vec6& stra
     tangent = ElasticStiffness(moduli.G, 0.5 * (3.0 * moduli.K - 2.0 * moduli.G) /
                                              (3.0 * moduli.K + moduli.G));
     TMechanism own[MaxMechanisms];
-    const Vec6 elastic = tangent * strain;
+    const Vec6 elastic = ApplyIsotropic(moduli.G, moduli.K, strain);
     const bool reuse = known && known->Count >= 0;
     const TMechanism* m = reuse ? known->Mechanisms : own;
     const int count = reuse ? known->Count : Mechanisms(point, &elastic, cache, own);
@@ -640,22 +640,19 @@ void TExplicitModel::ContinuumTangent(const TModelPoint& point, const Vec6& stra
     // D - (D B) (A^T D B + H)^-1 (A^T D), over the acting mechanisms.
     MatM sub(a, a);
     Eigen::Matrix<double, Eigen::Dynamic, 6, 0, MaxMechanisms, 6> adt(a, 6);
-    Eigen::Matrix<double, 6, Eigen::Dynamic, 0, 6, MaxMechanisms> dbm(6, a);
     for (int i = 0; i < a; ++i) {
-        adt.row(i) = (tangent * m[idx[act[i]]].A).transpose(); // D is symmetric
-        dbm.col(i) = db[act[i]];
+        adt.row(i) = ApplyIsotropic(moduli.G, moduli.K, m[idx[act[i]]].A).transpose(); // D A
         for (int j = 0; j < a; ++j)
             sub(i, j) = g(act[i], act[j]);
     }
     // At an edge the mechanisms of both orderings act, and their gradients may be dependent:
     // then the smallest-norm solution, which gives the same stress.
     Eigen::Matrix<double, Eigen::Dynamic, 6, 0, MaxMechanisms, 6> solved(a, 6);
-    if (SolveSquare(sub, adt, solved)) {
-        tangent -= dbm * solved;
-    } else {
+    if (!SolveSquare(sub, adt, solved))
         LeastSquares(sub, adt, solved);
-        tangent -= dbm * solved;
-    }
+    // A sum of a outer products at fixed size.
+    for (int i = 0; i < a; ++i)
+        tangent.noalias() -= db[act[i]] * solved.row(i);
 }
 
 bool TExplicitModel::Integrate(const TModelPoint& start, const Vec6& strainIncrement,
