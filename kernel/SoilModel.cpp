@@ -73,6 +73,18 @@ bool JacobiFrom(const Mat3& matrix, Mat3& q, double scale, Vec3& values, Mat3& v
     return converged;
 }
 
+// Whether two eigenvalues of a symmetric matrix lie within about a hundredth of its deviator's
+// size: the discriminant of the deviator's characteristic polynomial, 4 J2^3 - 27 J3^2, is the
+// product of the squared differences of the eigenvalues, which is 27 J2^3 times the square of
+// the smallest difference relative to the largest, where that is small.
+bool NearlyMeet(const Mat3& m) {
+    const double mean = m.trace() / 3.0;
+    const Mat3 s = m - mean * Mat3::Identity();
+    const double j2 = 0.5 * (s.array() * s.array()).sum();
+    const double j3 = s.determinant();
+    return !(4.0 * j2 * j2 * j2 - 27.0 * j3 * j3 > 27.0 * 1e-4 * j2 * j2 * j2);
+}
+
 } // namespace
 
 void SymmetricEigen(const Mat3& matrix, Vec3& values, Mat3& vectors, const Mat3* start) {
@@ -94,9 +106,9 @@ void SymmetricEigen(const Mat3& matrix, Vec3& values, Mat3& vectors, const Mat3*
         Mat3 q = *start;
         if (JacobiFrom(matrix, q, scale, values, vectors))
             return;
-    } else {
-        // From the axes too: a few more sweeps still cost less than the closed form, which
-        // must be polished by the rotations where two eigenvalues nearly meet (an edge).
+    } else if (NearlyMeet(matrix)) {
+        // From the axes too where two eigenvalues nearly meet (an edge): there the closed form
+        // would have to be polished by the rotations, and a few more sweeps cost less.
         Mat3 q = Mat3::Identity();
         if (JacobiFrom(matrix, q, scale, values, vectors, 8))
             return;
