@@ -35,17 +35,26 @@ bool JacobiFrom(const Mat3& matrix, Mat3& q, double scale, Vec3& values, Mat3& v
             break;
         for (int p = 0; p < 2; ++p)
             for (int r = p + 1; r < 3; ++r) {
+                // What rounding leaves off the diagonal (an edge's equal pair has nothing
+                // else) is not worth a rotation: three such stay below the target.
                 const double apr = a(p, r);
-                if (apr == 0.0)
+                if (std::abs(apr) <= 3e-16 * scale)
                     continue;
-                const double theta = (a(r, r) - a(p, p)) / (2.0 * apr);
-                // Nearly diagonal (the last sweeps from nearby directions), t = 1 / (2 theta)
-                // and c = 1 to rounding: no roots.
-                const bool small = std::abs(theta) > 1e8;
-                const double t = small ? 0.5 / theta
-                                       : (theta >= 0.0 ? 1.0 : -1.0) /
-                                             (std::abs(theta) + std::sqrt(theta * theta + 1.0));
-                const double c = small ? 1.0 : 1.0 / std::sqrt(t * t + 1.0);
+                // Nearly diagonal (every sweep from nearby directions), t = tan of the angle is
+                // x (1 - x^2) with x = a(p, r) / (a(r, r) - a(p, p)) and c = 1 - t^2 / 2, both
+                // exact to rounding where |x| is below 5e-5: one division, no roots.
+                const double gap = a(r, r) - a(p, p);
+                double t, c;
+                if (std::abs(gap) > 2e4 * std::abs(apr)) {
+                    const double x = apr / gap;
+                    t = x * (1.0 - x * x);
+                    c = 1.0 - 0.5 * t * t;
+                } else {
+                    const double theta = gap / (2.0 * apr);
+                    t = (theta >= 0.0 ? 1.0 : -1.0) /
+                        (std::abs(theta) + std::sqrt(theta * theta + 1.0));
+                    c = 1.0 / std::sqrt(t * t + 1.0);
+                }
                 const double s = t * c;
                 // a <- J^T a J with J the rotation in the plane (p, r), which takes a(p, r) to
                 // zero: of the rest only the diagonal of the plane and the third row change.
