@@ -630,10 +630,14 @@ void TExplicitModel::ContinuumTangent(const TModelPoint& point, const Vec6& stra
     VecM lambda;
     if (!SolveActiveSet(g, rhs, active, lambda))
         return;
+    // A multiplier that is rounding of the loading (neutral loading of a surface the stress lies
+    // on, as the cap along the failure line) does not act: taking it in or not would turn on the
+    // last bits of the stress. The bound is the one by which the active set drops a negative one.
     int act[MaxMechanisms];
     int a = 0;
+    const double negligible = 1e-10 * rhs.cwiseAbs().maxCoeff();
     for (int i = 0; i < n; ++i)
-        if (active[i] && lambda(i) > 0.0)
+        if (active[i] && lambda(i) * std::max(1.0, std::abs(g(i, i))) > negligible)
             act[a++] = i;
     if (a == 0)
         return;
