@@ -59,6 +59,30 @@ struct THyperbola {
     double Q(double eps1) const { return eps1 * Ei / (1 + eps1 * Ei / Qa); }
 };
 
+// A medium dense sand: E50 = Eoed = 20 MPa, Eur = 60 MPa, phi = 30, psi = 5, c = 2.
+THardeningSoilParameters Sand() {
+    THardeningSoilParameters p;
+    p.EurRef = 60000;
+    p.E50Ref = 20000;
+    p.SinPhi = 0.5;
+    p.Cohesion = 2;
+    p.SinPsi = std::sin(5 * Pi / 180);
+    p.TensionCutOff = true;
+    p.CapM = 1.15921555110421; // the cap of K0nc = 0.5, Eoed = E50
+    p.KsKc = 1.81233313806532;
+    return p;
+}
+
+// A Voigt vector turned by q; shear = 2 for engineering shear strains.
+Vec6 Turned(const Mat3& q, const Vec6& v, double shear) {
+    Mat3 m;
+    m << v(0), v(3) / shear, v(5) / shear, v(3) / shear, v(1), v(4) / shear, v(5) / shear,
+        v(4) / shear, v(2);
+    const Mat3 r = q * m * q.transpose();
+    return (Vec6() << r(0, 0), r(1, 1), r(2, 2), shear * r(0, 1), shear * r(1, 2), shear * r(2, 0))
+        .finished();
+}
+
 } // namespace
 
 TEST(HardeningSoil, DrainedPrimaryLoadingFollowsTheHyperbolaAndUnloadingEur) {
@@ -251,15 +275,7 @@ TEST(HardeningSoil, SmallStrainStiffnessAndMasingDamping) {
 // of both orderings meet) gives in any frame the rotated stress of the update in the principal
 // frame, and the tangent along the increment turned likewise.
 TEST(HardeningSoil, AnUpdateAtAnEdgeDoesNotDependOnTheFrame) {
-    THardeningSoilParameters p;
-    p.EurRef = 60000;
-    p.E50Ref = 20000;
-    p.SinPhi = 0.5;
-    p.Cohesion = 2;
-    p.SinPsi = std::sin(5 * Pi / 180);
-    p.TensionCutOff = true;
-    p.CapM = 1.15921555110421; // the cap of K0nc = 0.5, Eoed = E50
-    p.KsKc = 1.81233313806532;
+    const THardeningSoilParameters p = Sand();
     const THardeningSoil hardeningSoil(p);
     const TSoilModel& model = hardeningSoil;
     // Axial compression with equal lateral strains from an isotropic state: the stress stays on
@@ -282,16 +298,7 @@ TEST(HardeningSoil, AnUpdateAtAnEdgeDoesNotDependOnTheFrame) {
         << "plastic";
 
     const Mat3 q = Eigen::Quaterniond(0.3, -0.5, 0.7, 0.2).normalized().toRotationMatrix();
-    // Voigt vectors turned by q; shear = 2 for engineering shear strains.
-    auto turn = [&](const Vec6& v, double shear) {
-        Mat3 m;
-        m << v(0), v(3) / shear, v(5) / shear, v(3) / shear, v(1), v(4) / shear, v(5) / shear,
-            v(4) / shear, v(2);
-        const Mat3 r = q * m * q.transpose();
-        return (Vec6() << r(0, 0), r(1, 1), r(2, 2), shear * r(0, 1), shear * r(1, 2),
-                shear * r(2, 0))
-            .finished();
-    };
+    auto turn = [&](const Vec6& v, double shear) { return Turned(q, v, shear); };
     TModelPoint turned = point;
     turned.Stress = turn(point.Stress, 1.0);
     TModelPoint turnedEnd;
@@ -314,27 +321,11 @@ TEST(HardeningSoil, AnUpdateAtAnEdgeDoesNotDependOnTheFrame) {
 // 1999) and pp the cap through it, to the drift band; a surface that did not harden is not
 // crossed.
 TEST(HardeningSoil, UpdatesEndOnTheSurfacesThatActed) {
-    THardeningSoilParameters p;
-    p.EurRef = 60000;
-    p.E50Ref = 20000;
-    p.SinPhi = 0.5;
-    p.Cohesion = 2;
-    p.SinPsi = std::sin(5 * Pi / 180);
-    p.TensionCutOff = true;
-    p.CapM = 1.15921555110421; // the cap of K0nc = 0.5, Eoed = E50
-    p.KsKc = 1.81233313806532;
+    const THardeningSoilParameters p = Sand();
     const THardeningSoil hardeningSoil(p);
     const TSoilModel& model = hardeningSoil;
     const Mat3 q = Eigen::Quaterniond(0.6, 0.2, -0.4, 0.5).normalized().toRotationMatrix();
-    auto turn = [&](const Vec6& v, double shear) {
-        Mat3 m;
-        m << v(0), v(3) / shear, v(5) / shear, v(3) / shear, v(1), v(4) / shear, v(5) / shear,
-            v(4) / shear, v(2);
-        const Mat3 r = q * m * q.transpose();
-        return (Vec6() << r(0, 0), r(1, 1), r(2, 2), shear * r(0, 1), shear * r(1, 2),
-                shear * r(2, 0))
-            .finished();
-    };
+    auto turn = [&](const Vec6& v, double shear) { return Turned(q, v, shear); };
     TModelPoint point;
     point.Stress = turn((Vec6() << -100, -100, -100, 0, 0, 0).finished(), 1.0);
     model.Initialise(point);
