@@ -225,6 +225,22 @@ bool Repeats(const TMechanism* m, const int* chosen, int count, int k) {
     return false;
 }
 
+// Whether the mechanisms of a point go on smoothly over this distance (a stress) from it: its
+// principal stresses are equal (to rounding, and taken alike) or apart by more than that.
+// Without a decomposition the mechanisms take the invariants alone.
+bool SmoothAt(const TEigenCache& cache, double distance) {
+    if (!cache.Done)
+        return true;
+    const Vec3& v = cache.Values;
+    const double equal = 1e-8 * v.cwiseAbs().maxCoeff();
+    for (int i = 0; i < 2; ++i) {
+        const double gap = v(i + 1) - v(i);
+        if (gap > equal && gap <= distance)
+            return false;
+    }
+    return true;
+}
+
 } // namespace
 
 void TEigenCache::Compute(const Vec6& stress) {
@@ -257,12 +273,14 @@ TPrincipalStress::TPrincipalStress(const Vec6& stress, const Vec6* loading, TEig
     // rounding: such a pair counts as equal.
     const double tolerance = 1e-8 * values.cwiseAbs().maxCoeff();
     const bool low = values(1) - values(0) <= tolerance, high = values(2) - values(1) <= tolerance;
+    eigen.Ordered = false;
     if (loading && (low || high)) {
         Mat3 l;
         l << (*loading)(0), (*loading)(3), (*loading)(5), (*loading)(3), (*loading)(1),
             (*loading)(4), (*loading)(5), (*loading)(4), (*loading)(2);
         if (low && high) {
             // The hydrostatic axis: the loading's directions, in the order of their compression.
+            eigen.Ordered = true;
             Vec3 lv;
             SymmetricEigen(l, lv, vectors);
         } else {
@@ -273,6 +291,7 @@ TPrincipalStress::TPrincipalStress(const Vec6& stress, const Vec6* loading, TEig
             const double laa = na.dot(l * na), lbb = nb.dot(l * nb), lab = na.dot(l * nb);
             const double size = std::abs(laa) + std::abs(lbb) + std::abs(lab);
             if (std::abs(laa - lbb) + std::abs(lab) > 1e-9 * size) {
+                eigen.Ordered = true;
                 const double angle = 0.5 * std::atan2(2.0 * lab, laa - lbb);
                 const Vec3 first = std::cos(angle) * na + std::sin(angle) * nb;
                 const Vec3 second = -std::sin(angle) * na + std::cos(angle) * nb;
@@ -303,17 +322,6 @@ TPrincipalStress::TPrincipalStress(const Vec6& stress, const Vec6* loading, TEig
         Derivative[a] = Derivative[b] = projector;
         Alike = a;
     }
-}
-
-int TPrincipalStress::SwappedPair(int k) const {
-    if (Alike < 0)
-        return k;
-    auto swap = [&](int i) { return i == Alike ? Alike + 1 : i == Alike + 1 ? Alike : i; };
-    const int i = swap(PairMajor[k]), j = swap(PairMinor[k]);
-    for (int t = 0; t < 6; ++t)
-        if (PairMajor[t] == i && PairMinor[t] == j)
-            return t;
-    return k;
 }
 
 TInvariants::TInvariants(const Vec6& stress) {
@@ -393,6 +401,7 @@ struct TExplicitModel::TRate {
     std::array<bool, MaxMechanisms> Candidate{};
     std::array<bool, MaxMechanisms> Acting{}; // its multiplier came out positive
     Vec6 Loading = Vec6::Zero();              // the elastic stress increment
+    TModuli Moduli;                           // of the point
     TRate() = default;
     TRate(const TRate&) = delete; // Mechanisms may point at Own
     TRate& operator=(const TRate&) = delete;
@@ -413,11 +422,13 @@ Mat6 TExplicitModel::ElasticTangent(const TModelPoint& point) const {
 }
 
 bool TExplicitModel::Rate(const TModelPoint& point, const Vec6& strain, double time, TRate& rate,
-                          const char** fault, const TEvaluation* known,
-                          const TEigenCache* near) const {
-    TModuli moduli;
-    rate.Cache = known ? known->Cache : near ? near->Nearby() : TEigenCache();
-    TEigenCache& cache = rate.Cache;
+                          const char** fault, TEvaluation* known, const TEigenCache* near) const {
+    if (!known)
+        rate.Cache = near ? near->Nearby() : TEigenCache();
+    // A point's evaluation is worked out in place, so that a shorter substep from the same point
+    // (after one that failed) finds it done.
+    TEigenCache& cache = known ? known->Cache : rate.Cache;
+    TModuli& moduli = rate.Moduli;
     if (const char* why = Elasticity(point, cache, moduli)) {
         if (fault)
             *fault = why;
@@ -428,9 +439,13 @@ bool TExplicitModel::Rate(const TModelPoint& point, const Vec6& strain, double t
     const bool creeps = time > 0.0 && Creep(point, time, creep, creepHardening);
     const Vec6 elastic = ApplyIsotropic(moduli.G, moduli.K, creeps ? Vec6(strain - creep) : strain);
     rate.Loading = elastic;
-    if (known && known->Count >= 0) {
+    if (known) {
+        // The loading only orders equal principal stresses, and a shorter substep loads alike.
+        if (known->Count < 0)
+            known->Count = Mechanisms(point, &elastic, cache, known->Mechanisms);
         rate.Count = known->Count;
         rate.Mechanisms = known->Mechanisms;
+        rate.Cache = cache;
     } else {
         rate.Count = Mechanisms(point, &elastic, cache, rate.Own);
         rate.Mechanisms = rate.Own;
@@ -495,37 +510,62 @@ double TExplicitModel::MostViolated(const TModelPoint& point, int& count,
 }
 
 bool TExplicitModel::CorrectDrift(TModelPoint& point, const std::array<bool, MaxMechanisms>& acting,
-                                  const Vec6* loading, TEvaluation& evaluation) const {
+                                  const Vec6* loading, TEvaluation& evaluation,
+                                  const TModelPoint& nearPoint, const TRate& nearRate) const {
     // A stress outside a surface is brought back onto it, and one that a mechanism acting in
     // the substep left a little inside is brought onto it too (Sloan et al.: the correction
     // keeps |f| within the tolerance), along the plastic directions of the mechanisms concerned,
     // with their hardening. The evaluation's cache comes with the directions of a stress nearby,
     // and leaves with those of the point, or with the point's mechanisms when it is settled.
-    TMechanism* m = evaluation.Mechanisms;
+    //
+    // The first round needs no evaluation of the point: its functions are those of the nearby
+    // point (the Euler point of the substep, which lies within the substep's error of it) carried
+    // over to first order, and the correction takes that point's gradients and moduli. What the
+    // first order leaves is of the square of that distance, far below the band, so the point's
+    // own evaluation, which the next substep needs anyway, finds it settled nearly always; where
+    // it does not, the rounds go on from the point's own mechanisms.
+    TMechanism* own = evaluation.Mechanisms;
     evaluation.Count = -1;
     const auto places = HardeningPlaces();
-    for (int round = 0; round < 6; ++round) {
+    Vec6 moved = point.Stress - nearPoint.Stress;
+    THardening hardened = THardening::Zero();
+    for (int i = 0; i < MaxHardening; ++i)
+        if (places[i] >= 0)
+            hardened(i) = point.History[places[i]] - nearPoint.History[places[i]];
+    // Principal stresses that nearly meet turn their directions fast (the second order grows
+    // as the square of the distance over the gap), and an equal pair taken along the loading
+    // is not smooth at all: there the first round looks at the point itself.
+    const double reach = 100.0 * moved.squaredNorm() /
+                         (Drift * (point.Stress.cwiseAbs().maxCoeff() + StressScale()));
+    const bool carry = !nearRate.Cache.Ordered && SmoothAt(nearRate.Cache, reach);
+    for (int round = carry ? -1 : 0; round < 6; ++round) {
+        const bool carried = round < 0;
         TEigenCache& cache = evaluation.Cache;
-        const int count = Mechanisms(point, loading, cache, m);
+        const TMechanism* m = carried ? nearRate.Mechanisms : own;
+        const int count = carried ? nearRate.Count : Mechanisms(point, loading, cache, own);
+        double f[MaxMechanisms];
+        for (int k = 0; k < count; ++k)
+            f[k] = carried ? m[k].F + m[k].A.dot(moved) + m[k].DFDH.dot(hardened) : m[k].F;
         const double scale = point.Stress.cwiseAbs().maxCoeff() + StressScale();
         int idx[MaxMechanisms];
         int n = 0;
         bool off = false;
         for (int k = 0; k < count; ++k) {
-            const bool outside = m[k].F > Drift * scale;
-            const bool inside =
-                acting[k] && m[k].F < -Drift * scale && m[k].F >= -Candidate * scale;
-            if ((outside || inside || (acting[k] && m[k].F >= -Candidate * scale)) &&
+            const bool outside = f[k] > Drift * scale;
+            const bool inside = acting[k] && f[k] < -Drift * scale && f[k] >= -Candidate * scale;
+            if ((outside || inside || (acting[k] && f[k] >= -Candidate * scale)) &&
                 !Repeats(m, idx, n, k))
                 idx[n++] = k;
             off = off || outside || inside;
         }
+        if (!off && carried)
+            continue; // the point's own evaluation decides
         if (!off) {
             evaluation.Count = count; // what the point's next evaluation will find
             return true;
         }
-        TModuli moduli;
-        if (Elasticity(point, cache, moduli))
+        TModuli moduli = nearRate.Moduli;
+        if (!carried && Elasticity(point, cache, moduli))
             return false;
         MatM g(n, n);
         VecM rhs(n);
@@ -533,7 +573,7 @@ bool TExplicitModel::CorrectDrift(TModelPoint& point, const std::array<bool, Max
         for (int j = 0; j < n; ++j)
             db[j] = ApplyIsotropic(moduli.G, moduli.K, m[idx[j]].B);
         for (int i = 0; i < n; ++i) {
-            rhs(i) = m[idx[i]].F;
+            rhs(i) = f[idx[i]];
             for (int j = 0; j < n; ++j)
                 g(i, j) = m[idx[i]].A.dot(db[j]) - m[idx[i]].DFDH.dot(m[idx[j]].Rate);
         }
@@ -550,7 +590,8 @@ bool TExplicitModel::CorrectDrift(TModelPoint& point, const std::array<bool, Max
                 if (places[i] >= 0)
                     point.History[places[i]] += lambda(j) * m[idx[j]].Rate(i);
         }
-        cache = cache.Nearby(); // the point has moved
+        if (!carried)
+            cache = cache.Nearby(); // the point has moved
     }
     return false;
 }
@@ -563,7 +604,7 @@ void TExplicitModel::ContinuumTangent(const TModelPoint& point, const Vec6& stra
     tangent = ElasticStiffness(moduli.G, 0.5 * (3.0 * moduli.K - 2.0 * moduli.G) /
                                              (3.0 * moduli.K + moduli.G));
     TMechanism own[MaxMechanisms];
-    const Vec6 elastic = tangent * strain;
+    const Vec6 elastic = ApplyIsotropic(moduli.G, moduli.K, strain);
     const bool reuse = known && known->Count >= 0;
     const TMechanism* m = reuse ? known->Mechanisms : own;
     const int count = reuse ? known->Count : Mechanisms(point, &elastic, cache, own);
@@ -589,32 +630,33 @@ void TExplicitModel::ContinuumTangent(const TModelPoint& point, const Vec6& stra
     VecM lambda;
     if (!SolveActiveSet(g, rhs, active, lambda))
         return;
+    // A multiplier that is rounding of the loading (neutral loading of a surface the stress lies
+    // on, as the cap along the failure line) does not act: taking it in or not would turn on the
+    // last bits of the stress. The bound is the one by which the active set drops a negative one.
     int act[MaxMechanisms];
     int a = 0;
+    const double negligible = 1e-10 * rhs.cwiseAbs().maxCoeff();
     for (int i = 0; i < n; ++i)
-        if (active[i] && lambda(i) > 0.0)
+        if (active[i] && lambda(i) * std::max(1.0, std::abs(g(i, i))) > negligible)
             act[a++] = i;
     if (a == 0)
         return;
     // D - (D B) (A^T D B + H)^-1 (A^T D), over the acting mechanisms.
     MatM sub(a, a);
     Eigen::Matrix<double, Eigen::Dynamic, 6, 0, MaxMechanisms, 6> adt(a, 6);
-    Eigen::Matrix<double, 6, Eigen::Dynamic, 0, 6, MaxMechanisms> dbm(6, a);
     for (int i = 0; i < a; ++i) {
-        adt.row(i) = (tangent * m[idx[act[i]]].A).transpose(); // D is symmetric
-        dbm.col(i) = db[act[i]];
+        adt.row(i) = ApplyIsotropic(moduli.G, moduli.K, m[idx[act[i]]].A).transpose(); // D A
         for (int j = 0; j < a; ++j)
             sub(i, j) = g(act[i], act[j]);
     }
     // At an edge the mechanisms of both orderings act, and their gradients may be dependent:
     // then the smallest-norm solution, which gives the same stress.
     Eigen::Matrix<double, Eigen::Dynamic, 6, 0, MaxMechanisms, 6> solved(a, 6);
-    if (SolveSquare(sub, adt, solved)) {
-        tangent -= dbm * solved;
-    } else {
+    if (!SolveSquare(sub, adt, solved))
         LeastSquares(sub, adt, solved);
-        tangent -= dbm * solved;
-    }
+    // A sum of a outer products at fixed size.
+    for (int i = 0; i < a; ++i)
+        tangent.noalias() -= db[act[i]] * solved.row(i);
 }
 
 bool TExplicitModel::Integrate(const TModelPoint& start, const Vec6& strainIncrement,
@@ -715,7 +757,7 @@ bool TExplicitModel::Integrate(const TModelPoint& start, const Vec6& strainIncre
         for (int k = 0; k < second.Count; ++k)
             acting[k] = first.Acting[k] || second.Acting[k];
         evaluation.Cache = second.Cache.Nearby();
-        CorrectDrift(end, acting, &second.Loading, evaluation);
+        CorrectDrift(end, acting, &second.Loading, evaluation, euler, second);
         done += size;
         size *= error > 0.0 ? std::min(0.9 * std::sqrt(SubstepTolerance / error), 2.0) : 2.0;
     }

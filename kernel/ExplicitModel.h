@@ -39,6 +39,9 @@ struct TEigenCache {
     bool Near = false;           // not done, but Vectors are those of a stress nearby
     Vec3 Values = Vec3::Zero();  // ascending, tension positive
     Mat3 Vectors = Mat3::Zero(); // as columns
+    // An equal pair (or all three) taken along the directions of a loading: there the
+    // mechanisms of the orderings do not change smoothly with the stress.
+    bool Ordered = false;
     void Compute(const Vec6& stress);
     // The cache of a stress near this one (the next point of a substep, of a correction): its
     // decomposition starts from these directions.
@@ -63,6 +66,13 @@ struct TPrincipalStress {
 // major and minor stress).
 constexpr int PairMajor[6] = {0, 0, 1, 1, 2, 2};
 constexpr int PairMinor[6] = {2, 1, 2, 0, 1, 0};
+
+inline int TPrincipalStress::SwappedPair(int k) const {
+    // The pairs above with stresses 0 and 1 swapped, and with 1 and 2 swapped (a table: the
+    // mechanisms ask for every pair at every evaluation).
+    constexpr int swapped[2][6] = {{2, 3, 0, 1, 5, 4}, {1, 0, 4, 5, 2, 3}};
+    return Alike < 0 ? k : swapped[Alike][k];
+}
 
 // Invariants in compression-positive form: p = -(sxx + syy + szz) / 3 and the von Mises q, with
 // their gradients with respect to the Voigt stress.
@@ -180,15 +190,16 @@ private:
         TMechanism Mechanisms[MaxMechanisms];
         int Count = -1; // not valid
     };
-    // The rate at a point, from what an evaluation knows of it, else from the directions of a
-    // decomposition nearby, where given.
+    // The rate at a point, from what an evaluation knows of it (what it does not know yet is
+    // worked out into it), else from the directions of a decomposition nearby, where given.
     bool Rate(const TModelPoint& point, const Vec6& strain, double time, TRate& rate,
-              const char** fault, const TEvaluation* known = nullptr,
+              const char** fault, TEvaluation* known = nullptr,
               const TEigenCache* near = nullptr) const;
     void Advance(TModelPoint& point, const TRate& rate, double fraction) const;
     double MostViolated(const TModelPoint& point, int& count, TMechanism* mechanisms) const;
     bool CorrectDrift(TModelPoint& point, const std::array<bool, MaxMechanisms>& acting,
-                      const Vec6* loading, TEvaluation& evaluation) const;
+                      const Vec6* loading, TEvaluation& evaluation, const TModelPoint& nearPoint,
+                      const TRate& nearRate) const;
     void ContinuumTangent(const TModelPoint& point, const Vec6& strain, Mat6& tangent,
                           const TEvaluation* known) const;
 

@@ -72,14 +72,24 @@ THardeningSoil::THardeningSoil(const THardeningSoilParameters& p) : FP(p) {
     FEiRef = 2.0 * p.E50Ref / (2.0 - p.Rf);
     const double ks = p.EurRef / (3.0 * (1.0 - 2.0 * p.NuUr));
     FH = ks / (p.KsKc - 1.0);
+    FFailureFactor = 2.0 / (1.0 - p.SinPhi);
+    FInverseRf = 1.0 / p.Rf;
+    FAsymptoteSlope = 2.0 * p.SinPhi / ((1.0 - p.SinPhi) * p.Rf);
+    FEurRefInverse = 1.0 / p.EurRef;
+    // Without strength the stiffness follows s3 itself.
+    const double cc = p.Cohesion * FCosPhi;
+    const double reference = cc + p.PRef * p.SinPhi;
+    FStiffnessOffset = reference > 0.0 ? cc : 0.0;
+    FStiffnessSlope = reference > 0.0 ? p.SinPhi : 1.0;
+    FStiffnessScale = reference > 0.0 ? reference : p.PRef;
     // The stiffness law's pressure s3 + c cot phi (s3 itself without friction) does not fall
     // below the floor, and a normally consolidated sample at zero stress starts with the cap of
     // the floor: a cap of almost no size hardens almost not at all (H (pp / p_ref)^m), and the
     // first load from zero stress would take endless substeps to grow it.
-    const double reference = p.Cohesion * FCosPhi + p.PRef * p.SinPhi;
     const double floorBase =
         reference > 0.0 ? p.PressureFloor * p.SinPhi / reference : p.PressureFloor / p.PRef;
     FSmallestBase = std::max(SmallestStiffnessBase, floorBase);
+    FSmallestStiffness = Power(FSmallestBase, p.PowerM);
     FSmallestCap = p.PressureFloor;
     for (int k = 0; k < 6; ++k) {
         FCapDirection[k] = Vec3::Zero();
@@ -90,21 +100,16 @@ THardeningSoil::THardeningSoil(const THardeningSoilParameters& p) : FP(p) {
 }
 
 double THardeningSoil::StiffnessFactor(double s3, double* derivative) const {
-    const double cc = FP.Cohesion * FCosPhi;
-    const double reference = cc + FP.PRef * FP.SinPhi;
-    // Without strength the stiffness follows s3 itself.
-    const double scale = reference > 0.0 ? reference : FP.PRef;
-    const double slope = reference > 0.0 ? FP.SinPhi : 1.0;
-    const double base = reference > 0.0 ? (cc + s3 * FP.SinPhi) / reference : s3 / FP.PRef;
     if (derivative)
         *derivative = 0.0;
     if (FP.PowerM == 0.0)
         return 1.0;
+    const double base = (FStiffnessOffset + s3 * FStiffnessSlope) / FStiffnessScale;
     if (base <= FSmallestBase)
-        return Power(FSmallestBase, FP.PowerM);
+        return FSmallestStiffness;
     const double f = Power(base, FP.PowerM);
     if (derivative)
-        *derivative = FP.PowerM * f / base * slope / scale;
+        *derivative = FP.PowerM * f / base * FStiffnessSlope / FStiffnessScale;
     return f;
 }
 
@@ -194,20 +199,24 @@ int THardeningSoil::Mechanisms(const TModelPoint& point, const Vec6* loading, TE
         const double f3 = stiffness[j];
         const double eur = FP.EurRef * f3;
         const double ei = FEiRef * f3;
-        const double qf = 2.0 * (s(j) * sinPhi + cc) / (1.0 - sinPhi);
+        const double qf = (s(j) * sinPhi + cc) * FFailureFactor;
         // A pair in the order against its stresses (q < 0) does not act: its hyperbola is not
         // defined there.
         if (qf > 0.0 && s(i) >= s(j)) {
-            const double qa = qf / FP.Rf;
-            const double dqa = 2.0 * sinPhi / ((1.0 - sinPhi) * FP.Rf);
+            // (Divisions are few here: the mechanisms are evaluated many times a step.)
+            const double qa = qf * FInverseRf;
+            const double dqa = FAsymptoteSlope;
             const double q = s(i) - s(j);
             const double limit = std::min(qf, 0.999 * qa);
             const bool clamped = q > limit;
             const double x = clamped ? limit : q;
             const double r = 1.0 - x / qa;
-            const double fbar = 2.0 * x / (ei * r) - 2.0 * x / eur;
-            const double dx = 2.0 / (ei * r * r) - 2.0 / eur;
-            const double dqaTerm = -2.0 * x * x / (ei * qa * qa * r * r);
+            const double eiR = 1.0 / (ei * r); // 1 / (Ei r)
+            const double eurInverse = FEurRefInverse / f3;
+            const double fbar = 2.0 * x * (eiR - eurInverse);
+            const double dx = 2.0 * (eiR / r - eurInverse);
+            const double xOverQa = x / qa;
+            const double dqaTerm = -2.0 * xOverQa * xOverQa * eiR / r;
             Vec3 a = Vec3::Zero();
             if (clamped) {
                 const double dlimit = qf < 0.999 * qa ? dqa * FP.Rf : 0.999 * dqa;

@@ -107,6 +107,18 @@ private:
     double FH;            // cap hardening modulus
     double FSmallestBase; // of the stiffness law
     double FSmallestCap;
+    // Of the shear hardening: qf = (s3 sin phi + c cos phi) FFailureFactor, qa = qf FInverseRf,
+    // d qa / d s3 = FAsymptoteSlope, and 1 / Eur_ref.
+    double FFailureFactor;
+    double FInverseRf;
+    double FAsymptoteSlope;
+    double FEurRefInverse;
+    // F(s3) = ((offset + s3 slope) / scale)^m, not below FSmallestStiffness (worked out once: it
+    // is evaluated many times a step).
+    double FStiffnessOffset;
+    double FStiffnessSlope;
+    double FStiffnessScale;
+    double FSmallestStiffness;
     // d qt / d s of the cap in each ordering of the principal stresses (worked out once: the
     // mechanisms are evaluated many times a step).
     Vec3 FCapDirection[6];

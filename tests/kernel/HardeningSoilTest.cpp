@@ -59,6 +59,30 @@ struct THyperbola {
     double Q(double eps1) const { return eps1 * Ei / (1 + eps1 * Ei / Qa); }
 };
 
+// A medium dense sand: E50 = Eoed = 20 MPa, Eur = 60 MPa, phi = 30, psi = 5, c = 2.
+THardeningSoilParameters Sand() {
+    THardeningSoilParameters p;
+    p.EurRef = 60000;
+    p.E50Ref = 20000;
+    p.SinPhi = 0.5;
+    p.Cohesion = 2;
+    p.SinPsi = std::sin(5 * Pi / 180);
+    p.TensionCutOff = true;
+    p.CapM = 1.15921555110421; // the cap of K0nc = 0.5, Eoed = E50
+    p.KsKc = 1.81233313806532;
+    return p;
+}
+
+// A Voigt vector turned by q; shear = 2 for engineering shear strains.
+Vec6 Turned(const Mat3& q, const Vec6& v, double shear) {
+    Mat3 m;
+    m << v(0), v(3) / shear, v(5) / shear, v(3) / shear, v(1), v(4) / shear, v(5) / shear,
+        v(4) / shear, v(2);
+    const Mat3 r = q * m * q.transpose();
+    return (Vec6() << r(0, 0), r(1, 1), r(2, 2), shear * r(0, 1), shear * r(1, 2), shear * r(2, 0))
+        .finished();
+}
+
 } // namespace
 
 TEST(HardeningSoil, DrainedPrimaryLoadingFollowsTheHyperbolaAndUnloadingEur) {
@@ -251,15 +275,7 @@ TEST(HardeningSoil, SmallStrainStiffnessAndMasingDamping) {
 // of both orderings meet) gives in any frame the rotated stress of the update in the principal
 // frame, and the tangent along the increment turned likewise.
 TEST(HardeningSoil, AnUpdateAtAnEdgeDoesNotDependOnTheFrame) {
-    THardeningSoilParameters p;
-    p.EurRef = 60000;
-    p.E50Ref = 20000;
-    p.SinPhi = 0.5;
-    p.Cohesion = 2;
-    p.SinPsi = std::sin(5 * Pi / 180);
-    p.TensionCutOff = true;
-    p.CapM = 1.15921555110421; // the cap of K0nc = 0.5, Eoed = E50
-    p.KsKc = 1.81233313806532;
+    const THardeningSoilParameters p = Sand();
     const THardeningSoil hardeningSoil(p);
     const TSoilModel& model = hardeningSoil;
     // Axial compression with equal lateral strains from an isotropic state: the stress stays on
@@ -282,16 +298,7 @@ TEST(HardeningSoil, AnUpdateAtAnEdgeDoesNotDependOnTheFrame) {
         << "plastic";
 
     const Mat3 q = Eigen::Quaterniond(0.3, -0.5, 0.7, 0.2).normalized().toRotationMatrix();
-    // Voigt vectors turned by q; shear = 2 for engineering shear strains.
-    auto turn = [&](const Vec6& v, double shear) {
-        Mat3 m;
-        m << v(0), v(3) / shear, v(5) / shear, v(3) / shear, v(1), v(4) / shear, v(5) / shear,
-            v(4) / shear, v(2);
-        const Mat3 r = q * m * q.transpose();
-        return (Vec6() << r(0, 0), r(1, 1), r(2, 2), shear * r(0, 1), shear * r(1, 2),
-                shear * r(2, 0))
-            .finished();
-    };
+    auto turn = [&](const Vec6& v, double shear) { return Turned(q, v, shear); };
     TModelPoint turned = point;
     turned.Stress = turn(point.Stress, 1.0);
     TModelPoint turnedEnd;
@@ -306,4 +313,55 @@ TEST(HardeningSoil, AnUpdateAtAnEdgeDoesNotDependOnTheFrame) {
     // derivative.)
     const Vec6 expected = turn(tangent * increment, 1.0);
     EXPECT_LT((turnedTangent * turn(increment, 2.0) - expected).norm(), 1e-6 * expected.norm());
+}
+
+// The drift of every substep is corrected onto the surfaces that acted in it (Sloan, Abbo and
+// Sheng 2001): after each update of a loading that hardens the shear surface and the cap, in
+// general directions, gamma_p is the shear function of the stress (Schanz, Vermeer and Bonnier
+// 1999) and pp the cap through it, to the drift band; a surface that did not harden is not
+// crossed.
+TEST(HardeningSoil, UpdatesEndOnTheSurfacesThatActed) {
+    const THardeningSoilParameters p = Sand();
+    const THardeningSoil hardeningSoil(p);
+    const TSoilModel& model = hardeningSoil;
+    const Mat3 q = Eigen::Quaterniond(0.6, 0.2, -0.4, 0.5).normalized().toRotationMatrix();
+    auto turn = [&](const Vec6& v, double shear) { return Turned(q, v, shear); };
+    TModelPoint point;
+    point.Stress = turn((Vec6() << -100, -100, -100, 0, 0, 0).finished(), 1.0);
+    model.Initialise(point);
+    // Compression with some volume change, and the same with a lateral stretch (shear first).
+    const Vec6 increments[2] = {(Vec6() << -1e-4, 1e-5, 2e-5, 0, 0, 0).finished(),
+                                (Vec6() << -1e-4, 4e-5, 3e-5, 0, 0, 0).finished()};
+    int shearActed = 0, capActed = 0;
+    for (const Vec6& increment : increments) {
+        TModelPoint state = point;
+        for (int step = 0; step < 40; ++step) {
+            TModelPoint end;
+            ASSERT_TRUE(model.Integrate(state, turn(increment, 2.0), 0.0, end, nullptr));
+            if (model.YieldValue(end.Stress) > -1e-3 * p.PRef)
+                break; // at failure the shear hyperbola is cut off
+            const Vec3 s = TPrincipalStress(end.Stress).S;
+            const double gammaP = end.History[THardeningSoil::hGammaP];
+            const double pp = end.History[THardeningSoil::hCapPressure];
+            // The band of the functions (in stress units; the shear function is gamma_p times
+            // Eur), with room for rounding.
+            const double band = 2e-10 * (end.Stress.cwiseAbs().maxCoeff() + p.PRef);
+            const double shearBand = band / (p.EurRef * hardeningSoil.StiffnessFactor(s(2)));
+            const double shear = hardeningSoil.ShearFunction(s, 0, 2);
+            const double cap = hardeningSoil.CapPressure(end.Stress);
+            EXPECT_LE(shear, gammaP + shearBand) << step;
+            EXPECT_LE(cap, pp + band) << step;
+            if (gammaP > state.History[THardeningSoil::hGammaP]) {
+                ++shearActed;
+                EXPECT_NEAR(shear, gammaP, shearBand) << step;
+            }
+            if (pp > state.History[THardeningSoil::hCapPressure]) {
+                ++capActed;
+                EXPECT_NEAR(cap, pp, band) << step;
+            }
+            state = end;
+        }
+    }
+    EXPECT_GT(shearActed, 20);
+    EXPECT_GT(capActed, 10);
 }
