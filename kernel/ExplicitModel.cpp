@@ -701,7 +701,11 @@ bool TExplicitModel::Integrate(const TModelPoint& start, const Vec6& strainIncre
             double lo = 0.0, hi = 1.0, flo = before, fhi = violation;
             double cut = 0.5;
             for (int i = 0; i < 12; ++i) {
-                cut = lo + (hi - lo) * flo / (flo - fhi);
+                // A mechanism not acting at one end has no function there (-HUGE_VAL): regula
+                // falsi would divide infinity by infinity, so such a bracket is halved.
+                cut = std::isfinite(flo) && std::isfinite(fhi) && flo < fhi
+                          ? lo + (hi - lo) * flo / (flo - fhi)
+                          : 0.5 * (lo + hi);
                 TModelPoint p = end;
                 Advance(p, first, cut);
                 TEigenCache cache = first.Cache.Nearby();
