@@ -33,6 +33,16 @@ std::string ObjectName(const TKovObject* object) {
     return accessor ? accessor->GetCommandsCompatibleObjectName(*object) : object->Name();
 }
 
+// The test a tool command names first; nullptr, with the command's error, when it names none.
+TQBTestBase* TestParameter(const TCommandParameterList& parameters, TCommandOutput& output) {
+    TKovObject* target = TComParOrIPKovObject::GetObject(*parameters[0]);
+    auto* test = dynamic_cast<TQBTestBase*>(target);
+    if (!test)
+        output.InitializeAsError(cecExecutionFailed,
+                                 Format(Translate("%s is not a test object"), ObjectName(target)));
+    return test;
+}
+
 } // namespace
 
 // ---------------------------------------------------------------------------------------------
@@ -47,13 +57,9 @@ TOAQBCalculationTools::TOAQBCalculationTools() : TOAKovObject(TQBCalculationTool
 void TOAQBCalculationTools::ComCalculate(TKovObject* object,
                                          const TCommandParameterList& parameters,
                                          TCommandOutput& output, bool predict) const {
-    TKovObject* target = TComParOrIPKovObject::GetObject(*parameters[0]);
-    auto* test = dynamic_cast<TQBTestBase*>(target);
-    if (!test) {
-        output.InitializeAsError(cecExecutionFailed,
-                                 Format(Translate("%s is not a test object"), ObjectName(target)));
+    TQBTestBase* test = TestParameter(parameters, output);
+    if (!test)
         return;
-    }
     if (predict)
         return;
     TQBProject* project = static_cast<TQBCalculationTools&>(*object).ParentProject();
@@ -119,13 +125,10 @@ std::string TOAQBSaveTools::TestFileName(const std::string& name) {
 
 void TOAQBSaveTools::ComSave(TKovObject*, const TCommandParameterList& parameters,
                              TCommandOutput& output, bool predict) const {
-    TKovObject* target = TComParOrIPKovObject::GetObject(*parameters[0]);
-    const auto* test = dynamic_cast<const TQBTestBase*>(target);
-    if (!test) {
-        output.InitializeAsError(cecExecutionFailed,
-                                 Format(Translate("%s is not a test object"), ObjectName(target)));
+    const TQBTestBase* test = TestParameter(parameters, output);
+    if (!test)
         return;
-    }
+    TKovObject* target = TComParOrIPKovObject::GetObject(*parameters[0]);
     if (!test->HasResults()) {
         output.InitializeAsError(cecExecutionFailed, Translate("There is no testdata to save."));
         return;
@@ -159,13 +162,10 @@ void TOAQBSaveTools::ComSave(TKovObject*, const TCommandParameterList& parameter
 void TOAQBSaveTools::ComLoadConfiguration(TKovObject* object,
                                           const TCommandParameterList& parameters,
                                           TCommandOutput& output, bool predict) const {
-    TKovObject* target = TComParOrIPKovObject::GetObject(*parameters[0]);
-    auto* test = dynamic_cast<TQBTestBase*>(target);
-    if (!test) {
-        output.InitializeAsError(cecExecutionFailed,
-                                 Format(Translate("%s is not a test object"), ObjectName(target)));
+    TQBTestBase* test = TestParameter(parameters, output);
+    if (!test)
         return;
-    }
+    TKovObject* target = test;
     const std::string fileName = Trim(TComParOrIPText::GetValue(*parameters[1]));
     std::error_code error;
     if (!std::filesystem::is_regular_file(fileName, error)) {
