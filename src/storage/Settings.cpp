@@ -21,7 +21,7 @@ namespace tw {
 namespace fs = std::filesystem;
 
 std::string SettingsFolder() {
-    // The base directory specification ignores a relative XDG_CONFIG_HOME.
+    // The XDG base directory rules ignore a relative XDG_CONFIG_HOME.
     const char* config = std::getenv("XDG_CONFIG_HOME");
     if (config && *config == '/')
         return (fs::path(config) / "tarnwick").string();

@@ -41,7 +41,6 @@ struct ConfigurationsFixture : ::testing::Test {
     }
 };
 
-
 } // namespace
 
 TEST(ConfigurationStore, KeepsConfigurationsUnderTheUsersDataFolder) {
