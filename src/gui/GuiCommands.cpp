@@ -37,28 +37,42 @@ private:
 
 TGuiCommands::TGuiCommands(TQBProject& project) : FProject(project) {}
 
-bool TGuiCommands::Run(const std::string& line) {
+TGuiCommands::TOutcome TGuiCommands::Interpret(const std::string& line, bool& told) {
     FLastError.clear();
-    bool success = false;
+    TOutcome outcome;
     TCountedMessages counted(UserMessages());
     IUserMessages* previous = SetUserMessages(&counted);
     try {
-        int32_t position = -1;
         std::string error, additional;
-        success = Interpreter().Interpret(line, position, error, additional);
-        if (!success) {
+        outcome.Success = Interpreter().Interpret(line, outcome.ErrorPosition, error, additional);
+        if (outcome.Success) {
+            outcome.Text = additional;
+        } else {
             FLastError = error.empty() ? additional : error;
             if (!error.empty() && !additional.empty() && additional != error)
                 FLastError += "\n" + additional;
+            outcome.Text = FLastError;
         }
     } catch (const std::exception& e) {
-        FLastError = e.what();
+        FLastError = outcome.Text = e.what();
     }
     SetUserMessages(previous);
-    if (!success && counted.Count == 0)
-        UserMessages().ShowMessage(FLastError, MessageTitle);
+    told = counted.Count > 0;
     FObservable.NotifyObservers(this);
-    return success;
+    return outcome;
+}
+
+bool TGuiCommands::Run(const std::string& line) {
+    bool told = false;
+    const TOutcome outcome = Interpret(line, told);
+    if (!outcome.Success && !told)
+        UserMessages().ShowMessage(FLastError, MessageTitle);
+    return outcome.Success;
+}
+
+TGuiCommands::TOutcome TGuiCommands::RunTyped(const std::string& line) {
+    bool told = false;
+    return Interpret(line, told);
 }
 
 bool TGuiCommands::Run(const std::string& command, const std::vector<TVarRec>& values) {

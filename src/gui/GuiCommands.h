@@ -30,6 +30,14 @@ public:
     // unless the command has shown a message itself, and answers false; an exception of the
     // command's code is shown the same way.
     bool Run(const std::string& line);
+    // A line the user typed on the command line: its failure is not shown in a box but comes
+    // back with the rest of the outcome, for the command line to show.
+    struct TOutcome {
+        bool Success = false;
+        int32_t ErrorPosition = -1; // in the line, from 1; -1 where the command gives none
+        std::string Text;           // what the command answered, or why it failed
+    };
+    TOutcome RunTyped(const std::string& line);
     // A command by name with its parameters written by the interpreter.
     bool Run(const std::string& command, const std::vector<TVarRec>& values);
     // `set` on a property: numbers with a unit in the project's presentation units, enumerations
@@ -53,6 +61,9 @@ public:
     TObservable& Observable() { return FObservable; }
 
 private:
+    // Runs a line; `told` says whether the command showed the user a message itself.
+    TOutcome Interpret(const std::string& line, bool& told);
+
     TQBProject& FProject;
     std::string FLastError;
     TObservable FObservable{this};

@@ -1,5 +1,6 @@
 #include "gui/MainWindow.h"
 
+#include "gui/CommandLineFrame.h"
 #include "gui/MaterialPanel.h"
 #include "gui/ProgressWindow.h"
 #include "gui/QtText.h"
@@ -107,6 +108,13 @@ TMainWindow::TMainWindow(TQBProject& project, const std::string& hostText, QWidg
     dock->setWidget(FMaterialPanel);
     addDockWidget(Qt::LeftDockWidgetArea, dock);
     FMaterialPanel->SetMaterial(project.MainMaterialX());
+    // The command line below the pages: what the window does by menus, typed.
+    FCommandLineDock = new QDockWidget(Tr("Command line"), this);
+    FCommandLineDock->setObjectName("CommandLineDock");
+    FCommandLine = new TCommandLineFrame(*FCommands, FCommandLineDock);
+    FCommandLineDock->setWidget(FCommandLine);
+    addDockWidget(Qt::BottomDockWidgetArea, FCommandLineDock);
+    resizeDocks({FCommandLineDock}, {140}, Qt::Vertical);
 
     SetFileDialogs(
         [this] {
@@ -289,7 +297,13 @@ void TMainWindow::CreateMenus() {
     options->addAction(Action("actEnableSuction"));
     if (QAction* thermal = Action("actEnableThermal"))
         options->addAction(thermal);
-    menuBar()->addMenu(Tr("Expert"))->addAction(Action("actCommandHistory"));
+    QMenu* expert = menuBar()->addMenu(Tr("Expert"));
+    QAction* commandLine = FCommandLineDock->toggleViewAction();
+    commandLine->setObjectName("actCommandLine");
+    commandLine->setStatusTip(Tr("Show or hide the command line"));
+    FActions.push_back(commandLine);
+    expert->addAction(commandLine);
+    expert->addAction(Action("actCommandHistory"));
     QMenu* help = menuBar()->addMenu(Tr("Help"));
     help->addAction(Action("actManuals"));
     help->addAction(Action("actCommandReference"));

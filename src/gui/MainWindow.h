@@ -10,6 +10,8 @@
 
 #include <QMainWindow>
 
+class QDockWidget;
+
 #include <functional>
 #include <memory>
 #include <string>
@@ -23,6 +25,7 @@ namespace tw {
 
 class TConfigurationStore;
 class TTarnwickSettings;
+class TCommandLineFrame;
 class TMaterialPanel;
 class TTestPage;
 
@@ -40,6 +43,7 @@ public:
     TQBProject& Project() const { return FProject; }
     TGuiCommands& Commands() const { return *FCommands; }
     TMaterialPanel& MaterialPanel() const { return *FMaterialPanel; }
+    TCommandLineFrame& CommandLine() const { return *FCommandLine; }
     int PageCount() const { return static_cast<int>(FPages.size()); }
     TTestPage& Page(int index) const { return *FPages.at(index); }
     TTestPage& CurrentPage() const;
@@ -118,6 +122,8 @@ private:
     std::unique_ptr<TQBAdvancedOption> FThermal;
     QTabWidget* FTabs;
     TMaterialPanel* FMaterialPanel;
+    QDockWidget* FCommandLineDock = nullptr;
+    TCommandLineFrame* FCommandLine = nullptr;
     std::vector<TTestPage*> FPages;
     std::vector<QAction*> FActions;
     QActionGroup* FKernelGroup = nullptr;

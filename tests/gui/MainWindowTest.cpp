@@ -5,6 +5,7 @@
 #include "GuiTestSupport.h"
 
 #include "gui/ChartsArea.h"
+#include "gui/CommandLineFrame.h"
 #include "gui/MaterialPanel.h"
 #include "gui/ProgressWindow.h"
 #include "gui/PropertyEditors.h"
@@ -194,6 +195,54 @@ TEST_F(GuiFixture, TheFailureEnvelopeChoiceIsKeptBetweenSessions) {
     Window.reset();
     std::ofstream(file) << "<Settings><broken";
     EXPECT_EQ(OpenWindow().Page(0).ChartsFrame().FailureLines(), adCurrent);
+}
+
+// The command line: a typed line runs as a command of the history and one undo step, its answer
+// stands in the session; a failing line shows no box, stays in the editor with the caret where
+// the interpreter stopped; Up and Down walk the lines typed.
+TEST_F(GuiFixture, TheCommandLineRunsTypedLinesAndKeepsAFailingOneForMending) {
+    TMainWindow& window = OpenWindow();
+    TCommandLineFrame& line = window.CommandLine();
+    ASSERT_NE(window.Action("actCommandLine"), nullptr);
+    QTest::keyClicks(&line.Editor(), "set Triaxial_1.CellPressure 150");
+    QTest::keyClick(&line.Editor(), Qt::Key_Return);
+    EXPECT_DOUBLE_EQ(Project->TriaxialTest()->GetInitialEffectiveStress(ldXX), -150e3);
+    EXPECT_TRUE(line.Editor().text().isEmpty());
+    EXPECT_EQ(window.Commands().SuccessfulCommands().GetCommand(
+                  window.Commands().SuccessfulCommands().Count() - 1),
+              "set Triaxial_1.CellPressure 150");
+    // The frame's input field follows, and the line is one step to undo.
+    EXPECT_EQ(
+        qobject_cast<QLineEdit*>(window.Page(0).ConfigFrame()->Form().EditorOf("CellPressure"))
+            ->text(),
+        "150");
+    EXPECT_TRUE(window.Action("actUndo")->isEnabled());
+
+    line.Editor().setText("echo Triaxial_1.CellPressure");
+    EXPECT_TRUE(line.RunLine());
+    EXPECT_NE(line.Session().toPlainText().indexOf("2> echo Triaxial_1.CellPressure"), -1);
+    EXPECT_NE(line.Session().toPlainText().indexOf("150"), -1);
+
+    line.Editor().setText("set Triaxial_1.CellPresure 20");
+    EXPECT_FALSE(line.RunLine());
+    EXPECT_TRUE(Messages.Messages.empty()) << Messages.Messages.front();
+    EXPECT_EQ(line.Editor().text(), "set Triaxial_1.CellPresure 20");
+    EXPECT_GT(line.Editor().cursorPosition(), 3);
+    EXPECT_NE(line.Session().toPlainText().indexOf("Error: "), -1);
+    EXPECT_DOUBLE_EQ(Project->TriaxialTest()->GetInitialEffectiveStress(ldXX), -150e3);
+
+    line.Editor().clear();
+    QTest::keyClick(&line.Editor(), Qt::Key_Up);
+    EXPECT_EQ(line.Editor().text(), "set Triaxial_1.CellPresure 20");
+    QTest::keyClick(&line.Editor(), Qt::Key_Up);
+    QTest::keyClick(&line.Editor(), Qt::Key_Up);
+    QTest::keyClick(&line.Editor(), Qt::Key_Up); // stops at the oldest
+    EXPECT_EQ(line.Editor().text(), "set Triaxial_1.CellPressure 150");
+    QTest::keyClick(&line.Editor(), Qt::Key_Down);
+    EXPECT_EQ(line.Editor().text(), "echo Triaxial_1.CellPressure");
+    QTest::keyClick(&line.Editor(), Qt::Key_Down);
+    QTest::keyClick(&line.Editor(), Qt::Key_Down);
+    EXPECT_TRUE(line.Editor().text().isEmpty());
 }
 
 TEST_F(GuiFixture, TheOptionMenusFollowTheSelectedTest) {
