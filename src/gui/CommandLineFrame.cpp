@@ -4,12 +4,15 @@
 #include "gui/QtText.h"
 #include "services/Strings.h"
 
+#include <QAbstractItemView>
+#include <QCompleter>
 #include <QFontDatabase>
 #include <QHBoxLayout>
 #include <QKeyEvent>
 #include <QLineEdit>
 #include <QPlainTextEdit>
 #include <QPushButton>
+#include <QStringListModel>
 #include <QVBoxLayout>
 
 #include <algorithm>
@@ -18,7 +21,9 @@ namespace tw {
 
 TCommandLineFrame::TCommandLineFrame(TGuiCommands& commands, QWidget* parent)
     : QWidget(parent), FCommands(commands), FSession(new QPlainTextEdit(this)),
-      FEditor(new QLineEdit(this)), FRun(new QPushButton(Tr("Run"), this)) {
+      FEditor(new QLineEdit(this)), FRun(new QPushButton(Tr("Run"), this)),
+      FAutoCompleter(commands.Interpreter()), FCompleter(new QCompleter(this)),
+      FSuggestionModel(new QStringListModel(this)) {
     const QFont fixed = QFontDatabase::systemFont(QFontDatabase::FixedFont);
     FSession->setReadOnly(true);
     FSession->setFont(fixed);
@@ -33,7 +38,19 @@ TCommandLineFrame::TCommandLineFrame(TGuiCommands& commands, QWidget* parent)
     line->addWidget(FEditor, 1);
     line->addWidget(FRun);
     layout->addLayout(line);
-    connect(FEditor, &QLineEdit::returnPressed, this, [this] { RunLine(); });
+    // The completer only shows the list; which word it replaces is ours to say (the word at the
+    // caret, not the whole line).
+    FCompleter->setModel(FSuggestionModel);
+    FCompleter->setWidget(FEditor);
+    FCompleter->setCompletionMode(QCompleter::UnfilteredPopupCompletion);
+    FCompleter->setMaxVisibleItems(12);
+    connect(FCompleter, qOverload<const QModelIndex&>(&QCompleter::activated), this,
+            [this](const QModelIndex& index) { AcceptSuggestion(index.row()); });
+    connect(FEditor, &QLineEdit::textEdited, this, [this] { Suggest(); });
+    connect(FEditor, &QLineEdit::returnPressed, this, [this] {
+        if (!IsSuggesting())
+            RunLine();
+    });
     connect(FRun, &QPushButton::clicked, this, [this] { RunLine(); });
 }
 
@@ -63,6 +80,52 @@ bool TCommandLineFrame::RunLine() {
     return outcome.Success;
 }
 
+void TCommandLineFrame::SetAutoCompleteEnabled(bool enabled) {
+    FAutoCompleteEnabled = enabled;
+    if (!enabled) {
+        FSuggestions = {};
+        FCompleter->popup()->hide();
+    }
+}
+
+bool TCommandLineFrame::IsSuggesting() const {
+    return FCompleter->popup()->isVisible();
+}
+
+void TCommandLineFrame::Suggest() {
+    FSuggestions = {};
+    if (FAutoCompleteEnabled) {
+        TAutoCompleteResults results =
+            FAutoCompleter.Search(FromQ(FEditor->text()), FEditor->cursorPosition());
+        // Suggestions for a word begun, or for the members right after a dot.
+        const bool begun = !results.FixedText.empty() || results.LeftText.ends_with('.');
+        // A word typed out in full needs no list (Return then runs the line).
+        const bool complete = results.Count() == 1 && results.Matches[0] == results.FixedText;
+        if (begun && !complete && results.Count() > 0)
+            FSuggestions = std::move(results);
+    }
+    if (FSuggestions.Count() == 0) {
+        FCompleter->popup()->hide();
+        return;
+    }
+    QStringList list;
+    for (const std::string& match : FSuggestions.Matches)
+        list << ToQ(match);
+    FSuggestionModel->setStringList(list);
+    FCompleter->complete();
+    FCompleter->popup()->setCurrentIndex(FSuggestionModel->index(0, 0));
+}
+
+void TCommandLineFrame::AcceptSuggestion(int index) {
+    if (index < 0 || index >= FSuggestions.Count())
+        return;
+    int caret = 0;
+    FEditor->setText(ToQ(FSuggestions.Apply(index, caret)));
+    FEditor->setCursorPosition(caret);
+    FSuggestions = {};
+    FCompleter->popup()->hide();
+}
+
 void TCommandLineFrame::Recall(int step) {
     // Up from the editor goes to the newest line and stops at the oldest; Down past the newest
     // gives an empty editor again.
@@ -81,7 +144,7 @@ void TCommandLineFrame::Recall(int step) {
 bool TCommandLineFrame::eventFilter(QObject* watched, QEvent* event) {
     if (watched == FEditor && event->type() == QEvent::KeyPress) {
         const int key = static_cast<QKeyEvent*>(event)->key();
-        if (key == Qt::Key_Up || key == Qt::Key_Down) {
+        if ((key == Qt::Key_Up || key == Qt::Key_Down) && !IsSuggesting()) {
             Recall(key == Qt::Key_Up ? -1 : 1);
             return true;
         }

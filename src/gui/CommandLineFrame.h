@@ -4,16 +4,22 @@
 // undo step. The session view above lists each line with its running number and what it
 // answered; a failing line stays in the editor with the caret where the interpreter stopped, and
 // its error stands in the session, not in a message box. Up and Down walk the lines typed in this
-// session. Main thread only.
+// session. While typing, a list of suggestions for the word at the caret (commands, objects,
+// members after a dot) drops down when autocompletion is on; choosing one puts it in place.
+// Main thread only.
+
+#include "commands/AutoComplete.h"
 
 #include <QWidget>
 
 #include <string>
 #include <vector>
 
+class QCompleter;
 class QLineEdit;
 class QPlainTextEdit;
 class QPushButton;
+class QStringListModel;
 
 namespace tw {
 
@@ -30,11 +36,20 @@ public:
     // Sends the editor's line; answers whether it succeeded (an empty line does nothing).
     bool RunLine();
 
+    bool IsAutoCompleteEnabled() const { return FAutoCompleteEnabled; }
+    void SetAutoCompleteEnabled(bool enabled);
+    // The suggestions shown for the editor's text at its caret (empty when none are shown), and
+    // taking one of them into the line.
+    const TAutoCompleteResults& Suggestions() const { return FSuggestions; }
+    bool IsSuggesting() const;
+    void AcceptSuggestion(int index);
+
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
     void Recall(int step);
+    void Suggest();
 
     TGuiCommands& FCommands;
     QPlainTextEdit* FSession;
@@ -43,6 +58,11 @@ private:
     int FSessionCommandNr = 0;
     std::vector<std::string> FTyped; // this session's lines, oldest first
     int FRecalled = -1;              // index into FTyped while walking it, -1 otherwise
+    TAutoCompleter FAutoCompleter;
+    TAutoCompleteResults FSuggestions;
+    QCompleter* FCompleter;
+    QStringListModel* FSuggestionModel;
+    bool FAutoCompleteEnabled = true;
 };
 
 } // namespace tw

@@ -13,6 +13,7 @@
 #include "services/Localisation.h"
 #include "services/RuntimeSettings.h"
 #include "services/UserMessages.h"
+#include "storage/Settings.h"
 
 #include <QActionGroup>
 #include <QCloseEvent>
@@ -262,6 +263,18 @@ void TMainWindow::CreateActions() {
         thermal->setCheckable(true);
         connect(thermal, &QAction::triggered, this, [this] { ToggleOption(*FThermal); });
     }
+    // The command line's suggestions, on or off for this user from one start to the next; the
+    // action is "actDisableAutocomplete" while they are on, "actEnableAutocomplete" while off.
+    QAction* autocomplete = MakeAction("actEnableAutocomplete", "Enable autocomplete", "");
+    autocomplete->setCheckable(true);
+    connect(autocomplete, &QAction::toggled, this, [this, autocomplete](bool on) {
+        autocomplete->setObjectName(on ? "actDisableAutocomplete" : "actEnableAutocomplete");
+        FCommandLine->SetAutoCompleteEnabled(on);
+        if (on != TOrvaneRegistry::IsAutocompleteEnabled())
+            TOrvaneRegistry::SetIsAutocompleteEnabled(on);
+    });
+    autocomplete->setChecked(TOrvaneRegistry::IsAutocompleteEnabled());
+    FCommandLine->SetAutoCompleteEnabled(autocomplete->isChecked());
     FKernelGroup = new QActionGroup(this);
     QAction* use2D = MakeAction("mnuUse2D", "Use 2D", "");
     QAction* use3D = MakeAction("mnuUse3D", "Use 3D", "");
@@ -297,6 +310,9 @@ void TMainWindow::CreateMenus() {
     options->addAction(Action("actEnableSuction"));
     if (QAction* thermal = Action("actEnableThermal"))
         options->addAction(thermal);
+    options->addSeparator();
+    QAction* autocomplete = Action("actDisableAutocomplete");
+    options->addAction(autocomplete ? autocomplete : Action("actEnableAutocomplete"));
     QMenu* expert = menuBar()->addMenu(Tr("Expert"));
     QAction* commandLine = FCommandLineDock->toggleViewAction();
     commandLine->setObjectName("actCommandLine");

@@ -245,6 +245,36 @@ TEST_F(GuiFixture, TheCommandLineRunsTypedLinesAndKeepsAFailingOneForMending) {
     EXPECT_TRUE(line.Editor().text().isEmpty());
 }
 
+// Typing drops down the suggestions for the word at the caret; one taken goes in place of the
+// word. Options -> Enable autocomplete turns them off, and the choice holds at the next start.
+TEST_F(GuiFixture, TheCommandLineSuggestsWhileTypingUnlessTheUserTurnsItOff) {
+    TMainWindow& window = OpenWindow();
+    TCommandLineFrame& line = window.CommandLine();
+    QAction* toggle = window.Action("actDisableAutocomplete");
+    ASSERT_NE(toggle, nullptr) << "on by default";
+    EXPECT_EQ(toggle->text(), "Enable autocomplete");
+    EXPECT_TRUE(toggle->isChecked());
+    line.Editor().setFocus();
+    QTest::keyClicks(&line.Editor(), "set Triaxial_1.Cell");
+    ASSERT_TRUE(line.IsSuggesting());
+    EXPECT_EQ(line.Suggestions().Matches.front(), "CellPressure");
+    line.AcceptSuggestion(0);
+    EXPECT_EQ(line.Editor().text(), "set Triaxial_1.CellPressure");
+    EXPECT_EQ(line.Editor().cursorPosition(), 27);
+    EXPECT_FALSE(line.IsSuggesting());
+
+    toggle->trigger();
+    EXPECT_EQ(window.Action("actEnableAutocomplete"), toggle);
+    line.Editor().clear();
+    QTest::keyClicks(&line.Editor(), "set Triaxial_1.Cell");
+    EXPECT_FALSE(line.IsSuggesting());
+    Window.reset();
+    TMainWindow& second = OpenWindow();
+    ASSERT_NE(second.Action("actEnableAutocomplete"), nullptr);
+    EXPECT_FALSE(second.Action("actEnableAutocomplete")->isChecked());
+    EXPECT_FALSE(second.CommandLine().IsAutoCompleteEnabled());
+}
+
 TEST_F(GuiFixture, TheOptionMenusFollowTheSelectedTest) {
     MakeProject(tm2D);
     TMainWindow& window = OpenWindow();
