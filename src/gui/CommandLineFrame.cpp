@@ -47,6 +47,22 @@ TCommandLineFrame::TCommandLineFrame(TGuiCommands& commands, QWidget* parent)
     connect(FCompleter, qOverload<const QModelIndex&>(&QCompleter::activated), this,
             [this](const QModelIndex& index) { AcceptSuggestion(index.row()); });
     connect(FEditor, &QLineEdit::textEdited, this, [this] { Suggest(); });
+    // The window's own lines, in the session beside the typed ones.
+    FHistorySeen = FCommands.AllCommands().Count();
+    FHistoryObserver.SetOnNotify([this](TNotifySender) {
+        const TCommandHistory& all = FCommands.AllCommands();
+        for (; FHistorySeen < all.Count(); ++FHistorySeen) {
+            // Typed lines stand there already; comment lines (the log's version line) say nothing.
+            if (FRunningTyped ||
+                TKovInterpreter::IsSkippableCommentLine(all.GetCommand(FHistorySeen)))
+                continue;
+            const TCommandResult* result = all.GetCommandResult(FHistorySeen);
+            const bool failed = result && !result->FResult;
+            FSession->appendPlainText(
+                ToQ(std::string(failed ? "· (failed) " : "· ") + all.GetCommand(FHistorySeen)));
+        }
+    });
+    FCommands.Observable().AttachObserver(&FHistoryObserver);
     connect(FEditor, &QLineEdit::returnPressed, this, [this] {
         if (!IsSuggesting())
             RunLine();
@@ -61,7 +77,9 @@ bool TCommandLineFrame::RunLine() {
     if (FTyped.empty() || FTyped.back() != line)
         FTyped.push_back(line);
     FRecalled = -1;
+    FRunningTyped = true;
     const TGuiCommands::TOutcome outcome = FCommands.RunTyped(line);
+    FRunningTyped = false;
     FSession->appendPlainText(ToQ(std::to_string(++FSessionCommandNr) + "> " + line));
     const QString text = ToQ(outcome.Text).trimmed();
     if (outcome.Success) {

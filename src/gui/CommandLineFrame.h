@@ -4,11 +4,13 @@
 // undo step. The session view above lists each line with its running number and what it
 // answered; a failing line stays in the editor with the caret where the interpreter stopped, and
 // its error stands in the session, not in a message box. Up and Down walk the lines typed in this
-// session. While typing, a list of suggestions for the word at the caret (commands, objects,
-// members after a dot) drops down when autocompletion is on; choosing one puts it in place.
-// Main thread only.
+// session. The lines the window sends for its menus and fields stand in the session as well
+// (marked "·"), so the user sees what each click wrote in the language. While typing, a list of
+// suggestions for the word at the caret (commands, objects, members after a dot) drops down when
+// autocompletion is on; choosing one puts it in place. Main thread only.
 
 #include "commands/AutoComplete.h"
+#include "objects/Observer.h"
 
 #include <QWidget>
 
@@ -63,6 +65,9 @@ private:
     QCompleter* FCompleter;
     QStringListModel* FSuggestionModel;
     bool FAutoCompleteEnabled = true;
+    bool FRunningTyped = false; // a typed line is running: the history's news is ours
+    int FHistorySeen = 0;       // entries of the history of all lines shown or passed
+    TObserver FHistoryObserver;
 };
 
 } // namespace tw

@@ -170,6 +170,7 @@ TMainWindow::~TMainWindow() {
     // The pages and the panel hold observers of the project and of the commands: they go first.
     delete FTabs;
     delete FMaterialPanel;
+    delete FCommandLineDock;
 }
 
 TTestPage& TMainWindow::CurrentPage() const {

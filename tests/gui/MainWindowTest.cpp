@@ -218,6 +218,11 @@ TEST_F(GuiFixture, TheCommandLineRunsTypedLinesAndKeepsAFailingOneForMending) {
         "150");
     EXPECT_TRUE(window.Action("actUndo")->isEnabled());
 
+    // A line the window sends for a field stands in the session too, marked; a typed one once.
+    ASSERT_TRUE(window.Commands().Run("set Triaxial_1.Steps 50"));
+    EXPECT_NE(line.Session().toPlainText().indexOf("· set Triaxial_1.Steps 50"), -1);
+    EXPECT_EQ(line.Session().toPlainText().count("set Triaxial_1.CellPressure 150"), 1);
+
     line.Editor().setText("echo Triaxial_1.CellPressure");
     EXPECT_TRUE(line.RunLine());
     EXPECT_NE(line.Session().toPlainText().indexOf("2> echo Triaxial_1.CellPressure"), -1);
