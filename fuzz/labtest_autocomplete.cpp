@@ -9,7 +9,6 @@
 #include "labtest/QBProject.h"
 #include "materials/MaterialXFactory.h"
 #include "objects/ObjectManager.h"
-#include "services/RuntimeSettings.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -43,7 +42,6 @@ struct TModel {
 
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
     fuzzing::QuietSingleThreadedLab();
-    TRuntimeSettings::Set("NO_LOG_VERSION_COMMENT", true);
     return 0;
 }
 
