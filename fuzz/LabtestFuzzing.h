@@ -2,6 +2,7 @@
 // What the lab's fuzz targets share: a quiet, single-threaded lab, the units of a new project, and
 // the input written to a temporary file, since the lab's readers read files by name.
 
+#include "materials/MaterialXClient.h"
 #include "services/CommandLine.h"
 #include "services/UserMessages.h"
 #include "units/SystemOfUnits.h"
@@ -10,6 +11,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <memory>
 #include <string>
 #include <unistd.h>
 
@@ -28,6 +30,13 @@ inline void QuietSingleThreadedLab() {
     static TSilentMessages silent;
     SetUserMessages(&silent);
     TCommandLine::SetProgram(TCommandLine({"fuzz", "-TASKS_FORCE_SINGLE_THREAD"}));
+}
+
+// The same for readers of files that hold materials: those ask the material client, as the
+// program's start-up sets it, how to build them.
+inline void QuietSingleThreadedLabWithMaterials() {
+    QuietSingleThreadedLab();
+    TMaterialXClient_Abstract::SetInstance(std::make_unique<TMaterialXClientTarnwick>(mxcgt3D));
 }
 
 inline const TSystemOfUnits& NewProjectUnits() {

@@ -5,14 +5,11 @@
 #include "LabtestFuzzing.h"
 
 #include "labtest/TarnwickPersistence.h"
-#include "materials/MaterialXClient.h"
 #include "materials/MaterialXTools.h"
 #include "storage/HSNativeXML.h"
 
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
-    tw::fuzzing::QuietSingleThreadedLab();
-    tw::TMaterialXClient_Abstract::SetInstance(
-        std::make_unique<tw::TMaterialXClientTarnwick>(tw::mxcgt3D));
+    tw::fuzzing::QuietSingleThreadedLabWithMaterials();
     return 0;
 }
 

@@ -5,12 +5,9 @@
 #include "LabtestFuzzing.h"
 
 #include "labtest/TarnwickResults.h"
-#include "materials/MaterialXClient.h"
 
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
-    tw::fuzzing::QuietSingleThreadedLab();
-    tw::TMaterialXClient_Abstract::SetInstance(
-        std::make_unique<tw::TMaterialXClientTarnwick>(tw::mxcgt3D));
+    tw::fuzzing::QuietSingleThreadedLabWithMaterials();
     return 0;
 }
 

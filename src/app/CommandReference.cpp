@@ -24,10 +24,6 @@ namespace tw {
 
 namespace {
 
-std::string Escaped(std::string_view text) {
-    return EscapeXml(text);
-}
-
 // An anchor from an object's command text: letters, digits and "_" kept, the rest as "-".
 std::string Anchor(const std::string& text) {
     std::string anchor;
@@ -47,7 +43,7 @@ public:
     void Line(const std::string& html) { FText += html + "\n"; }
     void Heading(int level, const std::string& text, const std::string& anchor = {}) {
         Line(Format("<h%d%s>%s</h%d>", level,
-                    anchor.empty() ? std::string() : Format(" id=\"%s\"", anchor), Escaped(text),
+                    anchor.empty() ? std::string() : Format(" id=\"%s\"", anchor), EscapeXml(text),
                     level));
     }
     std::string& Text() { return FText; }
@@ -76,7 +72,7 @@ void WriteCommands(THtml& html, const TKovObject& object) {
         if (IsDiagnostic(command.Name()))
             continue;
         for (int k = 0; k < command.GetSupportedPatternCount(); ++k)
-            html.Line(Format("<li><code>%s</code></li>", Escaped(PatternLine(command, k))));
+            html.Line(Format("<li><code>%s</code></li>", EscapeXml(PatternLine(command, k))));
     }
     html.Line("</ul>");
 }
@@ -93,56 +89,57 @@ void WritePropertyRow(THtml& html, const TKovIntrinsicProperty& property,
     }
     html.Line(Format("<tr><td><code>%s</code></td><td>%s</td><td>%s</td><td>%s</td><td>%s</td>"
                      "</tr>",
-                     Escaped(property.Name()), CaptionToHtml(property.Caption()), Escaped(value),
-                     Escaped(unit), IsReadOnlyForCommands(property) ? "read-only" : "set"));
+                     EscapeXml(property.Name()), CaptionToHtml(property.Caption()),
+                     EscapeXml(value), EscapeXml(unit),
+                     IsReadOnlyForCommands(property) ? "read-only" : "set"));
 }
 
-void BeginPropertyTable(THtml& html) {
+// A table of properties, none when there are none.
+void WritePropertyTable(THtml& html, const std::vector<const TKovIntrinsicProperty*>& properties,
+                        const IQuantityPresenter& units) {
+    if (properties.empty())
+        return;
     html.Line("<table><tr><th>Name</th><th>Caption</th><th>Value</th><th>Unit</th>"
               "<th>Access</th></tr>");
+    for (const TKovIntrinsicProperty* property : properties)
+        WritePropertyRow(html, *property, units);
+    html.Line("</table>");
 }
 
 // The published properties of an object that are values (object references are reached by
 // their own names).
 void WriteProperties(THtml& html, const TKovObject& owner, const IQuantityPresenter& units) {
-    const auto* observable = dynamic_cast<const TKovObservableObject*>(&owner);
-    if (!observable)
-        return;
-    const TKovObservableObject& object = *observable;
-    bool any = false;
-    for (int i = 0; i < object.IntrinsicPropertiesCount(); ++i) {
-        const TKovIntrinsicProperty* property = object.GetIntrinsicProperty(i);
-        if (!property || !property->IsPublished() || dynamic_cast<const TIPKovObject*>(property))
-            continue;
-        if (!any)
-            BeginPropertyTable(html);
-        any = true;
-        WritePropertyRow(html, *property, units);
-    }
-    if (any)
-        html.Line("</table>");
+    const auto* object = dynamic_cast<const TKovObservableObject*>(&owner);
+    std::vector<const TKovIntrinsicProperty*> properties;
+    for (int i = 0; object && i < object->IntrinsicPropertiesCount(); ++i)
+        if (const TKovIntrinsicProperty* property = object->GetIntrinsicProperty(i);
+            property && property->IsPublished() && !dynamic_cast<const TIPKovObject*>(property))
+            properties.push_back(property);
+    WritePropertyTable(html, properties, units);
 }
 
 // The material's parameters of one model: its user collections as nested groups, the published
 // parameters of each with their defaults.
 void WriteCollection(THtml& html, const TMXPropertyCollection& collection,
                      const IQuantityPresenter& units, int level) {
-    bool any = false;
-    for (TKovIntrinsicProperty* property : collection.GroupProperties()) {
-        if (!property->IsPublished())
-            continue;
-        if (!any) {
-            html.Line(Format("<p class=\"group\" style=\"margin-left:%dem\">%s</p>", level,
-                             Escaped(collection.Caption())));
-            BeginPropertyTable(html);
-        }
-        any = true;
-        WritePropertyRow(html, *property, units);
-    }
-    if (any)
-        html.Line("</table>");
+    std::vector<const TKovIntrinsicProperty*> properties;
+    for (const TKovIntrinsicProperty* property : collection.GroupProperties())
+        if (property->IsPublished())
+            properties.push_back(property);
+    if (!properties.empty())
+        html.Line(Format("<p class=\"group\" style=\"margin-left:%dem\">%s</p>", level,
+                         EscapeXml(collection.Caption())));
+    WritePropertyTable(html, properties, units);
     for (const TMXPropertyCollection* sub : collection.SubCollections())
         WriteCollection(html, *sub, units, level + 1);
+}
+
+// A material's user parameters in their groups.
+void WriteMaterialParameters(THtml& html, const TKovMaterialX& material,
+                             const IQuantityPresenter& units) {
+    if (const TMXPropertyCollection* user = material.UserMXPropertyCollection())
+        for (const TMXPropertyCollection* top : user->SubCollections())
+            WriteCollection(html, *top, units, 0);
 }
 
 void WriteObject(THtml& html, const TKovInterpreter& interpreter, const TKovObject& object,
@@ -150,13 +147,11 @@ void WriteObject(THtml& html, const TKovInterpreter& interpreter, const TKovObje
     const std::string name = interpreter.AnyToCommandText(&object);
     html.Heading(3, Format("%s (%s)", name, object.ClassType().TypeName()), Anchor(name));
     if (!note.empty())
-        html.Line("<p>" + Escaped(note) + "</p>");
+        html.Line("<p>" + EscapeXml(note) + "</p>");
     WriteCommands(html, object);
     WriteProperties(html, object, units);
     if (const auto* material = dynamic_cast<const TKovMaterialX*>(&object))
-        if (const TMXPropertyCollection* user = material->UserMXPropertyCollection())
-            for (const TMXPropertyCollection* top : user->SubCollections())
-                WriteCollection(html, *top, units, 0);
+        WriteMaterialParameters(html, *material, units);
 }
 
 void WriteMaterialModels(THtml& html, const TQBProject& project) {
@@ -164,8 +159,8 @@ void WriteMaterialModels(THtml& html, const TQBProject& project) {
     html.Heading(2, "Material parameters by soil model", "material-models");
     html.Line("<p>Each parameter is set as <code>set Material.NAME VALUE</code>, in the units "
               "shown; the soil model itself is <code>set Material.SoilModel \"NAME\"</code>. "
-              "Values are the defaults of a new material of that model; derived values are "
-              "read-only.</p>");
+              "Values are the defaults of a new material of that model; the last column says "
+              "which a command can set.</p>");
     for (const TMXSoil_MaterialModel model : AllSoilMaterialModels()) {
         if (model == mxsmmNone)
             continue;
@@ -173,9 +168,7 @@ void WriteMaterialModels(THtml& html, const TQBProject& project) {
                                                                project.MaterialQueryFunction());
         const std::string caption = MaterialModelCaption(model);
         html.Heading(3, caption, Anchor("model-" + caption));
-        if (const TMXPropertyCollection* user = material->UserMXPropertyCollection())
-            for (const TMXPropertyCollection* top : user->SubCollections())
-                WriteCollection(html, *top, units, 0);
+        WriteMaterialParameters(html, *material, units);
     }
 }
 
@@ -198,7 +191,8 @@ void WriteGlobalCommands(THtml& html, const TKovInterpreter& interpreter,
             const TKovCommand& command = accessor->GetCommand(i);
             for (int k = 0; k < command.GetSupportedPatternCount(); ++k)
                 if (!IsDiagnostic(command.Name()) && common.insert(PatternLine(command, k)).second)
-                    html.Line(Format("<li><code>%s</code></li>", Escaped(PatternLine(command, k))));
+                    html.Line(
+                        Format("<li><code>%s</code></li>", EscapeXml(PatternLine(command, k))));
         }
     }
     html.Line("</ul>");
@@ -212,7 +206,7 @@ void WriteAccessors(THtml& html) {
     for (std::string line; std::getline(lines, line);)
         if (!IsDiagnostic(Trim(line)))
             text += line + "\n";
-    html.Line("<pre>" + Escaped(text) + "</pre>");
+    html.Line("<pre>" + EscapeXml(text) + "</pre>");
 }
 
 } // namespace
@@ -258,7 +252,7 @@ std::string CommandReferenceHtml(const TQBProject& project) {
     html.Line("<ul>");
     for (const auto& [object, note] : objects) {
         const std::string name = interpreter.AnyToCommandText(object);
-        html.Line(Format("<li><a href=\"#%s\">%s</a></li>", Anchor(name), Escaped(name)));
+        html.Line(Format("<li><a href=\"#%s\">%s</a></li>", Anchor(name), EscapeXml(name)));
     }
     html.Line("<li><a href=\"#global\">Commands without an object</a></li>");
     html.Line("<li><a href=\"#material-models\">Material parameters by soil model</a></li>");

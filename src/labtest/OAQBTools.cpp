@@ -184,7 +184,7 @@ void TOAQBSaveTools::ComLoadConfiguration(TKovObject* object,
     // can't be read, or one of another test type, leaves it as it was. The interpreter makes the
     // change one undo step.
     const TConfigurationStore::TLoadReport report =
-        TConfigurationStore().Read(*test, fileName, project->SystemOfUnits());
+        TConfigurationStore::Read(*test, fileName, project->SystemOfUnits());
     if (!report.Loaded()) {
         output.InitializeAsError(cecExecutionFailed, report.Message);
         return;

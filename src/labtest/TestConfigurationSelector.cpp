@@ -216,7 +216,7 @@ std::vector<std::string> DropInvalidOptions(TQBTestBase& from, const TQBTestBase
 TConfigurationStore::TLoadReport TConfigurationStore::Read(TQBTestBase& test,
                                                            const std::string& fileName,
                                                            const TSystemOfUnits& units,
-                                                           THPReadErrorList* errors) const {
+                                                           THPReadErrorList* errors) {
     TLoadReport report;
     try {
         if (IsLegacy(fileName)) {
@@ -334,7 +334,7 @@ TdmTestConfigurationSelector::SelectConfiguration(const TConfigurationMenuItem& 
     if (LoadThroughCommand) {
         report.FailedAndTold = !LoadThroughCommand(item.FileName);
     } else {
-        report = FStore.Read(*FTest, item.FileName, FUnits);
+        report = TConfigurationStore::Read(*FTest, item.FileName, FUnits);
     }
     if (report.Loaded()) {
         FActiveConfigurationFileName = item.FileName;

@@ -75,9 +75,9 @@ public:
     };
     // Loads a configuration into `test` as one undo step; the test keeps its results and the
     // material it runs on. A file of another test type, or one that can't be read, leaves the
-    // test as it was.
-    TLoadReport Read(TQBTestBase& test, const std::string& fileName, const TSystemOfUnits& units,
-                     THPReadErrorList* errors = nullptr) const;
+    // test as it was. Needs no store: any configuration file can be read.
+    static TLoadReport Read(TQBTestBase& test, const std::string& fileName,
+                            const TSystemOfUnits& units, THPReadErrorList* errors = nullptr);
 
 private:
     // The index of older versions at the root.
