@@ -13,7 +13,7 @@ namespace {
 
 // Relative tolerance of a substep: the Euler and the modified Euler stress of a substep differ
 // by at most this much of the stress (or the model's stress scale, where that is larger).
-constexpr double SubstepTolerance = 1e-7;
+constexpr double SubstepTolerance = 1e-6;
 constexpr double SmallestSubstep = 1e-9; // of the increment
 // Bands about a yield surface, relative to the stress scale: within Candidate of the surface a
 // mechanism may act; beyond Drift outside it the stress is brought back; a mechanism that was not
@@ -125,6 +125,13 @@ Vec6 Projector(const Vec3& n) {
 bool SolveActiveSet(const MatM& g, const VecM& rhs,
                     std::array<bool, TExplicitModel::MaxMechanisms>& active, VecM& lambda) {
     const int n = static_cast<int>(rhs.size());
+    // One mechanism with a positive modulus (nearly every plastic substep): it acts where it is
+    // loaded.
+    if (n == 1 && g(0, 0) > 0.0) {
+        active[0] = rhs(0) > 0.0;
+        lambda = VecM::Constant(1, active[0] ? rhs(0) / g(0, 0) : 0.0);
+        return true;
+    }
     double scale = 0.0;
     for (int k = 0; k < n; ++k) {
         active[k] = rhs(k) > 0.0;
@@ -511,7 +518,8 @@ double TExplicitModel::MostViolated(const TModelPoint& point, int& count,
 
 bool TExplicitModel::CorrectDrift(TModelPoint& point, const std::array<bool, MaxMechanisms>& acting,
                                   const Vec6* loading, TEvaluation& evaluation,
-                                  const TModelPoint& nearPoint, const TRate& nearRate) const {
+                                  const TModelPoint& nearPoint, const TRate& nearRate,
+                                  bool last) const {
     // A stress outside a surface is brought back onto it, and one that a mechanism acting in
     // the substep left a little inside is brought onto it too (Sloan et al.: the correction
     // keeps |f| within the tolerance), along the plastic directions of the mechanisms concerned,
@@ -524,28 +532,47 @@ bool TExplicitModel::CorrectDrift(TModelPoint& point, const std::array<bool, Max
     // first order leaves is of the square of that distance, far below the band, so the point's
     // own evaluation, which the next substep needs anyway, finds it settled nearly always; where
     // it does not, the rounds go on from the point's own mechanisms.
+    // After the last substep of an increment no substep needs the point's own evaluation: there
+    // the carried functions settle it (they are exact to the square of the distance, which the
+    // band allows for; a correction is checked by carrying them again), and the evaluation keeps
+    // them with the nearby point's mechanisms, for the tangent. The next increment starts from
+    // its own evaluation and takes up any rest.
     TMechanism* own = evaluation.Mechanisms;
     evaluation.Count = -1;
+    evaluation.Carried = nullptr;
     const auto places = HardeningPlaces();
-    Vec6 moved = point.Stress - nearPoint.Stress;
+    Vec6 moved;
     THardening hardened = THardening::Zero();
-    for (int i = 0; i < MaxHardening; ++i)
-        if (places[i] >= 0)
-            hardened(i) = point.History[places[i]] - nearPoint.History[places[i]];
-    // Principal stresses that nearly meet turn their directions fast (the second order grows
+    // The distance from the nearby point, and whether the first order carries over it:
+    // principal stresses that nearly meet turn their directions fast (the second order grows
     // as the square of the distance over the gap), and an equal pair taken along the loading
-    // is not smooth at all: there the first round looks at the point itself.
-    const double reach = 100.0 * moved.squaredNorm() /
-                         (Drift * (point.Stress.cwiseAbs().maxCoeff() + StressScale()));
-    const bool carry = !nearRate.Cache.Ordered && SmoothAt(nearRate.Cache, reach);
-    for (int round = carry ? -1 : 0; round < 6; ++round) {
+    // is not smooth at all; there the point is looked at itself.
+    auto carries = [&]() {
+        moved = point.Stress - nearPoint.Stress;
+        for (int i = 0; i < MaxHardening; ++i)
+            if (places[i] >= 0)
+                hardened(i) = point.History[places[i]] - nearPoint.History[places[i]];
+        const double reach = 100.0 * moved.squaredNorm() /
+                             (Drift * (point.Stress.cwiseAbs().maxCoeff() + StressScale()));
+        return !nearRate.Cache.Ordered && SmoothAt(nearRate.Cache, reach);
+    };
+    auto carry = [&](const TMechanism& m) { return m.F + m.A.dot(moved) + m.DFDH.dot(hardened); };
+    auto settle = [&]() {
+        evaluation.Carried = nearRate.Mechanisms;
+        evaluation.CarriedCount = nearRate.Count;
+        for (int k = 0; k < nearRate.Count; ++k)
+            evaluation.CarriedF[k] = carry(nearRate.Mechanisms[k]);
+        return true;
+    };
+    const int carriedRounds = last ? 3 : 1;
+    for (int round = carries() ? -carriedRounds : 0; round < 6; ++round) {
         const bool carried = round < 0;
         TEigenCache& cache = evaluation.Cache;
         const TMechanism* m = carried ? nearRate.Mechanisms : own;
         const int count = carried ? nearRate.Count : Mechanisms(point, loading, cache, own);
         double f[MaxMechanisms];
         for (int k = 0; k < count; ++k)
-            f[k] = carried ? m[k].F + m[k].A.dot(moved) + m[k].DFDH.dot(hardened) : m[k].F;
+            f[k] = carried ? carry(m[k]) : m[k].F;
         const double scale = point.Stress.cwiseAbs().maxCoeff() + StressScale();
         int idx[MaxMechanisms];
         int n = 0;
@@ -558,8 +585,11 @@ bool TExplicitModel::CorrectDrift(TModelPoint& point, const std::array<bool, Max
                 idx[n++] = k;
             off = off || outside || inside;
         }
-        if (!off && carried)
+        if (!off && carried) {
+            if (last)
+                return settle();
             continue; // the point's own evaluation decides
+        }
         if (!off) {
             evaluation.Count = count; // what the point's next evaluation will find
             return true;
@@ -590,6 +620,9 @@ bool TExplicitModel::CorrectDrift(TModelPoint& point, const std::array<bool, Max
                 if (places[i] >= 0)
                     point.History[places[i]] += lambda(j) * m[idx[j]].Rate(i);
         }
+        // Another carried round checks the correction, from the distance as it is now.
+        if (carried && round < -1 && !carries())
+            round = -1;
         if (!carried)
             cache = cache.Nearby(); // the point has moved
     }
@@ -605,14 +638,19 @@ void TExplicitModel::ContinuumTangent(const TModelPoint& point, const Vec6& stra
                                              (3.0 * moduli.K + moduli.G));
     TMechanism own[MaxMechanisms];
     const Vec6 elastic = ApplyIsotropic(moduli.G, moduli.K, strain);
+    // The point's own mechanisms where they are known, else those carried to it, else its own
+    // worked out here.
     const bool reuse = known && known->Count >= 0;
-    const TMechanism* m = reuse ? known->Mechanisms : own;
-    const int count = reuse ? known->Count : Mechanisms(point, &elastic, cache, own);
+    const bool carried = !reuse && known && known->Carried;
+    const TMechanism* m = reuse ? known->Mechanisms : carried ? known->Carried : own;
+    const int count = reuse     ? known->Count
+                      : carried ? known->CarriedCount
+                                : Mechanisms(point, &elastic, cache, own);
     const double scale = point.Stress.cwiseAbs().maxCoeff() + StressScale();
     int idx[MaxMechanisms];
     int n = 0;
     for (int k = 0; k < count; ++k)
-        if (m[k].F >= -Candidate * scale && !Repeats(m, idx, n, k))
+        if ((carried ? known->CarriedF[k] : m[k].F) >= -Candidate * scale && !Repeats(m, idx, n, k))
             idx[n++] = k;
     if (n == 0)
         return;
@@ -761,8 +799,9 @@ bool TExplicitModel::Integrate(const TModelPoint& start, const Vec6& strainIncre
         for (int k = 0; k < second.Count; ++k)
             acting[k] = first.Acting[k] || second.Acting[k];
         evaluation.Cache = second.Cache.Nearby();
-        CorrectDrift(end, acting, &second.Loading, evaluation, euler, second);
-        done += size;
+        const bool last = size >= 1.0 - done;
+        CorrectDrift(end, acting, &second.Loading, evaluation, euler, second, last);
+        done = last ? 1.0 : done + size;
         size *= error > 0.0 ? std::min(0.9 * std::sqrt(SubstepTolerance / error), 2.0) : 2.0;
     }
     if (!end.Stress.allFinite()) {

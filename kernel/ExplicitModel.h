@@ -11,7 +11,9 @@
 // A model gives, at a point, its elastic moduli and its mechanisms: yield functions with their
 // gradients, flow directions and hardening. Where several act at once (an edge or corner of a
 // surface, or a cap meeting a shear surface) their multipliers follow Koiter's rule. The tangent
-// for the Newton iteration of the element test is the continuum tangent of the end point.
+// for the Newton iteration of the element test is the continuum tangent of the end point (with
+// the moduli of the end point and the gradients and flows of the last substep's Euler point,
+// which lies within the substep's error of it).
 
 #include "SoilModel.h"
 
@@ -189,6 +191,12 @@ private:
         TEigenCache Cache; // of the point, or nearby until the point is evaluated
         TMechanism Mechanisms[MaxMechanisms];
         int Count = -1; // not valid
+        // Where the drift correction settled the point from a nearby point's mechanisms alone
+        // (the last substep of an increment): those mechanisms (owned by the caller's rate of
+        // that point) and their functions carried over to this point.
+        const TMechanism* Carried = nullptr;
+        int CarriedCount = 0;
+        double CarriedF[MaxMechanisms];
     };
     // The rate at a point, from what an evaluation knows of it (what it does not know yet is
     // worked out into it), else from the directions of a decomposition nearby, where given.
@@ -199,7 +207,7 @@ private:
     double MostViolated(const TModelPoint& point, int& count, TMechanism* mechanisms) const;
     bool CorrectDrift(TModelPoint& point, const std::array<bool, MaxMechanisms>& acting,
                       const Vec6* loading, TEvaluation& evaluation, const TModelPoint& nearPoint,
-                      const TRate& nearRate) const;
+                      const TRate& nearRate, bool last) const;
     void ContinuumTangent(const TModelPoint& point, const Vec6& strain, Mat6& tangent,
                           const TEvaluation* known) const;
 

@@ -250,10 +250,12 @@ TEST(HardeningSoil, SmallStrainStiffnessAndMasingDamping) {
     const auto rows = Rows(file);
     auto tau = [](const TResultRow& r) { return r[rcSigXX + 3]; };
     auto gamma = [](const TResultRow& r) { return r[rcEpsXX + 3]; };
+    // The secant of the hyperbolic law to 1e-5: the substeps' error bound is relative to the
+    // whole stress (about 100 kPa here), of which the shear stress is a small part.
     const double small = gamma(rows[1]); // 5e-7: the secant is G0 to 0.2 %
-    EXPECT_NEAR(tau(rows[1]) / small, soil.G0 / (1 + 0.385 * small / soil.Gamma07), 1e-6 * soil.G0);
+    EXPECT_NEAR(tau(rows[1]) / small, soil.G0 / (1 + 0.385 * small / soil.Gamma07), 1e-5 * soil.G0);
     EXPECT_NEAR(tau(rows[1]) / small, soil.G0, 2e-3 * soil.G0);
-    EXPECT_NEAR(tau(rows[200]) / gamma(rows[200]), soil.G0 / 1.385, 1e-6 * soil.G0);
+    EXPECT_NEAR(tau(rows[200]) / gamma(rows[200]), soil.G0 / 1.385, 1e-5 * soil.G0);
     EXPECT_NEAR((tau(rows[1000]) - tau(rows[999])) / (gamma(rows[1000]) - gamma(rows[999])), gur,
                 1e-6 * gur);
 
