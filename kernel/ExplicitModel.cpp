@@ -125,12 +125,25 @@ Vec6 Projector(const Vec3& n) {
 bool SolveActiveSet(const MatM& g, const VecM& rhs,
                     std::array<bool, TExplicitModel::MaxMechanisms>& active, VecM& lambda) {
     const int n = static_cast<int>(rhs.size());
-    // One mechanism with a positive modulus (nearly every plastic substep): it acts where it is
-    // loaded.
+    // One mechanism with a positive modulus: it acts where it is loaded.
     if (n == 1 && g(0, 0) > 0.0) {
         active[0] = rhs(0) > 0.0;
         lambda = VecM::Constant(1, active[0] ? rhs(0) / g(0, 0) : 0.0);
         return true;
+    }
+    // Two loaded mechanisms (a shear surface or the failure surface with the cap, in most
+    // plastic substeps of a hardening model): where both multipliers come out positive the rule
+    // ends in its first round, so that round is taken directly.
+    if (n == 2 && rhs(0) > 0.0 && rhs(1) > 0.0) {
+        const double tolerance = 1e-10 * std::max(rhs(0), rhs(1));
+        VecM solved;
+        if (SolveSquare(g, rhs, solved) && solved.allFinite() &&
+            solved(0) * std::max(1.0, std::abs(g(0, 0))) >= -tolerance &&
+            solved(1) * std::max(1.0, std::abs(g(1, 1))) >= -tolerance) {
+            active[0] = active[1] = true;
+            lambda = solved.cwiseMax(0.0);
+            return true;
+        }
     }
     double scale = 0.0;
     for (int k = 0; k < n; ++k) {
