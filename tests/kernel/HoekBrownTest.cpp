@@ -2,8 +2,11 @@
 // sigma1 = sigma3 + sigma_ci (mb sigma3 / sigma_ci + s)^a and the unconfined strength
 // sigma_ci s^a; the dilatancy of Benz et al. (2008) at failure, and the tension cut-off.
 
+#include "HoekBrown.h"
 #include "Kernel.h"
 #include "KernelFile.h"
+
+#include <Eigen/Geometry>
 
 #include <gtest/gtest.h>
 
@@ -76,4 +79,49 @@ TEST(HoekBrown, TensionCutOffBoundsUniaxialTension) {
         const double expected = std::min(tensile, -hi);
         EXPECT_NEAR(rows.back()[rcSigXX], expected, 1e-6 * expected) << "tensile " << tensile;
     }
+}
+
+// A perfectly plastic surface has no hardening to take up drift: the end of every update at
+// failure lies on the criterion to the drift band of the substeps (Sloan, Abbo and Sheng 2001),
+// also for the last substep of an update, whose end is settled without an evaluation of its own.
+// Long increments of a shear in general directions (not along the axes), so that each update
+// takes several substeps along the curved criterion.
+TEST(HoekBrown, UpdatesAtFailureEndOnTheCriterion) {
+    THoekBrownParameters p;
+    p.G = 4e5;
+    p.Nu = 0.25;
+    p.SigmaCi = SigmaCi;
+    p.Mb = Mb;
+    p.S = S;
+    p.A = A;
+    p.SinPsiMax = std::sin(15 * Pi / 180);
+    p.SigmaPsi = 5000;
+    const THoekBrown hoekBrown(p);
+    const TSoilModel& model = hoekBrown;
+    // Principal axes turned by a fixed rotation: compress one, stretch another.
+    const Mat3 q = Eigen::Quaterniond(0.7, -0.3, 0.5, 0.2).normalized().toRotationMatrix();
+    auto turned = [&](const Vec3& principal, double shear) {
+        const Mat3 m = q * principal.asDiagonal() * q.transpose();
+        Vec6 v;
+        v << m(0, 0), m(1, 1), m(2, 2), shear * m(0, 1), shear * m(1, 2), shear * m(2, 0);
+        return v;
+    };
+    TModelPoint point;
+    point.Stress = turned(Vec3(-2000, -2000, -2000), 1.0);
+    model.Initialise(point);
+    int atFailure = 0;
+    for (int step = 0; step < 40; ++step) {
+        TModelPoint end;
+        ASSERT_TRUE(
+            model.Integrate(point, turned(Vec3(-2e-3, 5e-4, 1e-3), 2.0), 0.0, end, nullptr));
+        const double band = 2e-10 * (end.Stress.cwiseAbs().maxCoeff() + SigmaCi);
+        const double f = model.YieldValue(end.Stress);
+        EXPECT_LE(f, band) << step;
+        if (f > -1e-3 * SigmaCi) {
+            ++atFailure;
+            EXPECT_GE(f, -band) << step;
+        }
+        point = end;
+    }
+    EXPECT_GT(atFailure, 20);
 }
