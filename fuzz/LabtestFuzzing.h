@@ -2,18 +2,16 @@
 // What the lab's fuzz targets share: a quiet, single-threaded lab, the units of a new project, and
 // the input written to a temporary file, since the lab's readers read files by name.
 
+#include "FuzzFiles.h"
+
 #include "materials/MaterialXClient.h"
 #include "services/CommandLine.h"
 #include "services/UserMessages.h"
 #include "units/SystemOfUnits.h"
 
 #include <cstdint>
-#include <cstdio>
-#include <cstdlib>
-#include <filesystem>
 #include <memory>
 #include <string>
-#include <unistd.h>
 
 namespace tw::fuzzing {
 
@@ -46,18 +44,13 @@ inline const TSystemOfUnits& NewProjectUnits() {
     return units;
 }
 
-// Writes the input to a file of this process in the temporary folder and answers its path.
+// Writes the input to a file of this process in the temporary folder and answers its path (the
+// ending of the first call names the file: a target reads one kind of file).
 inline const std::string& WriteInput(const std::uint8_t* data, std::size_t size,
-                                     const char* extension) {
-    static const std::string path = (std::filesystem::temp_directory_path() /
-                                     ("tw_fuzz_" + std::to_string(::getpid()) + extension))
-                                        .string();
-    std::FILE* file = std::fopen(path.c_str(), "wb");
-    if (!file)
-        std::abort();
-    std::fwrite(data, 1, size, file);
-    std::fclose(file);
-    return path;
+                                     const char* ending) {
+    static const TFuzzFile file(ending);
+    file.Write(data, size);
+    return file.Path;
 }
 
 } // namespace tw::fuzzing

@@ -2,37 +2,18 @@
 // file named "*.settings.xml", with errors reported. What could be read must survive a save and a
 // second read unchanged, and serve as a stack of recent files.
 
+#include "FuzzFiles.h"
+
 #include "objects/IntrinsicProperty.h"
 #include "storage/SettingsStack.h"
 
 #include <cmath>
-#include <cstdio>
 #include <cstdlib>
-#include <filesystem>
 #include <string>
-#include <unistd.h>
 
 namespace {
 
 using namespace tw;
-
-// A file of this process in the temporary folder, removed at exit.
-struct TFuzzFile {
-    std::string Path;
-    explicit TFuzzFile(const char* name)
-        : Path((std::filesystem::temp_directory_path() /
-                ("tw_fuzz_" + std::to_string(::getpid()) + name))
-                   .string()) {}
-    ~TFuzzFile() { std::remove(Path.c_str()); }
-};
-
-void Write(const std::string& path, const std::uint8_t* data, std::size_t size) {
-    std::FILE* file = std::fopen(path.c_str(), "wb");
-    if (!file)
-        std::abort();
-    std::fwrite(data, 1, size, file);
-    std::fclose(file);
-}
 
 // Read errors are what bad input gives; one attempt, as nobody else writes these files.
 template <typename T> std::unique_ptr<T> Reader() {
@@ -53,9 +34,9 @@ bool SameValue(const TKovSettings::TSettingValue& a, const TKovSettings::TSettin
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    static const TFuzzFile input(".settings.xml");
-    static const TFuzzFile saved("_saved.settings.xml");
-    Write(input.Path, data, size);
+    static const fuzzing::TFuzzFile input(".settings.xml");
+    static const fuzzing::TFuzzFile saved("_saved.settings.xml");
+    input.Write(data, size);
     auto settings = Reader<TKovSettingsStackNoDuplicateStrings>();
     try {
         settings->LoadFromFile(input.Path);

@@ -519,16 +519,6 @@ void TExplicitModel::Advance(TModelPoint& point, const TRate& rate, double fract
             point.History[places[i]] += fraction * rate.Hardening(i);
 }
 
-double TExplicitModel::MostViolated(const TModelPoint& point, int& count,
-                                    TMechanism* mechanisms) const {
-    TEigenCache cache;
-    count = Mechanisms(point, nullptr, cache, mechanisms);
-    double most = -HUGE_VAL;
-    for (int k = 0; k < count; ++k)
-        most = std::max(most, mechanisms[k].F);
-    return most;
-}
-
 bool TExplicitModel::CorrectDrift(TModelPoint& point, const std::array<bool, MaxMechanisms>& acting,
                                   const Vec6* loading, TEvaluation& evaluation,
                                   const TModelPoint& nearPoint, const TRate& nearRate,

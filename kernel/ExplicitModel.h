@@ -204,7 +204,6 @@ private:
               const char** fault, TEvaluation* known = nullptr,
               const TEigenCache* near = nullptr) const;
     void Advance(TModelPoint& point, const TRate& rate, double fraction) const;
-    double MostViolated(const TModelPoint& point, int& count, TMechanism* mechanisms) const;
     bool CorrectDrift(TModelPoint& point, const std::array<bool, MaxMechanisms>& acting,
                       const Vec6* loading, TEvaluation& evaluation, const TModelPoint& nearPoint,
                       const TRate& nearRate, bool last) const;

@@ -18,7 +18,6 @@
 #include "services/Strings.h"
 
 #include <set>
-#include <sstream>
 
 namespace tw {
 
@@ -30,12 +29,6 @@ std::string Anchor(const std::string& text) {
     for (const char c : text)
         anchor += std::isalnum(static_cast<unsigned char>(c)) || c == '_' ? c : '-';
     return anchor;
-}
-
-// Commands whose names start with "__" serve the developers (dumps, observers, killing the
-// program) and are left out of the user's reference.
-bool IsDiagnostic(const std::string& commandName) {
-    return commandName.starts_with("__");
 }
 
 class THtml {
@@ -52,14 +45,6 @@ private:
     std::string FText;
 };
 
-// One line of a command's pattern: "calculate (ca) <KovObject>".
-std::string PatternLine(const TKovCommand& command, int pattern) {
-    return Format("%s%s %s", command.Name(),
-                  command.ShortName().empty() ? std::string()
-                                              : Format(" (%s)", command.ShortName()),
-                  command.GetSupportedPattern(pattern).AsText());
-}
-
 // The commands of an object's accessor, one line per parameter pattern.
 void WriteCommands(THtml& html, const TKovObject& object) {
     const TBaseObjectAccessor* accessor =
@@ -69,10 +54,10 @@ void WriteCommands(THtml& html, const TKovObject& object) {
     html.Line("<p class=\"commands\">Commands:</p><ul class=\"commands\">");
     for (int i = 0; i < accessor->CommandCount(); ++i) {
         const TKovCommand& command = accessor->GetCommand(i);
-        if (IsDiagnostic(command.Name()))
+        if (command.IsDiagnostic())
             continue;
         for (int k = 0; k < command.GetSupportedPatternCount(); ++k)
-            html.Line(Format("<li><code>%s</code></li>", EscapeXml(PatternLine(command, k))));
+            html.Line(Format("<li><code>%s</code></li>", EscapeXml(command.PatternLine(k))));
     }
     html.Line("</ul>");
 }
@@ -181,7 +166,7 @@ void WriteGlobalCommands(THtml& html, const TKovInterpreter& interpreter,
             TObjectAccessors::Instance().GetAccessorFor(project.ClassType()))
         for (int i = 0; i < own->CommandCount(); ++i)
             for (int k = 0; k < own->GetCommand(i).GetSupportedPatternCount(); ++k)
-                common.insert(PatternLine(own->GetCommand(i), k));
+                common.insert(own->GetCommand(i).PatternLine(k));
     html.Heading(2, "Commands without an object", "global");
     html.Line("<ul class=\"commands\">");
     for (const TKovObject* object : interpreter.Environment().DefaultObjects()) {
@@ -190,9 +175,9 @@ void WriteGlobalCommands(THtml& html, const TKovInterpreter& interpreter,
         for (int i = 0; accessor && i < accessor->CommandCount(); ++i) {
             const TKovCommand& command = accessor->GetCommand(i);
             for (int k = 0; k < command.GetSupportedPatternCount(); ++k)
-                if (!IsDiagnostic(command.Name()) && common.insert(PatternLine(command, k)).second)
+                if (!command.IsDiagnostic() && common.insert(command.PatternLine(k)).second)
                     html.Line(
-                        Format("<li><code>%s</code></li>", EscapeXml(PatternLine(command, k))));
+                        Format("<li><code>%s</code></li>", EscapeXml(command.PatternLine(k))));
         }
     }
     html.Line("</ul>");
@@ -201,12 +186,7 @@ void WriteGlobalCommands(THtml& html, const TKovInterpreter& interpreter,
 // Every object type with its commands, the types a project doesn't name at start included.
 void WriteAccessors(THtml& html) {
     html.Heading(2, "Commands by object type", "types");
-    std::istringstream lines(TObjectAccessors::Instance().SaveCommands());
-    std::string text;
-    for (std::string line; std::getline(lines, line);)
-        if (!IsDiagnostic(Trim(line)))
-            text += line + "\n";
-    html.Line("<pre>" + EscapeXml(text) + "</pre>");
+    html.Line("<pre>" + EscapeXml(TObjectAccessors::Instance().SaveCommands(false)) + "</pre>");
 }
 
 } // namespace

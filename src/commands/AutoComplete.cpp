@@ -36,11 +36,9 @@ using TCandidates = std::map<std::string, std::string, TCaseInsensitiveLess>;
 
 void AddCommands(const TKovObject& object, TCandidates& candidates) {
     const TBaseObjectAccessor* accessor = TObjectAccessors::Instance().GetAccessorFor(&object);
-    for (int i = 0; accessor && i < accessor->CommandCount(); ++i) {
-        const std::string& name = accessor->GetCommand(i).Name();
-        if (!name.starts_with("__")) // the developers' diagnostics
-            candidates.emplace(name, "command");
-    }
+    for (int i = 0; accessor && i < accessor->CommandCount(); ++i)
+        if (const TKovCommand& command = accessor->GetCommand(i); !command.IsDiagnostic())
+            candidates.emplace(command.Name(), "command");
 }
 
 void AddMembers(const TKovObject& object, TCandidates& candidates) {

@@ -93,6 +93,13 @@ void TKovCommand::Assign(const TKovCommand& source) {
     FRunsOutsideUndoSnapshot = source.FRunsOutsideUndoSnapshot;
 }
 
+std::string TKovCommand::PatternLine(int index) const {
+    std::string line = FName;
+    if (!FShortName.empty())
+        line += " (" + FShortName + ")";
+    return line + " " + GetSupportedPattern(index).AsText();
+}
+
 bool TKovCommand::Matches(const std::string& name) const {
     const std::string lower = LowerCase(Trim(name));
     return !lower.empty() && (lower == FLowerName || lower == FLowerShortName);

@@ -87,6 +87,9 @@ public:
     TKovCommand& operator=(const TKovCommand&) = delete;
 
     const std::string& Name() const { return FName; }
+    // Commands whose names begin with "__" serve the developers (dumps, observers, ending the
+    // program): lists for users leave them out.
+    bool IsDiagnostic() const { return FName.starts_with("__"); }
     const std::string& ShortName() const { return FShortName; }
     // The menu caption, with its access key ("&Undo").
     const std::string& Caption() const { return FCaption; }
@@ -98,6 +101,8 @@ public:
 
     virtual int GetSupportedPatternCount() const = 0;
     virtual TKovParameterPattern& GetSupportedPattern(int index) const = 0;
+    // One pattern as users read it: "calculate (ca) <KovObject>".
+    std::string PatternLine(int index) const;
 
     // Runs the one pattern that matches; no match gives cecZeroPatternMatches, more than one
     // cecMultiplePatternMatches. Answers success.

@@ -63,8 +63,7 @@ void TCustomObjectAccessor::FillCommandPatternMapper(const TKovObject*,
                                                      bool includeHidden) const {
     for (int i = 0; i < CommandCount(); ++i) {
         const TKovCommand& command = GetCommand(i);
-        // Commands whose names begin with "__" are diagnostics, hidden unless asked for.
-        if (includeHidden || command.Name().rfind("__", 0) != 0)
+        if (includeHidden || !command.IsDiagnostic())
             mapper.AddCommand(command);
     }
 }
@@ -132,19 +131,17 @@ TObjectAccessors::GetAccessorCoupling(TKovObject* object) const {
     return {object, accessor};
 }
 
-std::string TObjectAccessors::SaveCommands() const {
+std::string TObjectAccessors::SaveCommands(bool includeHidden) const {
     std::shared_lock lock(FMutex);
     std::string text;
     for (const auto& accessor : FAccessors) {
         text += accessor->GetTypeName() + "\n";
         for (int i = 0; i < accessor->CommandCount(); ++i) {
             const TKovCommand& command = accessor->GetCommand(i);
-            for (int k = 0; k < command.GetSupportedPatternCount(); ++k) {
-                text += Format("  %s", command.Name());
-                if (!command.ShortName().empty())
-                    text += Format(" (%s)", command.ShortName());
-                text += Format(" %s\n", command.GetSupportedPattern(k).AsText());
-            }
+            if (!includeHidden && command.IsDiagnostic())
+                continue;
+            for (int k = 0; k < command.GetSupportedPatternCount(); ++k)
+                text += "  " + command.PatternLine(k) + "\n";
         }
     }
     return text;

@@ -167,8 +167,8 @@ public:
     // refers to.
     std::pair<TKovObject*, TBaseObjectAccessor*> GetAccessorCoupling(TKovObject* object) const;
     // Every accessor with its commands and their patterns, one line each: a reference of the
-    // command language.
-    std::string SaveCommands() const;
+    // command language (the developers' diagnostic commands only with `includeHidden`).
+    std::string SaveCommands(bool includeHidden = true) const;
 
 private:
     TObjectAccessors() = default;

@@ -10,8 +10,6 @@
 
 #include <QMainWindow>
 
-class QDockWidget;
-
 #include <functional>
 #include <memory>
 #include <string>
@@ -19,6 +17,7 @@ class QDockWidget;
 
 class QAction;
 class QActionGroup;
+class QDockWidget;
 class QTabWidget;
 
 namespace tw {

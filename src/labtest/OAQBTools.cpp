@@ -125,10 +125,9 @@ std::string TOAQBSaveTools::TestFileName(const std::string& name) {
 
 void TOAQBSaveTools::ComSave(TKovObject*, const TCommandParameterList& parameters,
                              TCommandOutput& output, bool predict) const {
-    const TQBTestBase* test = TestParameter(parameters, output);
+    TQBTestBase* test = TestParameter(parameters, output);
     if (!test)
         return;
-    TKovObject* target = TComParOrIPKovObject::GetObject(*parameters[0]);
     if (!test->HasResults()) {
         output.InitializeAsError(cecExecutionFailed, Translate("There is no testdata to save."));
         return;
@@ -155,8 +154,8 @@ void TOAQBSaveTools::ComSave(TKovObject*, const TCommandParameterList& parameter
     if (!test->MaterialInSyncWithTest())
         output.AddAdditionalInfoLine(
             Translate("Warning: Test results are possibly out of sync with material data."));
-    output.AddAdditionalInfoLine(Format(Translate("Saved %s to %s"), ObjectName(target), fileName));
-    output.AddResultObject(target);
+    output.AddAdditionalInfoLine(Format(Translate("Saved %s to %s"), ObjectName(test), fileName));
+    output.AddResultObject(test);
 }
 
 void TOAQBSaveTools::ComLoadConfiguration(TKovObject* object,
@@ -165,7 +164,6 @@ void TOAQBSaveTools::ComLoadConfiguration(TKovObject* object,
     TQBTestBase* test = TestParameter(parameters, output);
     if (!test)
         return;
-    TKovObject* target = test;
     const std::string fileName = Trim(TComParOrIPText::GetValue(*parameters[1]));
     std::error_code error;
     if (!std::filesystem::is_regular_file(fileName, error)) {
@@ -193,8 +191,8 @@ void TOAQBSaveTools::ComLoadConfiguration(TKovObject* object,
     if (!report.Warning.empty())
         UserMessages().ShowMessage(report.Warning, "Tarnwick");
     output.AddAdditionalInfoLine(
-        Format(Translate("Loaded %s from %s"), ObjectName(target), fileName));
-    output.AddResultObject(target);
+        Format(Translate("Loaded %s from %s"), ObjectName(test), fileName));
+    output.AddResultObject(test);
 }
 
 // ---------------------------------------------------------------------------------------------

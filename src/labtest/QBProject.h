@@ -152,8 +152,9 @@ public:
     bool ReadQBR(const std::string& fileName, TQBTestType testType);
     // The kernel executable for the project's method: "qbabc_2d" or "qbabc_3d".
     std::string KernelExecutableName() const;
-    // What the kernel wrote on its standard error during the last run that failed (why it
-    // refused its input or stopped), trimmed; empty after a run that succeeded.
+    // What the kernel wrote on its standard output and error during the last run (why it
+    // refused its input, or stopped before the end with the rows so far), trimmed; empty when
+    // it wrote nothing.
     const std::string& LastKernelMessage() const { return FLastKernelMessage; }
 
     void Close() {

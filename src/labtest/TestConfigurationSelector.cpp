@@ -64,6 +64,7 @@ TConfigurationStore::TConfigurationStore(std::string root, std::string templates
                       .string());
         FSettings = FOwnedSettings.get();
     }
+    TakeOverOldIndex();
 }
 
 std::string TConfigurationStore::DefaultRoot() {
@@ -129,7 +130,7 @@ void SaveSettings(TTarnwickSettings& settings, bool report) {
 }
 } // namespace
 
-void TConfigurationStore::TakeOverOldIndex() const {
+void TConfigurationStore::TakeOverOldIndex() {
     std::error_code error;
     if (!fs::exists(IndexFileName(), error))
         return;
@@ -150,14 +151,12 @@ void TConfigurationStore::TakeOverOldIndex() const {
 }
 
 std::string TConfigurationStore::GetDefaultsFileName(TQBTestType type) const {
-    TakeOverOldIndex();
     const std::string fileName = FSettings->GetDefaultsFileName(type);
     std::error_code error;
     return !fileName.empty() && fs::is_regular_file(fileName, error) ? fileName : std::string();
 }
 
 void TConfigurationStore::SetDefaultsFileName(TQBTestType type, const std::string& fileName) {
-    TakeOverOldIndex();
     FSettings->SetDefaultsFileName(type, fileName);
     SaveSettings(*FSettings, true);
 }

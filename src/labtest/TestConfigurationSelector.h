@@ -83,8 +83,9 @@ private:
     // The index of older versions at the root.
     std::string IndexFileName() const;
     // Takes the defaults of an old index over into the settings (a type the settings have a
-    // default for keeps it) and removes the index once the settings are saved.
-    void TakeOverOldIndex() const;
+    // default for keeps it) and removes the index once the settings are saved; once, when the
+    // store is made.
+    void TakeOverOldIndex();
     std::string FRoot;
     std::string FTemplates;
     std::unique_ptr<TTarnwickSettings> FOwnedSettings;

@@ -41,9 +41,10 @@ TEST(SafeSave, AWriteThatFailsHalfWayLeavesTheOldFile) {
     std::vector<double> values(131072);
     for (size_t i = 0; i < values.size(); ++i)
         values[i] = 1.0 / double(i + 1);
-    ::setenv("BLOB_COMPRESSION_DISABLED", "1", 1);
-    root.AddChild("Values").SetValueAsBlobBuffer(values.data(), values.size() * sizeof(double));
-    ::unsetenv("BLOB_COMPRESSION_DISABLED");
+    {
+        const TEnvironment uncompressed("BLOB_COMPRESSION_DISABLED", "1");
+        root.AddChild("Values").SetValueAsBlobBuffer(values.data(), values.size() * sizeof(double));
+    }
     {
         TFileSizeLimit limit(1 << 16);
         EXPECT_THAT([&] { root.SaveToFile(file); },
